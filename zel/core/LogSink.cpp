@@ -1,0 +1,77 @@
+#include "zel/core/LogSink.h"
+
+#include "zel/core/Exception.h"
+#include "zel/core/StringUtils.h"
+#include "zel/foundation/CriticalSectionLock.h"
+#include "zel/platform/AppendFile.h"
+
+#include <cstdio>
+
+namespace zel {
+
+namespace {
+
+template <class Number>
+void AppendPadded(std::string& text, Number value, std::size_t width) {
+    const std::string digits = StringUtils::AsString(static_cast<long long>(value));
+    text.append(width > digits.size() ? width - digits.size() : 0, '0');
+    text += digits;
+}
+
+void AppendTime(std::string& text, std::chrono::system_clock::time_point time) {
+    const auto day = std::chrono::floor<std::chrono::days>(time);
+    const std::chrono::year_month_day date(day);
+    const std::chrono::hh_mm_ss clock(std::chrono::floor<std::chrono::microseconds>(time - day));
+    AppendPadded(text, static_cast<int>(date.year()), 4);
+    text += '-';
+    AppendPadded(text, static_cast<unsigned>(date.month()), 2);
+    text += '-';
+    AppendPadded(text, static_cast<unsigned>(date.day()), 2);
+    text += 'T';
+    AppendPadded(text, clock.hours().count(), 2);
+    text += ':';
+    AppendPadded(text, clock.minutes().count(), 2);
+    text += ':';
+    AppendPadded(text, clock.seconds().count(), 2);
+    text += '.';
+    AppendPadded(text, clock.subseconds().count(), 6);
+    text += 'Z';
+}
+
+}  // namespace
+
+std::string FormatLogRecord(const LogRecord& record) {
+    std::string text;
+    AppendTime(text, record.time);
+    text += ' ' + StringUtils::AsString(record.level) + ' ';
+    text.append(record.area);
+    text += ':' + StringUtils::AsString(record.line) + " [" +
+            StringUtils::AsString(record.thread) + "] ";
+    text.append(record.text);
+    return text;
+}
+
+void StandardErrorLogSink::Write(const LogRecord& record) {
+    const std::string text = FormatLogRecord(record) + '\n';
+    std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
+struct FileLogSink::File : platform::AppendFile {
+    using AppendFile::AppendFile;
+};
+
+FileLogSink::FileLogSink(const std::string& path) : m_file(std::make_unique<File>(path)) {
+    if (!m_file->IsOpen()) {
+        throw Exception("Exception", "Could not open log file " + path, "LogSink", __LINE__);
+    }
+}
+
+FileLogSink::~FileLogSink() = default;
+
+void FileLogSink::Write(const LogRecord& record) {
+    const std::string text = FormatLogRecord(record) + '\n';
+    CriticalSectionLock lock(&m_cs);
+    m_file->Append(text);
+}
+
+}  // namespace zel

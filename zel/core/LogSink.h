@@ -1,0 +1,55 @@
+#pragma once
+
+#include "zel/foundation/RCPtr.h"
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace zel {
+
+// One log message. The views are good for the time of the call that passes it.
+struct LogRecord {
+    int level;
+    std::string_view area;
+    int line;
+    std::string_view text;
+    std::chrono::system_clock::time_point time;
+    std::uint64_t thread;  // the number that the system's tools show
+};
+
+// Receives what a Logger lets through. Write may be called from several threads at once, with no
+// lock held. What it throws ends there, and what it logs itself is dropped.
+class ZEL_CORE_API LogSink : public RCObject {
+public:
+    virtual void Write(const LogRecord& record) = 0;
+};
+
+// "2026-03-01T12:00:00.123456Z 2 DataTree:123 [4711] text", without a line feed; UTC.
+ZEL_CORE_API std::string FormatLogRecord(const LogRecord& record);
+
+// Writes each record as one line to standard error.
+class ZEL_CORE_API StandardErrorLogSink : public LogSink {
+public:
+    void Write(const LogRecord& record) override;
+};
+
+// Appends each record as one line to a file, which is made when there is none. When the file has
+// been renamed or removed, the next record begins a new one under the path. Throws Exception when
+// the path can't be opened; a line that can't be written later is lost without a word.
+class ZEL_CORE_API FileLogSink : public LogSink {
+public:
+    explicit FileLogSink(const std::string& path);
+    ~FileLogSink() override;
+
+    void Write(const LogRecord& record) override;
+
+private:
+    struct File;
+    CriticalSection m_cs;
+    std::unique_ptr<File> m_file;
+};
+
+}  // namespace zel

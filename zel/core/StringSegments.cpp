@@ -1,0 +1,218 @@
+#include "zel/core/StringUtils.h"
+
+#include <ostream>
+
+namespace zel::StringUtils {
+
+namespace {
+
+constexpr char QUOTE = '"';
+constexpr char HEX_MARK = '$';
+
+constexpr int CONTINUATION_BITS = 6;
+
+unsigned ByteAt(std::string_view text, std::size_t index) {
+    return index < text.size() ? static_cast<unsigned char>(text[index]) : 0;
+}
+
+bool IsContinuation(unsigned byte) {
+    return (byte & 0xC0) == 0x80;
+}
+
+// How many bytes the multi-byte character at the start of `text` takes; 0 if it is none, or a
+// control character.
+std::size_t MultiByteLength(std::string_view text) {
+    const unsigned lead = ByteAt(text, 0);
+    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (lead < 0xC2 || lead > 0xF4) {
+        return 0;
+    }
+    unsigned code = lead & (0xFFU >> (length + 1));
+    for (std::size_t i = 1; i < length; ++i) {
+        const unsigned byte = ByteAt(text, i);
+        if (!IsContinuation(byte)) {
+            return 0;
+        }
+        code = (code << CONTINUATION_BITS) | (byte & 0x3F);
+    }
+    const bool isOverlong = (length == 3 && code < 0x800) || (length == 4 && code < 0x10000);
+    const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
+    const bool isControl = code < 0xA0;
+    return isOverlong || isSurrogate || isControl || code > 0x10FFFF ? 0 : length;
+}
+
+// Readable ASCII that stands for itself in quotes.
+bool IsPlain(unsigned byte) {
+    return byte >= 0x20 && byte < 0x7F && byte != QUOTE && byte != '\\';
+}
+
+// The letter behind the backslash, 0 for a byte that has no escape.
+char EscapeOf(unsigned byte) {
+    switch (byte) {
+        case QUOTE:
+        case '\\':
+            return static_cast<char>(byte);
+        case '\n':
+            return 'n';
+        case '\t':
+            return 't';
+        case '\r':
+            return 'r';
+        default:
+            return 0;
+    }
+}
+
+int UnescapedOf(int letter) {
+    switch (letter) {
+        case QUOTE:
+        case '\\':
+            return letter;
+        case 'n':
+            return '\n';
+        case 't':
+            return '\t';
+        case 'r':
+            return '\r';
+        default:
+            return StreamScanner::End;
+    }
+}
+
+// How many bytes at the start of `text` stand for themselves in quotes.
+std::size_t PlainLength(std::string_view text) {
+    std::size_t length = 0;
+    while (length < text.size()) {
+        const unsigned byte = ByteAt(text, length);
+        if (IsPlain(byte)) {
+            ++length;
+            continue;
+        }
+        const std::size_t multiByte = byte < 0x80 ? 0 : MultiByteLength(text.substr(length));
+        if (multiByte == 0) {
+            break;
+        }
+        length += multiByte;
+    }
+    return length;
+}
+
+bool IsReadable(std::string_view text) {
+    return EscapeOf(ByteAt(text, 0)) != 0 || PlainLength(text.substr(0, 4)) != 0;
+}
+
+// Writes the readable text at the start of `text` as one segment and gives what is behind it.
+std::string_view EncodeQuoted(std::string_view text, std::string& out) {
+    out += QUOTE;
+    for (;;) {
+        const std::size_t plain = PlainLength(text);
+        out.append(text.substr(0, plain));
+        text.remove_prefix(plain);
+        const char escape = text.empty() ? '\0' : EscapeOf(ByteAt(text, 0));
+        if (escape == 0) {
+            break;
+        }
+        out += '\\';
+        out += escape;
+        text.remove_prefix(1);
+    }
+    out += QUOTE;
+    return text;
+}
+
+std::string_view EncodeHex(std::string_view text, std::string& out) {
+    constexpr const char* digits = "0123456789abcdef";
+    out += HEX_MARK;
+    while (!text.empty() && !IsReadable(text)) {
+        const unsigned byte = ByteAt(text, 0);
+        out += digits[byte >> 4];
+        out += digits[byte & 0xF];
+        text.remove_prefix(1);
+    }
+    out += HEX_MARK;
+    return text;
+}
+
+bool DecodeQuoted(StreamScanner& in, std::string& value) {
+    for (;;) {
+        const std::string_view run = in.GetRun();
+        std::size_t plain = 0;
+        while (plain < run.size() && run[plain] != QUOTE && run[plain] != '\\') {
+            ++plain;
+        }
+        value.append(run.substr(0, plain));
+        in.Skip(plain);
+        if (plain == run.size() && !run.empty()) {
+            continue;
+        }
+        const int mark = in.Get();
+        if (mark == QUOTE) {
+            return true;
+        }
+        const int byte = mark == '\\' ? UnescapedOf(in.Get()) : StreamScanner::End;
+        if (byte == StreamScanner::End) {
+            return false;
+        }
+        value += static_cast<char>(byte);
+    }
+}
+
+int DigitOf(int character) {
+    if (character >= '0' && character <= '9') {
+        return character - '0';
+    }
+    return character >= 'a' && character <= 'f' ? character - 'a' + 10 : -1;
+}
+
+bool DecodeHex(StreamScanner& in, std::string& value) {
+    for (;;) {
+        const int first = in.Get();
+        if (first == HEX_MARK) {
+            return true;
+        }
+        const int high = DigitOf(first);
+        const int low = high < 0 ? -1 : DigitOf(in.Get());
+        if (low < 0) {
+            return false;
+        }
+        value += static_cast<char>(high << 4 | low);
+    }
+}
+
+}  // namespace
+
+void Encode(std::string_view text, std::string& out) {
+    do {
+        const bool isHex = !text.empty() && !IsReadable(text);
+        text = isHex ? EncodeHex(text, out) : EncodeQuoted(text, out);
+    } while (!text.empty());
+}
+
+void Encode(const char* data, int length, std::ostream& out) {
+    std::string segments;
+    Encode(std::string_view(data, static_cast<std::size_t>(length)), segments);
+    out.write(segments.data(), static_cast<std::streamsize>(segments.size()));
+}
+
+bool Decode(StreamScanner& in, std::string* value) {
+    switch (in.Get()) {
+        case QUOTE:
+            return DecodeQuoted(in, *value);
+        case HEX_MARK:
+            return DecodeHex(in, *value);
+        default:
+            return false;
+    }
+}
+
+bool Decode(std::istream& in, std::string* value) {
+    StreamScanner scanner(in);
+    std::string piece;
+    const bool isWhole = Decode(scanner, &piece);
+    if (isWhole) {
+        *value = std::move(piece);
+    }
+    return isWhole;
+}
+
+}  // namespace zel::StringUtils

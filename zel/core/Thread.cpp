@@ -1,0 +1,106 @@
+#include "zel/core/Thread.h"
+
+#include "zel/core/Logger.h"
+#include "zel/foundation/CriticalSectionLock.h"
+#include "zel/platform/ThreadInfo.h"
+
+#include <chrono>
+#include <utility>
+
+namespace zel {
+
+namespace {
+
+const LoggingRegisterHelper s_log("Thread", -1, nullptr);
+
+void LogEscape(const std::string& thread, const std::string& reason, int line) noexcept {
+    try {
+        s_log.Write(2, line, "Thread \"" + thread + "\" ended by an exception. " + reason);
+    } catch (...) {
+        // Without memory for the line there is nobody left to tell.
+    }
+}
+
+}  // namespace
+
+Thread::Thread(std::string name)
+    : m_name(std::move(name)),
+      m_stopEvent(new Event(Event::ManualReset, false)),
+      m_ended(new Event(Event::ManualReset, false)) {}
+
+Thread::~Thread() {
+    if (!m_thread.joinable()) {
+        return;
+    }
+    if (m_thread.get_id() == std::this_thread::get_id()) {
+        m_thread.detach();
+    } else {
+        m_thread.join();
+    }
+}
+
+void Thread::RequestStop() {
+    m_stopEvent->Set(true);
+}
+
+bool Thread::Start() {
+    CriticalSectionLock lock(&m_cs);
+    if (m_started) {
+        return false;
+    }
+    m_thread = std::thread([self = RCPtr<Thread>(this)]() mutable {
+        self->RunGuarded();
+        self->m_ended->Set(true);
+        self = nullptr;
+    });
+    m_started = true;
+    return true;
+}
+
+void Thread::Join() {
+    CriticalSectionLock lock(&m_cs);
+    if (!m_started || m_thread.get_id() == std::this_thread::get_id()) {
+        return;
+    }
+    lock.Unlock();
+    m_ended->Wait(-1);
+    // Several callers may come this far at once; one of them joins and the others wait for it.
+    CriticalSectionLock joining(&m_cs);
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+}
+
+bool Thread::IsRunning() const {
+    CriticalSectionLock lock(&m_cs);
+    return m_started && !m_ended->IsSet();
+}
+
+bool Thread::ShouldStop() const {
+    return m_stopEvent->IsSet();
+}
+
+std::string Thread::GetName() const {
+    return m_name;
+}
+
+void Thread::SleepFor(int milliseconds) {
+    if (milliseconds > 0) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+    }
+}
+
+void Thread::RunGuarded() noexcept {
+    platform::SetCurrentThreadName(m_name);
+    try {
+        Run();
+    } catch (const Exception& exception) {
+        LogEscape(m_name, exception.AsStringEx(), __LINE__);
+    } catch (const std::exception& exception) {
+        LogEscape(m_name, exception.what(), __LINE__);
+    } catch (...) {
+        LogEscape(m_name, "It is of no known type.", __LINE__);
+    }
+}
+
+}  // namespace zel

@@ -1,0 +1,189 @@
+#include "zel/core/StreamScanner.h"
+#include "zel/core/StringUtils.h"
+#include "zel/data/DataTree.h"
+#include "zel/foundation/Log.h"
+#include "zel/foundation/RCBatch.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <utility>
+#include <vector>
+
+namespace zel {
+
+namespace {
+
+const LogArea s_log("DataTree", 3);
+
+}  // namespace
+
+// Reads one document. `source` stands before the position of a fault.
+class DataTreeReader {
+public:
+    DataTreeReader(StreamScanner& in, std::string source) : m_in(in), m_source(std::move(source)) {}
+
+    RCPtr<DataTree> Read() {
+        while (ReadItem()) {
+        }
+        if (!m_open.empty()) {
+            Fail(s_log, "Tag ", m_open.back()->m_name, " not properly closed");
+        }
+        if (!m_root) {
+            Fail(s_log, "No DataTree found in input data");
+        }
+        return std::move(m_root);
+    }
+
+private:
+    static constexpr int End = StreamScanner::End;
+
+    static bool BeginsString(int character) { return character == '"' || character == '$'; }
+
+    // False at the end of the input. What is no item is dropped without a word.
+    bool ReadItem() {
+        m_in.SkipWhite();
+        switch (m_in.Get()) {
+            case End:
+                return false;
+            case '[':
+                ReadTagOrComment();
+                return true;
+            case '.':
+                ReadValueLine();
+                return true;
+            case ']':
+                CloseTag();
+                return true;
+            default:
+                return true;
+        }
+    }
+
+    void ReadTagOrComment() {
+        m_in.SkipWhite();
+        if (BeginsString(m_in.Peek())) {
+            OpenTag();
+            return;
+        }
+        switch (m_in.Get()) {
+            case End:
+                Fail(s_log, "Unexpected end of document");
+            case '!':
+                SkipComment();
+                return;
+            default:
+                return;
+        }
+    }
+
+    void OpenTag() {
+        if (!m_open.empty()) {
+            m_open.push_back(m_open.back()->AppendUnshared(ReadString(), {}));
+            return;
+        }
+        const StreamScanner::Position position = m_in.GetPosition();
+        std::string name = ReadString();
+        if (m_root) {
+            FailAt(s_log, position, "Tree must be singly rooted");
+        }
+        m_root = RCBatch::HoldUnshared(new DataTree(std::move(name), {}));
+        m_open.push_back(m_root.Get());
+    }
+
+    void CloseTag() {
+        if (m_open.empty()) {
+            Fail(s_log, "Unexpected closing tag");
+        }
+        m_open.pop_back();
+    }
+
+    void ReadValueLine() {
+        if (m_open.empty()) {
+            Fail(s_log, "Value node can not appear at root level");
+        }
+        std::string name = ReadString();
+        m_in.SkipWhite();
+        if (m_in.Get() != '=') {
+            Fail(s_log, "Malformed value node ", name);
+        }
+        std::string value = ReadString();
+        m_open.back()->AppendUnshared(std::move(name), std::move(value));
+    }
+
+    std::string ReadString() {
+        std::string text;
+        m_in.SkipWhite();
+        if (!BeginsString(m_in.Peek())) {
+            FailAt(s_log, m_in.GetPosition(), "String was expected but not found");
+        }
+        do {
+            if (!StringUtils::Decode(m_in, &text)) {
+                Fail(s_log, "Malformed string");
+            }
+            m_in.SkipWhite();
+        } while (BeginsString(m_in.Peek()));
+        return text;
+    }
+
+    // From behind "[!" to the bracket that follows two dashes or more.
+    void SkipComment() {
+        if (m_in.Get() != '-' || m_in.Get() != '-') {
+            Fail(s_log, "Malformed comment start sequence");
+        }
+        int dashes = 0;  // in a row, and no more than matter
+        for (;;) {
+            const int character = m_in.Get();
+            if (character == End) {
+                Fail(s_log, "Malformed comment");
+            }
+            if (character == ']' && dashes == 2) {
+                return;
+            }
+            dashes = character == '-' ? std::min(dashes + 1, 2) : 0;
+        }
+    }
+
+    // Raises the fault at the character that was taken last.
+    template <class... Parts>
+    [[noreturn]] void Fail(LogPlace place, const Parts&... message) {
+        FailAt(place, m_in.GetPositionOfLast(), message...);
+    }
+
+    template <class... Parts>
+    [[noreturn]] void FailAt(LogPlace place, StreamScanner::Position position,
+                             const Parts&... message) {
+        MemOS text;
+        (text << ... << message);
+        MemOS info;
+        info << m_source << "line " << position.line << ", column " << position.column;
+        Raise(place, DataTreeEx(text.ToString(), place.area.GetName(), place.line, info.ToString()));
+    }
+
+    StreamScanner& m_in;
+    const std::string m_source;
+    RCPtr<DataTree> m_root;
+    std::vector<DataTree*> m_open;
+};
+
+RCPtr<DataTree> DataTree::ReadFrom(std::istream& in) {
+    StreamScanner scanner(in);
+    return DataTreeReader(scanner, {}).Read();
+}
+
+RCPtr<DataTree> DataTree::FromString(const std::string& text) {
+    StreamScanner scanner{std::string_view(text)};
+    return DataTreeReader(scanner, {}).Read();
+}
+
+RCPtr<DataTree> DataTree::Load(const char* path) {
+    std::error_code ignored;
+    std::ifstream in(path);
+    if (!in || std::filesystem::is_directory(path, ignored)) {
+        Throw<DataTreeEx>(s_log, "Could not open input file ", path);
+    }
+    StreamScanner scanner(in);
+    return DataTreeReader(scanner, std::string(path) + ": ").Read();
+}
+
+}  // namespace zel

@@ -1,0 +1,107 @@
+#include "zel/core/StringUtils.h"
+#include "zel/data/DataTree.h"
+#include "zel/foundation/MemOS.h"
+
+#include <new>
+#include <ostream>
+#include <vector>
+
+namespace zel {
+
+// Writes the text form without recursion, a block at a time.
+class DataTreeWriter {
+public:
+    DataTreeWriter(std::ostream& out, int level)
+        : m_out(out), m_isCompact(level < 0), m_level(m_isCompact ? 0 : std::size_t(level)) {
+        m_text.reserve(2 * BLOCK);
+    }
+
+    void Write(const DataTree& root) {
+        Begin(root);
+        while (!m_open.empty()) {
+            OpenTag& tag = m_open.back();
+            if (tag.next < tag.node->m_children.size()) {
+                Begin(*tag.node->m_children[tag.next++]);
+            } else {
+                m_open.pop_back();
+                Indent();
+                EndItem(']');
+            }
+        }
+        Flush();
+    }
+
+private:
+    static constexpr std::size_t BLOCK = 4096;
+    static constexpr std::size_t SPACES_PER_LEVEL = 3;
+
+    struct OpenTag {
+        const DataTree* node;
+        std::size_t next;
+    };
+
+    // Writes a whole value line or empty tag, or the head of a tag, which is open from then on.
+    void Begin(const DataTree& node) {
+        const bool isLeaf = node.m_children.empty();
+        const bool isValueLine = isLeaf && !node.m_value.empty();
+        Indent();
+        m_text += isValueLine ? '.' : '[';
+        StringUtils::Encode(node.m_name, m_text);
+        if (isValueLine) {
+            m_text += '=';
+            StringUtils::Encode(node.m_value, m_text);
+            EndLine();
+        } else if (isLeaf) {
+            EndItem(']');
+        } else {
+            EndLine();
+            m_open.push_back({&node, 0});
+        }
+    }
+
+    void Indent() {
+        if (!m_isCompact) {
+            m_text.append(SPACES_PER_LEVEL * (m_level + m_open.size()), ' ');
+        }
+    }
+
+    void EndItem(char mark) {
+        m_text += mark;
+        EndLine();
+    }
+
+    void EndLine() {
+        if (!m_isCompact) {
+            m_text += '\n';
+        }
+        if (m_text.size() >= BLOCK) {
+            Flush();
+        }
+    }
+
+    void Flush() {
+        m_out.write(m_text.data(), static_cast<std::streamsize>(m_text.size()));
+        m_text.clear();
+    }
+
+    std::ostream& m_out;
+    const bool m_isCompact;
+    const std::size_t m_level;
+    std::vector<OpenTag> m_open;
+    std::string m_text;
+};
+
+void DataTree::WriteTo(std::ostream& out, int level) const {
+    DataTreeWriter(out, level).Write(*this);
+}
+
+std::string DataTree::ToString() const {
+    MemOS text;
+    WriteTo(text, 0);
+    if (!text) {
+        throw std::bad_alloc();
+    }
+    return text.ToString();
+}
+
+}  // namespace zel

@@ -1,0 +1,185 @@
+#pragma once
+
+#include "zel/foundation/Export.h"
+#include "zel/foundation/RCBatch.h"
+
+#include <algorithm>
+#include <list>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+namespace zel {
+
+// A subscriber to an EventSource.
+template <class T>
+class EventSink : public RCObject {
+public:
+    // Called on the firing thread, with no lock held, perhaps on several threads at once. True keeps
+    // the subscription; false ends it, once for each time the sink is subscribed.
+    virtual bool OnEvent(const T& value) = 0;
+};
+
+// One list of subscribers, in firing order. It never changes once a source has published it.
+template <class T>
+class EventSinkList : public RCObject {
+public:
+    EventSinkList() = default;
+
+    // A copy holds every sink once more.
+    EventSinkList(const EventSinkList& other) : RCObject() {
+        RCBatch batch;
+        for (const RCPtr<EventSink<T>>& sink : other.m_sinks) {
+            batch.Step();
+            m_sinks.push_back(sink);
+        }
+    }
+
+    // Gives up the sinks, and destroys those that nobody else holds, front to back.
+    ~EventSinkList() override {
+        GiveUpSharedSinks();
+        while (!m_sinks.empty()) {
+            m_sinks.pop_front();
+        }
+    }
+
+    EventSinkList& operator=(const EventSinkList&) = delete;
+
+    std::list<RCPtr<EventSink<T>>> m_sinks;
+
+private:
+    void GiveUpSharedSinks() noexcept {
+        RCBatch batch;
+        for (RCPtr<EventSink<T>>& sink : m_sinks) {
+            batch.Step();
+            if (sink->RemoveRefUnlessLast()) {
+                sink.Detach();
+            }
+        }
+    }
+};
+
+// Tells any number of sinks that something happened, with a value. It may be a plain member of a
+// larger object.
+//
+//     EventSource<std::string> changed;
+//     changed.Connect([](const std::string& path) { std::puts(path.c_str()); });
+//     changed.Fire("/etc/hosts");
+//
+// Any thread may fire, add and remove at any time, handlers included; only the source must outlive
+// every Fire on it. A firing goes over the sinks of the moment it began and keeps them alive: a
+// change of sinks shows from the next firing on. So once RemoveSink has returned, no new firing
+// reaches the sink, but one that began earlier on another thread may still be in it or about to
+// call it. A subscriber that must know that none is running has to make sure of that itself: by
+// firing and removing on one thread, or by a state of its own that OnEvent looks at under a lock.
+template <class T>
+class EventSource : public RCObject {
+public:
+    using Sink = EventSink<T>;
+
+    EventSource() = default;
+    EventSource(const EventSource&) = delete;
+    EventSource& operator=(const EventSource&) = delete;
+
+    // Drops the list; the sinks aren't told.
+    ~EventSource() override = default;
+
+    // Calls every sink in order, on this thread. A sink's exception leaves through it; the sinks
+    // behind that one miss this firing. Allocates nothing unless a sink ends its subscription.
+    void Fire(const T& value) {
+        const RCPtr<SinkList> snapshot = GetList();
+        if (!snapshot) {
+            return;
+        }
+        for (const RCPtr<Sink>& sink : snapshot->m_sinks) {
+            if (!sink->OnEvent(value)) {
+                RemoveSink(sink.Get());
+            }
+        }
+    }
+
+    // Subscribes a sink behind all others. One that is there already is then called twice.
+    void AddSink(RCPtr<Sink> sink) {
+        Change([&](std::list<RCPtr<Sink>>& sinks) {
+            sinks.push_back(std::move(sink));
+            return true;
+        });
+    }
+
+    // Ends one subscription of the sink, the earliest; false if there is none.
+    bool RemoveSink(Sink* sink) {
+        return Change([&](std::list<RCPtr<Sink>>& sinks) {
+            const auto found = std::find(sinks.begin(), sinks.end(), sink);
+            if (found == sinks.end()) {
+                return false;
+            }
+            sinks.erase(found);
+            return true;
+        });
+    }
+
+    // Subscribes a callable of `const T&` that gives bool, as OnEvent does, or nothing, and then
+    // stays. The sink is returned for RemoveSink.
+    template <class Callable>
+    RCPtr<Sink> Connect(Callable callable) {
+        RCPtr<Sink> sink(new CallableSink<Callable>(std::move(callable)));
+        AddSink(sink);
+        return sink;
+    }
+
+private:
+    using SinkList = EventSinkList<T>;
+
+    template <class Callable>
+    class CallableSink : public Sink {
+    public:
+        explicit CallableSink(Callable callable) : m_callable(std::move(callable)) {}
+
+        bool OnEvent(const T& value) override {
+            if constexpr (std::is_void_v<std::invoke_result_t<Callable&, const T&>>) {
+                m_callable(value);
+                return true;
+            } else {
+                return m_callable(value);
+            }
+        }
+
+    private:
+        Callable m_callable;
+    };
+
+    // Reads the pointer and counts the list in one step.
+    RCPtr<SinkList> GetList() const {
+        CriticalSectionLock lock(RCUtils::s_cs);
+        return m_list;
+    }
+
+    // Publishes a changed copy of the list of the moment, unless `edit` gives false. The old list,
+    // and with it perhaps a sink, goes after both locks are left.
+    template <class Edit>
+    bool Change(Edit edit) {
+        RCPtr<SinkList> list;
+        RCPtr<SinkList> changed;
+        CriticalSectionLock changeLock(EventSourceUtils::s_cs);
+        list = GetList();
+        changed = list ? new SinkList(*list) : new SinkList;
+        const bool isEdited = edit(changed->m_sinks);
+        if (isEdited) {
+            CriticalSectionLock lock(RCUtils::s_cs);
+            m_list.Swap(changed);
+        }
+        changeLock.Unlock();
+        return isEdited;
+    }
+
+    RCPtr<SinkList> m_list;
+};
+
+class TimerThread;
+
+extern template class ZEL_ADVANCED_API EventSinkList<TimerThread*>;
+extern template class ZEL_ADVANCED_API EventSource<TimerThread*>;
+extern template class ZEL_ADVANCED_API EventSinkList<std::string>;
+extern template class ZEL_ADVANCED_API EventSource<std::string>;
+
+}  // namespace zel

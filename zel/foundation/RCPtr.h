@@ -1,0 +1,107 @@
+#pragma once
+
+#include "zel/foundation/RCObject.h"
+
+#include <compare>
+#include <cstddef>
+#include <functional>
+#include <type_traits>
+#include <utility>
+
+namespace zel {
+
+// A strong pointer: null, or an object of a class derived from RCObject that it keeps alive. Copies
+// count under RCUtils::s_cs; moves change no count and take no lock. Using a null pointer is the
+// caller's fault. Threads may share the object, not the pointer variable.
+template <class T>
+class RCPtr {
+public:
+    RCPtr() noexcept = default;
+    RCPtr(std::nullptr_t) noexcept {}
+
+    RCPtr(T* object) noexcept : m_object(object) { Retain(); }
+    RCPtr(const RCPtr& other) noexcept : m_object(other.m_object) { Retain(); }
+    RCPtr(RCPtr&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
+
+    template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+    RCPtr(const RCPtr<U>& other) noexcept : m_object(other.Get()) {
+        Retain();
+    }
+
+    template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+    RCPtr(RCPtr<U>&& other) noexcept : m_object(other.Detach()) {}
+
+    ~RCPtr() {
+        if (m_object != nullptr) {
+            m_object->RemoveRef();
+        }
+    }
+
+    // The new object is held before the old one is let go, and the old one's destructor runs with
+    // no lock held, when this pointer has its new value already.
+    RCPtr& operator=(const RCPtr& other) noexcept {
+        if (this == &other) {
+            return *this;
+        }
+        CriticalSectionLock lock(RCUtils::s_cs);
+        T* const old = std::exchange(m_object, other.m_object);
+        Retain();
+        lock.Unlock();
+        if (old != nullptr) {
+            old->RemoveRef();
+        }
+        return *this;
+    }
+
+    RCPtr& operator=(RCPtr&& other) noexcept {
+        RCPtr taken(std::move(other));
+        Swap(taken);
+        return *this;
+    }
+
+    T* Get() const noexcept { return m_object; }
+    T* operator->() const noexcept { return m_object; }
+    T& operator*() const noexcept { return *m_object; }
+    explicit operator bool() const noexcept { return m_object != nullptr; }
+
+    void Swap(RCPtr& other) noexcept { std::swap(m_object, other.m_object); }
+
+    // Gives the pointer away together with its reference, which the caller now owes.
+    T* Detach() noexcept { return std::exchange(m_object, nullptr); }
+
+    // Takes over a reference that the caller owes, as Detach gives it; counts nothing.
+    static RCPtr Attach(T* object) noexcept {
+        RCPtr result;
+        result.m_object = object;
+        return result;
+    }
+
+    friend bool operator==(const RCPtr& a, const RCPtr& b) noexcept {
+        return a.m_object == b.m_object;
+    }
+    friend bool operator==(const RCPtr& a, const T* b) noexcept { return a.m_object == b; }
+    friend bool operator==(const RCPtr& a, std::nullptr_t) noexcept {
+        return a.m_object == nullptr;
+    }
+    friend std::strong_ordering operator<=>(const RCPtr& a, const RCPtr& b) noexcept {
+        return std::compare_three_way()(a.m_object, b.m_object);
+    }
+
+private:
+    void Retain() const noexcept {
+        if (m_object != nullptr) {
+            m_object->AddRef();
+        }
+    }
+
+    T* m_object = nullptr;
+};
+
+}  // namespace zel
+
+template <class T>
+struct std::hash<zel::RCPtr<T>> {
+    std::size_t operator()(const zel::RCPtr<T>& pointer) const noexcept {
+        return std::hash<T*>()(pointer.Get());
+    }
+};

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace zel::platform {
+
+// What the system knows of the calling thread. A new system must offer these two; where it has no
+// names for threads, the first does nothing.
+
+// Names the calling thread for debuggers and process listings. A name that is too long for the
+// system is cut; one that is empty changes nothing.
+void SetCurrentThreadName(const std::string& name) noexcept;
+
+// The number under which the system's tools show the calling thread.
+std::uint64_t CurrentThreadNumber() noexcept;
+
+}  // namespace zel::platform

@@ -1,0 +1,19 @@
+#include "zel/platform/ThreadInfo.h"
+
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace zel::platform {
+
+void SetCurrentThreadName(const std::string& name) noexcept {
+    if (!name.empty()) {
+        prctl(PR_SET_NAME, name.c_str(), 0, 0, 0);
+    }
+}
+
+std::uint64_t CurrentThreadNumber() noexcept {
+    return static_cast<std::uint64_t>(syscall(SYS_gettid));
+}
+
+}  // namespace zel::platform
