@@ -26,9 +26,6 @@ const LoggingRegisterHelper s_log("FileUtils", -1, nullptr);
 
 // Copies what finds place behind the first `used` bytes, a zero with it, and tells how much did.
 std::size_t CopyBounded(std::string_view text, char* buffer, std::size_t size, std::size_t used) {
-    if (size == 0) {
-        return 0;
-    }
     const std::size_t taken = std::min(text.size(), size - 1 - used);
     std::copy_n(text.data(), taken, buffer + used);
     buffer[used + taken] = '\0';
@@ -54,6 +51,9 @@ bool ReadLine(std::istream& in, char* buffer, std::size_t size, bool keepLineFee
 
 bool ReadLine(std::istream& in, char* buffer, std::size_t size, std::size_t* length,
               bool keepLineFeed) {
+    if (size == 0) {
+        ThrowLineTooLong(size, __LINE__);
+    }
     StreamScanner scanner(in);
     std::size_t used = 0;
     bool isWhole = false;

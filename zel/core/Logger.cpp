@@ -95,7 +95,8 @@ void Logger::AppendData(int level, std::string_view area, int line, const char* 
                            std::chrono::system_clock::now(),
                            platform::CurrentThreadNumber()};
     const SinkScope scope;
-    for (const RCPtr<LogSink>& sink : *GetSinks()) {
+    const std::shared_ptr<const Sinks> sinks = GetSinks();
+    for (const RCPtr<LogSink>& sink : *sinks) {
         WriteToSink(*sink, record);
     }
 }

@@ -1,0 +1,88 @@
+#include "zel/foundation/CriticalSectionLock.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+namespace zel {
+namespace {
+
+// For a lock that the caller holds once: another thread must not get in before the caller leaves.
+void ExpectHeld(CriticalSection& cs) {
+    std::atomic<bool> isTrying{false};
+    std::atomic<bool> entered{false};
+    std::thread other([&] {
+        isTrying = true;
+        cs.Enter();
+        entered = true;
+        cs.Leave();
+    });
+    for (int round = 0; round < 100 || !isTrying; ++round) {
+        std::this_thread::yield();
+    }
+    EXPECT_FALSE(entered);
+    cs.Leave();
+    other.join();
+    cs.Enter();
+}
+
+// Hangs if the lock isn't free.
+void ExpectFree(CriticalSection& cs) {
+    std::thread([&] {
+        cs.Enter();
+        cs.Leave();
+    }).join();
+}
+
+TEST(CriticalSectionTest, KeepsThreadsApartAndWakesThoseThatSleep) {
+    CriticalSection cs("counter");
+    constexpr int threads = 4;
+    constexpr int rounds = 20000;
+    int counter = 0;
+    std::vector<std::thread> workers;
+    for (int i = 0; i < threads; ++i) {
+        workers.emplace_back([&] {
+            for (int round = 0; round < rounds; ++round) {
+                const CriticalSectionLock outer(&cs);
+                const CriticalSectionLock inner(&cs);
+                ++counter;
+                if (round % 1000 == 0) {
+                    std::this_thread::yield();  // long enough for the others to go to sleep
+                }
+            }
+        });
+    }
+    for (std::thread& worker : workers) {
+        worker.join();
+    }
+    EXPECT_EQ(counter, threads * rounds);
+    EXPECT_EQ(cs.GetName(), "counter");
+}
+
+TEST(CriticalSectionTest, StaysWithItsOwnerUntilLeftAsOftenAsEntered) {
+    CriticalSection cs;
+    cs.Enter();
+    cs.Enter();
+    cs.Leave();
+    ExpectHeld(cs);
+    cs.Leave();
+    ExpectFree(cs);
+}
+
+TEST(CriticalSectionLockTest, LeavesOnceHoweverOftenUnlocked) {
+    CriticalSection cs;
+    cs.Enter();
+    {
+        CriticalSectionLock lock(&cs);
+        lock.Unlock();
+        lock.Unlock();
+    }
+    ExpectHeld(cs);
+    cs.Leave();
+    CriticalSectionLock nothing(nullptr);
+    nothing.Unlock();
+}
+
+}  // namespace
+}  // namespace zel

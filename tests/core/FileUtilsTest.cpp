@@ -1,0 +1,135 @@
+#include "zel/core/FileUtils.h"
+
+#include "zel/core/Exception.h"
+#include "zel/core/StreamScanner.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+#include <stdexcept>
+#include <vector>
+
+namespace zel {
+namespace {
+
+// Gives its bytes a few at a time, or one by one without a get area, and then fails if asked to.
+class SlowBuffer : public std::streambuf {
+public:
+    SlowBuffer(std::string text, std::size_t block, bool failsAtEnd = false)
+        : m_text(std::move(text)), m_block(block), m_failsAtEnd(failsAtEnd) {}
+
+protected:
+    int_type underflow() override {
+        if (m_next == m_text.size() && m_failsAtEnd) {
+            throw std::runtime_error("broken");
+        }
+        if (m_next == m_text.size()) {
+            return traits_type::eof();
+        }
+        const std::size_t count = std::min(m_block, m_text.size() - m_next);
+        if (count != 0) {
+            setg(&m_text[m_next], &m_text[m_next], &m_text[m_next] + count);
+            m_next += count;
+            return traits_type::to_int_type(*gptr());
+        }
+        return traits_type::to_int_type(m_text[m_next]);
+    }
+
+    int_type uflow() override {
+        if (m_block != 0 || m_next == m_text.size()) {
+            return std::streambuf::uflow();
+        }
+        return traits_type::to_int_type(m_text[m_next++]);
+    }
+
+private:
+    std::string m_text;
+    std::size_t m_next = 0;
+    std::size_t m_block;
+    bool m_failsAtEnd;
+};
+
+TEST(FileUtilsTest, CutsTheDirectoriesOffAPath) {
+    EXPECT_EQ(FileUtils::GetFileFromPath("/usr/lib/a.so"), "a.so");
+    EXPECT_EQ(FileUtils::GetFileFromPath("a.so"), "a.so");
+    EXPECT_EQ(FileUtils::GetFileFromPath("dir/"), "");
+}
+
+TEST(FileUtilsTest, ReadsLinesOfAnyBufferUntilTheEnd) {
+    const std::string text = "one\n\ntw\rthree\nlast";
+    for (const std::size_t block : {0U, 1U, 3U, 100U}) {
+        SlowBuffer buffer(text, block);
+        std::istream in(&buffer);
+        std::vector<std::string> lines;
+        char line[9];
+        while (FileUtils::ReadLine(in, line, sizeof line)) {
+            lines.emplace_back(line);
+        }
+        EXPECT_EQ(lines, (std::vector<std::string>{"one", "", "tw\rthree", "last"})) << block;
+        EXPECT_TRUE(in.eof() && in.fail() && !in.bad());
+    }
+}
+
+TEST(FileUtilsTest, KeepsTheLineFeedAndZeroBytesWhenAsked) {
+    std::istringstream in(std::string("a\0b\nc", 5));
+    char line[5];
+    std::size_t length = 0;
+    EXPECT_TRUE(FileUtils::ReadLine(in, line, sizeof line, &length, true));
+    EXPECT_EQ(std::string(line, length), std::string("a\0b\n", 4));
+    EXPECT_TRUE(FileUtils::ReadLine(in, line, sizeof line, &length, true));
+    EXPECT_EQ(std::string(line, length), "c");
+}
+
+TEST(FileUtilsTest, RefusesALineThatDoesNotFitAndLosesNothing) {
+    std::istringstream in("1234567\nnext");
+    char line[7];
+    try {
+        FileUtils::ReadLine(in, line, sizeof line);
+        FAIL() << "no exception";
+    } catch (const Exception& exception) {
+        EXPECT_EQ(exception.GetText(), "Line is longer than the 6 characters that the buffer holds");
+    }
+    EXPECT_STREQ(line, "123456");
+    EXPECT_EQ(in.get(), '7');
+    EXPECT_THROW(FileUtils::ReadLine(in, nullptr, 0), Exception);
+}
+
+TEST(StreamScannerTest, LeavesTheStreamAtTheFirstByteThatItHasNotTaken) {
+    for (const std::size_t block : {0U, 1U, 4U, 100U}) {
+        SlowBuffer buffer(" \t\v\nab\n cd", block);
+        std::istream in(&buffer);
+        {
+            StreamScanner scanner(in);
+            scanner.SkipWhite();
+            EXPECT_EQ(scanner.GetPosition().line, 2U);
+            EXPECT_EQ(scanner.Get(), 'a');
+            EXPECT_EQ(scanner.GetPositionOfLast().column, 1U);
+            EXPECT_EQ(scanner.Get(), 'b');
+            EXPECT_EQ(scanner.Peek(), '\n');
+        }
+        FileUtils::EatWhite(in);
+        EXPECT_TRUE(in.good());
+        EXPECT_EQ(in.get(), 'c') << block;
+    }
+}
+
+TEST(StreamScannerTest, FollowsTheRulesOfAStreamsState) {
+    SlowBuffer broken("x", 1, true);
+    std::istream in(&broken);
+    {
+        StreamScanner scanner(in);
+        EXPECT_EQ(scanner.Get(), 'x');
+        EXPECT_EQ(scanner.Peek(), StreamScanner::End);
+    }
+    EXPECT_TRUE(in.bad());
+    EXPECT_EQ(StreamScanner(in).Get(), StreamScanner::End);
+
+    SlowBuffer throwing("", 1, true);
+    std::istream asked(&throwing);
+    asked.exceptions(std::ios_base::badbit);
+    EXPECT_THROW(StreamScanner(asked).Peek(), std::runtime_error);
+}
+
+}  // namespace
+}  // namespace zel

@@ -1,0 +1,153 @@
+#include "zel/core/Logger.h"
+
+#include "tests/support/RecordingLogSink.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+#include <unistd.h>
+
+namespace zel {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+const LoggingRegisterHelper s_ownLevel("some/where/LoggerTestOwn", 3, nullptr);
+const LoggingRegisterHelper s_global("LoggerTestGlobal", -1, nullptr);
+
+TEST(LoggerTest, WritesNothingWithoutAStartedInstance) {
+    EXPECT_FALSE(Logger::GetInstance());
+    EXPECT_FALSE(Logger::ShouldLog(1));
+    EXPECT_FALSE(s_ownLevel.IsEnabled(1));
+    s_ownLevel.Write(1, 1, "nobody hears");
+
+    const test::ScopedLogger log;
+    log.logger->Stop();
+    EXPECT_FALSE(s_ownLevel.IsEnabled(1));
+    log.logger->AppendData(1, "Any", 1, "text", 4);
+    EXPECT_EQ(log.sink->TakeLines(), Lines());
+    log.logger->Start();
+    EXPECT_TRUE(s_ownLevel.IsEnabled(1));
+    EXPECT_TRUE(Logger::ShouldLog(3));
+    EXPECT_FALSE(Logger::ShouldLog(4));
+}
+
+TEST(LoggerTest, LetsAMessageThroughByTheLevelOfItsAreaElseTheGlobalOne) {
+    const test::ScopedLogger log(2);
+    const struct {
+        const char* change;
+        std::function<void()> make;
+        int ownLevel;
+        int global;
+    } rows[] = {
+        {"none", [] {}, 3, 2},
+        {"global", [&] { log.logger->SetGlobalLogLevel(5); }, 3, 5},
+        {"own area", [&] { log.logger->SetAreaLevel("LoggerTestOwn", 4); }, 4, 5},
+        {"own area follows", [&] { log.logger->SetAreaLevel("LoggerTestOwn", -1); }, 5, 5},
+        {"other area", [&] { log.logger->SetAreaLevel("LoggerTestGlobal", 1); }, 5, 1},
+        {"other logger",
+         [] {
+             RCPtr<Logger> other(new Logger);
+             other->Start();
+             Logger::SetInstance(other);
+         },
+         3, 3},
+    };
+    for (const auto& row : rows) {
+        row.make();
+        EXPECT_TRUE(s_ownLevel.IsEnabled(row.ownLevel)) << row.change;
+        EXPECT_FALSE(s_ownLevel.IsEnabled(row.ownLevel + 1)) << row.change;
+        EXPECT_TRUE(s_global.IsEnabled(row.global)) << row.change;
+        EXPECT_FALSE(s_global.IsEnabled(row.global + 1)) << row.change;
+    }
+}
+
+TEST(LoggerTest, NamesTheAreaOfASourceFile) {
+    const test::ScopedLogger log;
+    const struct {
+        const char* file;
+        const char* name;
+        int level;
+    } rows[] = {
+        {"LoggerTestOwn", "LoggerTestOwn", 3},
+        {"/a/b/LoggerTestOwn.cpp", "LoggerTestOwn", 3},
+        {"LoggerTestGlobal", "LoggerTestGlobal", -1},
+        {"x/NobodyKnows.cpp", "NobodyKnows.cpp", -1},
+    };
+    for (const auto& row : rows) {
+        std::string name;
+        int level = 0;
+        Logger::GetAreaNameAndLevel(row.file, name, level);
+        EXPECT_EQ(name, row.name);
+        EXPECT_EQ(level, row.level) << row.file;
+        EXPECT_EQ(Logger::GetLevelFromFileName(row.file), row.level) << row.file;
+    }
+}
+
+class HostileSink : public LogSink {
+public:
+    void Write(const LogRecord&) override {
+        s_ownLevel.Write(1, 1, "from inside a sink");
+        throw std::runtime_error("sink");
+    }
+};
+
+TEST(LoggerTest, DropsWhatASinkLogsAndThrows) {
+    const test::ScopedLogger log;
+    RCPtr<LogSink> hostile(new HostileSink);
+    log.logger->AddSink(hostile);
+    log.logger->AddSink(log.sink);
+    s_ownLevel.Write(2, 1, std::string_view("a\0b", 3));
+    const std::string line("2 LoggerTestOwn a\0b", 19);
+    EXPECT_EQ(log.sink->TakeLines(), (Lines{line, line}));
+    log.logger->RemoveSink(hostile.Get());
+    log.logger->RemoveSink(log.sink.Get());
+    s_ownLevel.Write(2, 1, "again");
+    EXPECT_EQ(log.sink->TakeLines(), Lines());
+}
+
+TEST(LoggerTest, TakesChangesOfSinksAndLoggersWhileOthersLog) {
+    const test::ScopedLogger log;
+    std::atomic<bool> stop{false};
+    std::thread writer([&] {
+        while (!stop) {
+            s_ownLevel.Write(1, 1, "text");
+        }
+    });
+    for (int round = 0; round < 200; ++round) {
+        RCPtr<LogSink> sink(new test::RecordingLogSink);
+        log.logger->AddSink(sink);
+        Logger::SetInstance(round % 2 == 0 ? nullptr : log.logger);
+        log.logger->RemoveSink(sink.Get());
+    }
+    stop = true;
+    writer.join();
+}
+
+TEST(FileLogSinkTest, BeginsANewFileOnceTheOldOneWasRenamed) {
+    const auto folder = std::filesystem::temp_directory_path() /
+                        ("zel_log_" + StringUtils::AsString(static_cast<int>(getpid())));
+    std::filesystem::create_directory(folder);
+    const std::string path = folder / "log";
+    const auto read = [](const std::string& file) {
+        std::ifstream in(file);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    };
+    const LogRecord record{2, "Area", 7, "text", std::chrono::system_clock::time_point(), 42};
+    const std::string line = "1970-01-01T00:00:00.000000Z 2 Area:7 [42] text\n";
+    RCPtr<FileLogSink> sink(new FileLogSink(path));
+    sink->Write(record);
+    std::filesystem::rename(path, path + ".1");
+    sink->Write(record);
+    sink->Write(record);
+    EXPECT_EQ(read(path + ".1"), line);
+    EXPECT_EQ(read(path), line + line);
+    EXPECT_THROW(FileLogSink((folder / "none" / "log").string()), Exception);
+    std::filesystem::remove_all(folder);
+}
+
+}  // namespace
+}  // namespace zel

@@ -1,0 +1,166 @@
+#include "zel/core/Exception.h"
+#include "zel/core/Thread.h"
+#include "zel/core/Timer.h"
+#include "zel/foundation/WeakPtr.h"
+
+#include "tests/support/RecordingLogSink.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <stdexcept>
+
+namespace zel {
+namespace {
+
+constexpr int LONG_ENOUGH = 20000;
+
+class CallingThread : public Thread {
+public:
+    CallingThread(std::string name, std::function<void(CallingThread&)> work)
+        : Thread(std::move(name)), m_work(std::move(work)) {}
+
+    void Run() override { m_work(*this); }
+    Event& GetStopEvent() { return *m_stopEvent; }
+
+private:
+    std::function<void(CallingThread&)> m_work;
+};
+
+RCPtr<Event> MakeEvent(int type = Event::ManualReset, bool signalled = false) {
+    return new Event(type, signalled);
+}
+
+TEST(ThreadTest, RunsOnceUntilItIsAskedToStop) {
+    int runs = 0;
+    RCPtr<CallingThread> thread(new CallingThread("worker", [&](CallingThread& self) {
+        ++runs;
+        self.GetStopEvent().Wait(LONG_ENOUGH);
+    }));
+    EXPECT_FALSE(thread->IsRunning());
+    thread->Join();
+    EXPECT_TRUE(thread->Start());
+    EXPECT_FALSE(thread->Start());
+    EXPECT_TRUE(thread->IsRunning());
+    thread->RequestStop();
+    thread->Join();
+    EXPECT_FALSE(thread->IsRunning());
+    EXPECT_FALSE(thread->Start());
+    EXPECT_EQ(runs, 1);
+    EXPECT_EQ(thread->GetName(), "worker");
+}
+
+TEST(ThreadTest, KeepsAStopThatWasAskedForBeforeTheStart) {
+    bool sawStop = false;
+    RCPtr<CallingThread> thread(
+        new CallingThread({}, [&](CallingThread& self) { sawStop = self.ShouldStop(); }));
+    thread->RequestStop();
+    thread->Start();
+    thread->Join();
+    EXPECT_TRUE(sawStop);
+}
+
+TEST(ThreadTest, HoldsItselfWhileItsOwnerDropsItAndMayJoinItself) {
+    const RCPtr<Event> dropped = MakeEvent();
+    const RCPtr<Event> ended = MakeEvent();
+    RCPtr<CallingThread> thread(new CallingThread({}, [=](CallingThread& self) {
+        dropped->Wait(LONG_ENOUGH);
+        self.Join();
+        ended->Set(true);
+    }));
+    const WeakPtr<CallingThread> weak(thread);
+    thread->Start();
+    thread = nullptr;
+    EXPECT_TRUE(weak.GetRCPtr());
+    dropped->Set(true);
+    EXPECT_TRUE(ended->Wait(LONG_ENOUGH));
+}
+
+TEST(ThreadTest, LogsAnExceptionThatLeavesRunAndEndsAlone) {
+    const test::ScopedLogger log;
+    const struct {
+        std::function<void(CallingThread&)> work;
+        std::string reason;
+    } rows[] = {
+        {[](CallingThread&) { throw Exception("SomeEx", "gone", "Some", 7); },
+         "SomeEx: gone (Some:7)"},
+        {[](CallingThread&) { throw std::runtime_error("gone too"); }, "gone too"},
+        {[](CallingThread&) { throw 1; }, "It is of no known type."},
+    };
+    for (const auto& row : rows) {
+        RCPtr<CallingThread> thread(new CallingThread("pump", row.work));
+        thread->Start();
+        thread->Join();
+        EXPECT_EQ(log.sink->TakeLines(),
+                  std::vector<std::string>{
+                      "2 Thread Thread \"pump\" ended by an exception. " + row.reason});
+    }
+}
+
+TEST(EventTest, StaysSetOrClearsWithTheWaitThatSawItByItsType) {
+    const RCPtr<Event> manual = MakeEvent(Event::ManualReset, true);
+    EXPECT_TRUE(manual->Wait(0));
+    EXPECT_TRUE(manual->Wait(0));
+    manual->Set(false);
+    EXPECT_FALSE(manual->Wait(0));
+
+    Event automatic(Event::AutomaticReset, true);
+    EXPECT_TRUE(automatic.IsSet());
+    EXPECT_TRUE(automatic.Wait(0));
+    EXPECT_FALSE(automatic.Wait(0));
+}
+
+TEST(EventTest, WaitMultipleTakesTheLowestOfThoseSetOrAllTogether) {
+    const std::vector<RCPtr<Event>> events = {MakeEvent(Event::AutomaticReset),
+                                              MakeEvent(Event::AutomaticReset, true),
+                                              MakeEvent(Event::AutomaticReset, true)};
+    EXPECT_EQ(Event::WaitMultiple(events, true, 10), -1);
+    EXPECT_EQ(Event::WaitMultiple(events, false, 0), 1) << "a wait for all must clear nothing";
+    EXPECT_EQ(Event::WaitMultiple(events, false, -1), 2);
+    EXPECT_EQ(Event::WaitMultiple(events, false, 0), -1);
+    EXPECT_EQ(Event::WaitMultiple({}, false, -1), -1);
+    for (const RCPtr<Event>& event : events) {
+        event->Set(true);
+    }
+    EXPECT_EQ(Event::WaitMultiple(events, true, 0), 0);
+    EXPECT_FALSE(events[0]->IsSet() || events[1]->IsSet() || events[2]->IsSet());
+}
+
+TEST(EventTest, OneSignalOfAnAutomaticEventLetsOneWaiterGo) {
+    constexpr int signals = 2000;
+    const RCPtr<Event> go = MakeEvent(Event::AutomaticReset);
+    const RCPtr<Event> seen = MakeEvent(Event::AutomaticReset);
+    const RCPtr<Event> stop = MakeEvent();
+    std::atomic<int> passed{0};
+    const auto wait = [&](CallingThread&) {
+        while (Event::WaitMultiple({go, stop}, false, -1) == 0) {
+            ++passed;
+            seen->Set(true);
+        }
+    };
+    RCPtr<CallingThread> first(new CallingThread({}, wait));
+    RCPtr<CallingThread> second(new CallingThread({}, wait));
+    first->Start();
+    second->Start();
+    for (int i = 0; i < signals; ++i) {
+        go->Set(true);
+        ASSERT_TRUE(seen->Wait(LONG_ENOUGH));
+    }
+    stop->Set(true);
+    first->Join();
+    second->Join();
+    EXPECT_EQ(passed, signals);
+}
+
+TEST(TimerTest, CountsFromItsConstructionAndItsLastStart) {
+    Timer timer;
+    Thread::SleepFor(-1);
+    EXPECT_FALSE(MakeEvent()->Wait(20));
+    const double elapsed = timer.GetElapsedTime();
+    EXPECT_GE(elapsed, 0.02);
+    timer.Start();
+    EXPECT_LT(timer.GetElapsedTime(), elapsed + 0.02);
+}
+
+}  // namespace
+}  // namespace zel

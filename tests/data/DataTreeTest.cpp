@@ -1,0 +1,208 @@
+#include "zel/data/DataTree.h"
+
+#include "tests/support/AllocationWatch.h"
+#include "tests/support/RecordingLogSink.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <thread>
+
+namespace zel {
+namespace {
+
+using Tree = RCPtr<DataTree>;
+
+Tree MakeTree(const std::vector<std::string>& names) {
+    Tree tree(new DataTree("root", ""));
+    int number = 0;
+    for (const std::string& name : names) {
+        tree->AppendChild(new DataTree(name, std::to_string(++number)));
+    }
+    return tree;
+}
+
+std::string NamesAndValues(const std::list<Tree>& children) {
+    std::string text;
+    for (const Tree& child : children) {
+        text += child->GetName() + child->GetValue() + ' ';
+    }
+    return text;
+}
+
+std::string Children(const Tree& tree) {
+    std::list<Tree> children{nullptr};
+    tree->GetChildren(&children);
+    return NamesAndValues(children);
+}
+
+TEST(DataTreeTest, FindsTheEarliestChildOfARepeatedName) {
+    const Tree tree = MakeTree({"a", "b", "a", "A"});
+    EXPECT_EQ(tree->GetChildCount(), 3U);
+    EXPECT_EQ(Children(tree), "a1 b2 a3 A4 ");
+    EXPECT_EQ(tree->GetChild("a")->GetValue(), "1");
+    EXPECT_EQ(tree->GetChildValue("A"), "4");
+    EXPECT_FALSE(tree->GetChild("c"));
+
+    std::list<Tree> found;
+    tree->GetChildren("a", &found);
+    tree->GetChildren("a", &found);
+    EXPECT_EQ(NamesAndValues(found), "a1 a3 a1 a3 ");
+
+    std::string value = "preset";
+    EXPECT_FALSE(tree->GetChildValue("c", &value));
+    EXPECT_EQ(value, "preset");
+    EXPECT_TRUE(tree->GetChildValue("b", &value));
+    EXPECT_EQ(value, "2");
+    tree->SetChildValue("a", "new");
+    tree->SetChildValue("c", "5");
+    EXPECT_EQ(Children(tree), "anew b2 a3 A4 c5 ");
+}
+
+TEST(DataTreeTest, LogsAndThrowsForAMissingValueThatMustBe) {
+    const test::ScopedLogger log;
+    try {
+        MakeTree({})->GetChildValue("speed");
+        FAIL() << "no exception";
+    } catch (const DataTreeEx& exception) {
+        EXPECT_EQ(exception.AsString(), "DataTreeEx: Node speed not found");
+        EXPECT_EQ(exception.GetFile(), "DataTree");
+        EXPECT_EQ(exception.GetInfo(), "");
+    }
+    EXPECT_EQ(log.sink->TakeLines(),
+              std::vector<std::string>{
+                  "2 DataTree Exception of type DataTreeEx. Node speed not found"});
+}
+
+TEST(DataTreeTest, AChildKnowsTheNodeThatTookItLast) {
+    const Tree child(new DataTree("child", ""));
+    EXPECT_FALSE(child->GetParentNode());
+    Tree first = MakeTree({});
+    Tree second = MakeTree({});
+    first->AppendChild(child);
+    second->AppendChild(child);
+    EXPECT_EQ(child->GetParentNode(), second);
+    EXPECT_TRUE(first->HasChild("child"));
+    EXPECT_TRUE(second->DeleteChild("child"));
+    EXPECT_EQ(child->GetParentNode(), second);
+    second = nullptr;
+    EXPECT_FALSE(child->GetParentNode());
+}
+
+TEST(DataTreeTest, ACloneSharesNothing) {
+    const Tree tree = MakeTree({"a", "b", "a"});
+    tree->GetChild("a")->SetChildValue("deep", "1");
+    const Tree clone = tree->GetChild("a")->Clone();
+    EXPECT_FALSE(clone->GetParentNode());
+    const Tree whole = tree->Clone();
+    EXPECT_EQ(whole->ToString(), tree->ToString());
+    EXPECT_EQ(whole->GetChild("b")->GetParentNode(), whole);
+    whole->GetChild("a")->SetChildValue("deep", "2");
+    EXPECT_EQ(tree->GetChild("a")->GetChildValue("deep"), "1");
+}
+
+// A multimap and a list of names say what a node must answer, with few children and with many.
+TEST(DataTreeTest, AnswersLikeAPlainListThroughRandomChanges) {
+    std::mt19937 random(3);
+    const Tree tree = MakeTree({});
+    std::list<std::pair<std::string, std::string>> model;
+    const auto find = [&](const std::string& name) {
+        return std::find_if(model.begin(), model.end(),
+                            [&](const auto& entry) { return entry.first == name; });
+    };
+    for (int round = 0; round < 4000; ++round) {
+        const std::string name = "n" + std::to_string(random() % 20);
+        const std::string value = std::to_string(round);
+        const auto found = find(name);
+        const bool isKnown = found != model.end();
+        const std::size_t aim = round / 500 % 2 == 0 ? 30 : 3;
+        if (isKnown && random() % 4 == 0) {
+            tree->SetChildValue(name, value);
+            found->second = value;
+        } else if (model.size() < aim) {
+            isKnown ? tree->AppendChild(new DataTree(name, value)) : tree->SetChildValue(name, value);
+            model.emplace_back(name, value);
+        } else {
+            EXPECT_EQ(tree->DeleteChild(name), isKnown);
+            model.erase(found, isKnown ? std::next(found) : found);
+        }
+        std::string text;
+        std::map<std::string, int> distinct;
+        for (const auto& [modelName, modelValue] : model) {
+            text += modelName + modelValue + ' ';
+            distinct[modelName] = 1;
+        }
+        ASSERT_EQ(Children(tree), text);
+        ASSERT_EQ(tree->GetChildCount(), distinct.size());
+        const auto again = find(name);
+        std::string seen = "none";
+        ASSERT_EQ(tree->GetChildValue(name, &seen), again != model.end());
+        ASSERT_EQ(seen, again != model.end() ? again->second : "none");
+    }
+}
+
+TEST(DataTreeTest, ManyThreadsMayLookThingsUpAtOnce) {
+    std::vector<std::string> names;
+    for (int i = 0; i < 100; ++i) {
+        names.push_back("name" + std::to_string(i));
+    }
+    const Tree tree = MakeTree(names);
+    std::vector<std::thread> readers;
+    for (int reader = 0; reader < 4; ++reader) {
+        readers.emplace_back([&] {
+            for (const std::string& name : names) {
+                EXPECT_EQ(tree->GetChild(name)->GetName(), name);
+            }
+            EXPECT_EQ(tree->GetChildCount(), names.size());
+        });
+    }
+    for (std::thread& reader : readers) {
+        reader.join();
+    }
+}
+
+TEST(DataTreeTest, DestroysFromTheTopDownAndSparesWhatOthersHold) {
+    static std::string events;
+    class Noted : public DataTree {
+    public:
+        using DataTree::DataTree;
+        ~Noted() override { events += GetName() + StringUtils::AsString(GetChildCount()) + ' '; }
+    };
+    Tree root(new Noted("root", ""));
+    Tree held;
+    for (const char* name : {"a", "b"}) {
+        Tree child(new Noted(name, ""));
+        held = new Noted("held", "");
+        child->AppendChild(new Noted("leaf", ""));
+        child->AppendChild(held);
+        root->AppendChild(child);
+    }
+    root = nullptr;
+    EXPECT_EQ(events, "root2 a2 leaf0 held0 b2 leaf0 ");
+    EXPECT_FALSE(held->GetParentNode());
+}
+
+TEST(DataTreeTest, OutOfMemoryChangesNothing) {
+    const Tree tree = MakeTree({"a", "b", "c", "d", "e", "f", "g", "h", "i", "j"});
+    EXPECT_TRUE(tree->HasChild("j"));
+    const std::string before = Children(tree);
+    const std::string name(40, 'n');
+    int failures = 0;
+    for (long step = 0; !tree->HasChild(name); ++step) {
+        test::FailAllocationsAfter(step);
+        try {
+            tree->SetChildValue(name, name);
+        } catch (const std::bad_alloc&) {
+            ++failures;
+        }
+        test::FailAllocationsAfter(-1);
+        if (!tree->HasChild(name)) {
+            ASSERT_EQ(Children(tree), before);
+        }
+    }
+    EXPECT_GE(failures, 4);
+}
+
+}  // namespace
+}  // namespace zel

@@ -1,0 +1,212 @@
+#include "zel/data/DataTree.h"
+
+#include "tests/support/RecordingLogSink.h"
+#include "tests/support/SmallStackThread.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <unistd.h>
+
+namespace zel {
+namespace {
+
+using Tree = RCPtr<DataTree>;
+
+std::string Compact(const Tree& tree) {
+    std::ostringstream out;
+    tree->WriteTo(out, -1);
+    return out.str();
+}
+
+TEST(DataTreeTextTest, WritesIndentedAndCompact) {
+    const Tree tree(new DataTree("r", "lost, as the node has children"));
+    tree->SetChildValue("a", "1");
+    tree->SetChildValue("e", "");
+    tree->SetChildValue("i", "");
+    tree->GetChild("i")->SetChildValue("b", "2 \"quoted\"");
+    EXPECT_EQ(tree->ToString(),
+              "[\"r\"\n"
+              "   .\"a\"=\"1\"\n"
+              "   [\"e\"]\n"
+              "   [\"i\"\n"
+              "      .\"b\"=\"2 \\\"quoted\\\"\"\n"
+              "   ]\n"
+              "]\n");
+    EXPECT_EQ(Compact(tree), R"(["r"."a"="1"["e"]["i"."b"="2 \"quoted\""]])");
+    std::ostringstream out;
+    tree->GetChild("a")->WriteTo(out, 300);
+    EXPECT_EQ(out.str(), std::string(900, ' ') + ".\"a\"=\"1\"\n");
+    EXPECT_EQ(DataTree("root", "value").ToString(), ".\"root\"=\"value\"\n");
+}
+
+TEST(DataTreeTextTest, ReadsWhateverLayoutAndDropsStrayText) {
+    const struct {
+        const char* text;
+        const char* tree;
+    } rows[] = {
+        {R"(["a"])", R"(["a"])"},
+        {"[ \n\"a\" \"b\"$63$ . \"x\" \t= \"y\" $7a$\n]", R"(["abc"."x"="yz"])"},
+        {R"([""."v"=""]  )", R"([""["v"]])"},
+        {R"(stray ["a" word "quoted" = [] ["b" [x] .""=$$ ] tail )", R"(["a"["b"][""]])"},
+        {"[!----][!-- [ \" - -- --x ] ---] [ !--\n--]\n[\"a\" [!---]--] ]", R"(["a"])"},
+        {R"(["a"."x"="1"."x"="2"["x"]["y"."z"="3"]])", R"(["a"."x"="1"."x"="2"["x"]["y"."z"="3"]])"},
+        {"[\"a\" .\"x\"=\"]\n[.=\"]", R"(["a"."x"="]\n[.="])"},
+    };
+    for (const auto& row : rows) {
+        const Tree tree = DataTree::FromString(row.text);
+        EXPECT_EQ(Compact(tree), row.tree) << row.text;
+        EXPECT_EQ(Compact(DataTree::FromString(tree->ToString())), row.tree) << row.text;
+    }
+}
+
+struct Fault {
+    const char* text;
+    const char* message;
+    const char* place;
+};
+
+const Fault s_faults[] = {
+    {"", "No DataTree found in input data", "line 1, column 1"},
+    {"[!-- only --] word\n", "No DataTree found in input data", "line 2, column 1"},
+    {"[\"a\"[\"b\"\n", "Tag b not properly closed", "line 2, column 1"},
+    {"[\"a\"]\n [", "Unexpected end of document", "line 2, column 3"},
+    {"[\"a\"]\n]", "Unexpected closing tag", "line 2, column 1"},
+    {"[x]", "Unexpected closing tag", "line 1, column 3"},
+    {"[\"a\"]\n[\"b\"]", "Tree must be singly rooted", "line 2, column 2"},
+    {"\n\n .\"a\"=\"b\"", "Value node can not appear at root level", "line 3, column 2"},
+    {"[\"a\"].", "Value node can not appear at root level", "line 1, column 6"},
+    {"[\"a\".\"n\" \"m\" \"1\"x]", "Malformed value node nm1", "line 1, column 17"},
+    {"[\"a\".\"n\"", "Malformed value node n", "line 1, column 9"},
+    {"[\"a\".n]", "String was expected but not found", "line 1, column 6"},
+    {"[\"a\"\n.\"n\"=", "String was expected but not found", "line 2, column 6"},
+    {"[\"a\".\"n\"=\"\\x\"]", "Malformed string", "line 1, column 12"},
+    {"[\"a\".\"n\"=$4G$]", "Malformed string", "line 1, column 12"},
+    {"[\"a", "Malformed string", "line 1, column 4"},
+    {"[!x", "Malformed comment start sequence", "line 1, column 3"},
+    {"[! --", "Malformed comment start sequence", "line 1, column 3"},
+    {"[!-", "Malformed comment start sequence", "line 1, column 4"},
+    {"[!-- x -\n", "Malformed comment", "line 2, column 1"},
+    {"[!---]", "Malformed comment", "line 1, column 7"},
+};
+
+TEST(DataTreeTextTest, TellsWhatIsWrongAndWhere) {
+    const test::ScopedLogger log;
+    for (const Fault& fault : s_faults) {
+        for (const bool isStream : {false, true}) {
+            std::istringstream in(fault.text);
+            try {
+                isStream ? DataTree::ReadFrom(in) : DataTree::FromString(fault.text);
+                ADD_FAILURE() << "no exception for " << fault.text;
+            } catch (const DataTreeEx& exception) {
+                EXPECT_EQ(exception.GetText(), fault.message) << fault.text;
+                EXPECT_EQ(exception.GetInfo(), fault.place) << fault.text;
+            }
+            EXPECT_EQ(log.sink->TakeLines(),
+                      std::vector<std::string>{
+                          std::string("2 DataTree Exception of type DataTreeEx. ") +
+                          fault.message});
+        }
+    }
+}
+
+TEST(DataTreeTextTest, LeavesTheStreamAtItsEndOrWhereTheFaultWasNoticed) {
+    std::istringstream good("[\"a\"] ");
+    DataTree::ReadFrom(good);
+    EXPECT_TRUE(good.eof() && good.fail() && !good.bad());
+    std::istringstream bad("[\"a\"]]rest");
+    EXPECT_THROW(DataTree::ReadFrom(bad), DataTreeEx);
+    EXPECT_TRUE(bad.good());
+    EXPECT_EQ(bad.get(), 'r');
+    bad.setstate(std::ios_base::failbit);
+    EXPECT_THROW(DataTree::ReadFrom(bad), DataTreeEx);
+}
+
+TEST(DataTreeTextTest, LoadsAFileAndNamesItInAFault) {
+    const auto folder = std::filesystem::temp_directory_path();
+    const std::string path =
+        folder / ("zel_tree_" + StringUtils::AsString(static_cast<int>(getpid())));
+    std::ofstream(path) << "[\"a\"\n]]";
+    const struct {
+        std::string path;
+        std::string message;
+        std::string info;
+    } rows[] = {
+        {path, "Unexpected closing tag", path + ": line 2, column 2"},
+        {folder, "Could not open input file " + folder.string(), ""},
+        {path + "none", "Could not open input file " + path + "none", ""},
+        {"", "Could not open input file ", ""},
+    };
+    for (const auto& row : rows) {
+        try {
+            DataTree::Load(row.path.c_str());
+            ADD_FAILURE() << "no exception for " << row.path;
+        } catch (const DataTreeEx& exception) {
+            EXPECT_EQ(exception.GetText(), row.message);
+            EXPECT_EQ(exception.GetInfo(), row.info);
+        }
+    }
+    std::ofstream(path) << "[\"a\" .\"b\"=\"c\"]";
+    EXPECT_EQ(DataTree::Load(path.c_str())->GetChildValue("b"), "c");
+    std::filesystem::remove(path);
+}
+
+std::string AnyBytes(std::mt19937& random) {
+    std::string text(random() % 12, '\0');
+    for (char& c : text) {
+        c = static_cast<char>(random());
+    }
+    return text;
+}
+
+// No leaf is a root, and no inner node has a value: these two the text form has no place for.
+void GrowRandomly(DataTree& node, std::mt19937& random, int depth) {
+    for (auto count = random() % 5 + 1; count > 0; --count) {
+        const bool isInner = depth > 0 && random() % 2 == 0;
+        Tree child(new DataTree(AnyBytes(random), isInner ? "" : AnyBytes(random)));
+        if (isInner) {
+            GrowRandomly(*child, random, depth - 1);
+        }
+        node.AppendChild(child);
+    }
+}
+
+TEST(DataTreeTextTest, AnyBytesAndAnyShapeSurviveBothForms) {
+    std::mt19937 random(4);
+    for (int round = 0; round < 100; ++round) {
+        const Tree tree(new DataTree(AnyBytes(random), ""));
+        GrowRandomly(*tree, random, 4);
+        const std::string compact = Compact(tree);
+        EXPECT_EQ(Compact(DataTree::FromString(compact)), compact);
+        EXPECT_EQ(DataTree::FromString(tree->ToString())->ToString(), tree->ToString());
+        EXPECT_EQ(Compact(tree->Clone()), compact);
+    }
+}
+
+TEST(DataTreeTextTest, AMillionLevelsOrChildrenNeedNoDeepStack) {
+    constexpr std::size_t count = 1000000;
+    const std::string tag = "[\"n\"";
+    std::string deep;
+    std::string wide = tag;
+    for (std::size_t i = 0; i < count; ++i) {
+        deep += tag;
+        wide += tag + ']';
+    }
+    deep.append(count, ']');
+    wide += ']';
+    test::RunOnSmallStack([&] {
+        for (const std::string& text : {deep, wide}) {
+            Tree tree = DataTree::FromString(text);
+            EXPECT_TRUE(Compact(tree->Clone()) == text);
+            EXPECT_TRUE(tree->GetChild("n"));
+            EXPECT_EQ(tree->GetChildCount(), 1U);
+            tree = nullptr;
+        }
+    });
+}
+
+}  // namespace
+}  // namespace zel

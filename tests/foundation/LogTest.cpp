@@ -1,0 +1,71 @@
+#include "zel/foundation/Log.h"
+
+#include "tests/support/RecordingLogSink.h"
+
+#include <gtest/gtest.h>
+
+namespace zel {
+namespace {
+
+const LogArea s_log("LogTest", 3);
+
+class LogTestEx : public Exception {
+public:
+    LogTestEx(const std::string& message, const std::string& file, int line)
+        : Exception("LogTestEx", message, file, line) {}
+};
+
+struct Streamed {
+    int* times;
+    friend std::ostream& operator<<(std::ostream& out, const Streamed& value) {
+        ++*value.times;
+        return out << "streamed";
+    }
+};
+
+TEST(LogTest, BuildsAMessageOnlyForAReader) {
+    const test::ScopedLogger log;
+    int times = 0;
+    Log(s_log, 4, "nobody reads ", Streamed{&times});
+    EXPECT_EQ(times, 0);
+    Log(s_log, 3, "at ", 7, ' ', 0.5, ' ', Streamed{&times});
+    EXPECT_EQ(times, 1);
+    EXPECT_EQ(log.sink->TakeLines(), std::vector<std::string>{"3 LogTest at 7 0.5 streamed"});
+}
+
+TEST(LogTest, ThrowLogsTheExceptionThatItRaises) {
+    const test::ScopedLogger log;
+    int line = 0;
+    try {
+        line = __LINE__ + 1;
+        Throw<LogTestEx>(s_log, "no ", std::string("room\0!", 6));
+    } catch (const LogTestEx& exception) {
+        EXPECT_EQ(exception.GetType(), "LogTestEx");
+        EXPECT_EQ(exception.GetText(), std::string("no room\0!", 9));
+        EXPECT_STREQ(exception.what(), "no room");
+        EXPECT_EQ(exception.GetFile(), "LogTest");
+        EXPECT_EQ(exception.GetLine(), line);
+        EXPECT_EQ(exception.GetInfo(), "");
+    }
+    EXPECT_EQ(log.sink->TakeLines(),
+              std::vector<std::string>{std::string(
+                  "2 LogTest Exception of type LogTestEx. no room\0!", 48)});
+}
+
+TEST(LogTest, FailThrowsOrLogsAndGivesFalse) {
+    const test::ScopedLogger log;
+    EXPECT_FALSE(Fail<LogTestEx>(s_log, false, "refused ", 1));
+    EXPECT_EQ(log.sink->TakeLines(), std::vector<std::string>{"3 LogTest refused 1"});
+    EXPECT_THROW(Fail<LogTestEx>(s_log, true, "refused ", 2), LogTestEx);
+}
+
+TEST(ExceptionTest, TellsMoreTheMoreItIsAsked) {
+    const Exception plain("SomeEx", "message", "File", 12);
+    EXPECT_EQ(plain.AsString(), "SomeEx: message");
+    EXPECT_EQ(plain.AsStringEx(), "SomeEx: message (File:12)");
+    const Exception informed("SomeEx", "message", "File", 12, "line 7, column 3");
+    EXPECT_EQ(Exception(informed).AsStringEx(), "SomeEx: message (File:12, line 7, column 3)");
+}
+
+}  // namespace
+}  // namespace zel

@@ -1,0 +1,75 @@
+#include "tests/support/AllocationWatch.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+namespace zel::test {
+
+namespace {
+
+thread_local std::size_t t_allocations = 0;
+thread_local long t_allocationsLeft = -1;
+std::atomic<const void*> s_watchedBlock{nullptr};
+void (*s_onFree)() = nullptr;
+
+void* Allocate(std::size_t size) {
+    ++t_allocations;
+    if (t_allocationsLeft == 0) {
+        throw std::bad_alloc();
+    }
+    t_allocationsLeft -= t_allocationsLeft > 0 ? 1 : 0;
+    if (void* const block = std::malloc(size == 0 ? 1 : size)) {
+        return block;
+    }
+    throw std::bad_alloc();
+}
+
+void Free(void* block) noexcept {
+    const void* watched = block;
+    if (block != nullptr && s_watchedBlock.compare_exchange_strong(watched, nullptr)) {
+        s_onFree();
+    }
+    std::free(block);
+}
+
+}  // namespace
+
+std::size_t CountAllocations() noexcept {
+    return t_allocations;
+}
+
+void FailAllocationsAfter(long count) noexcept {
+    t_allocationsLeft = count;
+}
+
+void WatchBlock(const void* block, void (*onFree)()) noexcept {
+    s_onFree = onFree;
+    s_watchedBlock = block;
+}
+
+}  // namespace zel::test
+
+void* operator new(std::size_t size) {
+    return zel::test::Allocate(size);
+}
+
+void* operator new[](std::size_t size) {
+    return zel::test::Allocate(size);
+}
+
+void operator delete(void* block) noexcept {
+    zel::test::Free(block);
+}
+
+void operator delete[](void* block) noexcept {
+    zel::test::Free(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept {
+    zel::test::Free(block);
+}
+
+void operator delete[](void* block, std::size_t) noexcept {
+    zel::test::Free(block);
+}

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "zel/core/Logger.h"
+#include "zel/core/StringUtils.h"
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace zel::test {
+
+// Keeps what is logged as "level area text".
+class RecordingLogSink : public LogSink {
+public:
+    void Write(const LogRecord& record) override {
+        const std::lock_guard lock(m_mutex);
+        m_lines.push_back(StringUtils::AsString(record.level) + ' ' + std::string(record.area) +
+                          ' ' + std::string(record.text));
+    }
+
+    std::vector<std::string> TakeLines() {
+        const std::lock_guard lock(m_mutex);
+        return std::exchange(m_lines, {});
+    }
+
+private:
+    std::mutex m_mutex;
+    std::vector<std::string> m_lines;
+};
+
+// A started logger with a recording sink, in use for a scope.
+class ScopedLogger {
+public:
+    explicit ScopedLogger(int globalLevel = 3) : logger(new Logger), sink(new RecordingLogSink) {
+        logger->SetGlobalLogLevel(globalLevel);
+        logger->AddSink(sink);
+        logger->Start();
+        Logger::SetInstance(logger);
+    }
+
+    ~ScopedLogger() { Logger::SetInstance(nullptr); }
+    ScopedLogger(const ScopedLogger&) = delete;
+    ScopedLogger& operator=(const ScopedLogger&) = delete;
+
+    const RCPtr<Logger> logger;
+    const RCPtr<RecordingLogSink> sink;
+};
+
+}  // namespace zel::test
