@@ -37,24 +37,21 @@ bool ReadWhole(std::string_view text, T& value, Format format) {
     return true;
 }
 
-// `text` begins with at most one sign, and with a digit behind it.
 template <class T>
 bool ReadInteger(std::string_view text, T& value, int radix) {
-    const bool negative = text.front() == '-';
-    std::string_view digits = text.substr(IsSign(text.front()) ? 1 : 0);
-    const bool isHex = (radix == 0 || radix == 16) && TakeHexPrefix(digits);
-    if (digits.empty() || digits.front() == '-') {
+    const bool hasSign = IsSign(text.front());
+    const bool isNegative = text.front() == '-';
+    std::string_view digits = text.substr(hasSign ? 1 : 0);
+    const bool isHex = radix != 10 && TakeHexPrefix(digits);
+    const int base = isHex || radix == 16 ? 16 : 10;
+    // from_chars takes a minus itself; here it may only be the first character.
+    if (digits.empty() || digits.front() == '-' || (isNegative && std::is_unsigned_v<T>)) {
         return false;
     }
-    const int base = isHex || radix == 16 ? 16 : 10;
-    if (!negative) {
+    if (!isNegative) {
         return ReadWhole(digits, value, base);
     }
-    if constexpr (std::is_unsigned_v<T>) {
-        return false;
-    } else {
-        return ReadWhole('-' + std::string(digits), value, base);
-    }
+    return isHex ? ReadWhole('-' + std::string(digits), value, base) : ReadWhole(text, value, base);
 }
 
 template <class T>
@@ -94,16 +91,16 @@ bool ReadNumber(std::string_view text, T& value, int radix) {
 }
 
 template <class T>
-std::string WriteNumber(T value) {
+void AppendNumber(std::string& text, T value) {
     // Longer than the longest shortest text of any of the types.
     char digits[32];
     const auto result = std::to_chars(digits, digits + sizeof digits, value);
-    return {digits, result.ptr};
+    text.append(digits, result.ptr);
 }
 
 #define ZEL_DEFINE_NUMBER(T)                                                                       \
     template ZEL_CORE_API bool ReadNumber<T>(std::string_view, T&, int);                           \
-    template ZEL_CORE_API std::string WriteNumber<T>(T);
+    template ZEL_CORE_API void AppendNumber<T>(std::string&, T);
 ZEL_FOR_EACH_NUMBER(ZEL_DEFINE_NUMBER)
 #undef ZEL_DEFINE_NUMBER
 

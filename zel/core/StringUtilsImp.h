@@ -23,14 +23,20 @@ template <class T>
 ZEL_CORE_API bool ReadNumber(std::string_view text, T& value, int radix);
 
 template <class T>
-ZEL_CORE_API std::string WriteNumber(T value);
+ZEL_CORE_API void AppendNumber(std::string& text, T value);
 
 template <class T>
 inline constexpr bool IsByte = std::is_integral_v<T> && sizeof(T) == 1;
 
+#define ZEL_IS_NUMBER(N) || std::is_same_v<T, N>
+template <class T>
+inline constexpr bool IsValue =
+    std::is_same_v<T, std::string> ZEL_FOR_EACH_NUMBER(ZEL_IS_NUMBER);
+#undef ZEL_IS_NUMBER
+
 #define ZEL_DECLARE_NUMBER(T)                                                                      \
     extern template bool ReadNumber<T>(std::string_view, T&, int);                                 \
-    extern template std::string WriteNumber<T>(T);
+    extern template void AppendNumber<T>(std::string&, T);
 ZEL_FOR_EACH_NUMBER(ZEL_DECLARE_NUMBER)
 #undef ZEL_DECLARE_NUMBER
 
@@ -39,6 +45,7 @@ ZEL_FOR_EACH_NUMBER(ZEL_DECLARE_NUMBER)
 template <class T>
 bool FromString(const std::string& text, T& value, int radix) {
     static_assert(!Imp::IsByte<T>, "an 8-bit number goes by NumberFromString");
+    static_assert(Imp::IsByte<T> || Imp::IsValue<T>, "T is a number or std::string");
     if constexpr (std::is_same_v<T, std::string>) {
         value = text;
         return true;
@@ -50,10 +57,13 @@ bool FromString(const std::string& text, T& value, int radix) {
 template <class T>
 std::string AsString(const T& value) {
     static_assert(!Imp::IsByte<T>, "an 8-bit number goes by NumberAsString");
+    static_assert(Imp::IsByte<T> || Imp::IsValue<T>, "T is a number or std::string");
     if constexpr (std::is_same_v<T, std::string>) {
         return value;
     } else {
-        return Imp::WriteNumber(value);
+        std::string text;
+        Imp::AppendNumber(text, value);
+        return text;
     }
 }
 
@@ -73,7 +83,7 @@ bool NumberFromString(const std::string& text, T& value, int radix) {
 template <class T>
 std::string NumberAsString(const T& value) {
     if constexpr (Imp::IsByte<T>) {
-        return Imp::WriteNumber(static_cast<int>(value));
+        return AsString(static_cast<int>(value));
     } else {
         return AsString(value);
     }

@@ -65,13 +65,17 @@ template <class Ex>
     throw exception;
 }
 
-// Builds an exception of class Ex from the parts of its message, the area's name and the line, logs
-// it at level 2 and throws it.
+// Builds an exception of class Ex, or a plain Exception, from the parts of its message, the area's
+// name and the line, logs it at level 2 and throws it.
 template <class Ex, class... Parts>
 [[noreturn]] void Throw(LogPlace place, const Parts&... parts) {
     MemOS message;
     (message << ... << parts);
-    Raise(place, Ex(message.ToString(), place.area.GetName(), place.line));
+    if constexpr (std::is_same_v<Ex, Exception>) {
+        Raise(place, Exception("Exception", message.ToString(), place.area.GetName(), place.line));
+    } else {
+        Raise(place, Ex(message.ToString(), place.area.GetName(), place.line));
+    }
 }
 
 // Throws as above, or logs the message at level 3 and gives false.

@@ -66,7 +66,7 @@ public:
         const bool last = Release();
         lock.Unlock();
         if (last) {
-            delete this;
+            Destroy();
         }
     }
 
@@ -96,6 +96,9 @@ private:
         m_rcInfo = nullptr;
         return true;
     }
+
+    // Not inline, as static analysers don't follow counts and would take every object for gone.
+    void Destroy() noexcept;
 
     RCInfo* m_rcInfo;
     std::int32_t m_refCount = 0;

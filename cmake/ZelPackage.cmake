@@ -1,0 +1,26 @@
+# What `cmake --install` puts into a prefix: libraries, headers, and what find_package(zelAdvanced)
+# and pkg-config need. Nothing in it names the prefix, so that it may be moved as a whole.
+
+include(CMakePackageConfigHelpers)
+
+set(packageFolder ${CMAKE_INSTALL_LIBDIR}/cmake/zelAdvanced)
+set(pkgConfigFolder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+install(TARGETS zelCore zelAdvanced EXPORT zelAdvancedTargets FILE_SET HEADERS)
+install(EXPORT zelAdvancedTargets NAMESPACE zel:: DESTINATION ${packageFolder})
+
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/zelAdvancedConfigVersion.cmake
+    COMPATIBILITY SameMinorVersion)
+install(FILES
+    ${PROJECT_SOURCE_DIR}/cmake/zelAdvancedConfig.cmake
+    ${PROJECT_BINARY_DIR}/zelAdvancedConfigVersion.cmake
+    DESTINATION ${packageFolder})
+
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
+    BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}/${pkgConfigFolder}
+    OUTPUT_VARIABLE pkgConfigToPrefix)
+foreach(package zelcore zeladvanced)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in
+        ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${pkgConfigFolder})
+endforeach()

@@ -1,0 +1,116 @@
+# One function for each kind of target. A list file names sources and links and nothing else.
+
+include(GNUInstallDirs)
+include(GoogleTest)
+
+if(PROJECT_IS_TOP_LEVEL AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
+    find_program(ZEL_CCACHE ccache)
+    mark_as_advanced(ZEL_CCACHE)
+    if(ZEL_CCACHE)
+        set(CMAKE_CXX_COMPILER_LAUNCHER ${ZEL_CCACHE})
+    endif()
+endif()
+
+# What all code of this house is compiled with, product and tests alike.
+function(zel_compile_settings target)
+    target_compile_features(${target} PUBLIC cxx_std_20)
+    set_target_properties(${target} PROPERTIES
+        CXX_EXTENSIONS OFF
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+    if(ZEL_WARNINGS_AS_ERRORS)
+        target_compile_options(${target} PRIVATE -Werror)
+    endif()
+    if(ZEL_SANITIZE)
+        target_compile_options(${target} PRIVATE
+            -fsanitize=${ZEL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+        target_link_options(${target} PRIVATE -fsanitize=${ZEL_SANITIZE})
+    endif()
+endfunction()
+
+# zel_library(<target> <name> <macro>)
+# A shared library without sources yet: zel_room() brings those. Others link it as zel::<name>; its
+# own sources see <macro>_BUILD, which turns <macro>_API from import to export.
+function(zel_library target name macro)
+    add_library(${target} SHARED)
+    add_library(zel::${name} ALIAS ${target})
+    zel_compile_settings(${target})
+    target_compile_definitions(${target} PRIVATE ${macro}_BUILD)
+    target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR})
+    set_target_properties(${target} PROPERTIES
+        EXPORT_NAME ${name}
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR}
+        INSTALL_RPATH "$ORIGIN"
+        VERIFY_INTERFACE_HEADER_SETS ON)
+    if(NOT ZEL_SANITIZE)
+        # Sanitized objects rest on symbols that only the program brings, and share theirs with it.
+        set(exports ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+        target_link_options(${target} PRIVATE LINKER:-z,defs LINKER:--version-script=${exports})
+        set_target_properties(${target} PROPERTIES LINK_DEPENDS ${exports})
+    endif()
+endfunction()
+
+# zel_room(<library> [HEADERS <public header>...] [SOURCES <source>...])
+# Adds the current folder's files to a library. Headers named here are installed; private ones are
+# not named.
+function(zel_room library)
+    cmake_parse_arguments(PARSE_ARGV 1 room "" "" "HEADERS;SOURCES")
+    list(TRANSFORM room_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+    list(TRANSFORM room_SOURCES PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+    target_sources(${library} PUBLIC FILE_SET HEADERS FILES ${room_HEADERS})
+    target_sources(${library} PRIVATE ${room_SOURCES})
+endfunction()
+
+# zel_test(<room> <source>...)
+# One program for the tests of a room; ctest sees each test by itself.
+function(zel_test room)
+    set(target ${room}_tests)
+    add_executable(${target} ${ARGN})
+    zel_compile_settings(${target})
+    target_link_libraries(${target} PRIVATE zel::advanced GTest::gtest_main)
+    add_dependencies(zel_tests ${target})
+    set(timeout 60)
+    if(ZEL_SANITIZE)
+        set(timeout 240)
+    endif()
+    gtest_discover_tests(${target}
+        TEST_PREFIX ${room}.
+        DISCOVERY_MODE PRE_TEST
+        DISCOVERY_TIMEOUT 60
+        PROPERTIES TIMEOUT ${timeout})
+endfunction()
+
+# zel_benchmark(<room> <source>...)
+# One program for the benchmarks of a room.
+function(zel_benchmark room)
+    set(target ${room}_bench)
+    add_executable(${target} ${ARGN})
+    zel_compile_settings(${target})
+    target_link_libraries(${target} PRIVATE zel::advanced zel_bench_support)
+    add_dependencies(zel_bench ${target})
+endfunction()
+
+# zel_peer(<room> <source>... NEEDS <target>)
+# Puts another library's way of doing the same beside a room's benchmarks, in the same program, so
+# that both sides are measured in one run. Without that library the benchmark does without.
+function(zel_peer room)
+    cmake_parse_arguments(PARSE_ARGV 1 peer "" "NEEDS" "")
+    if(NOT TARGET ${peer_NEEDS})
+        message(STATUS "${room}_bench: no ${peer_NEEDS}, measuring without it")
+        return()
+    endif()
+    list(TRANSFORM peer_UNPARSED_ARGUMENTS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+    target_sources(${room}_bench PRIVATE ${peer_UNPARSED_ARGUMENTS})
+    target_link_libraries(${room}_bench PRIVATE ${peer_NEEDS})
+endfunction()
+
+# zel_example(<name> <source>...)
+# A small whole program; its folder also holds `demo`, the script that shows it at work.
+function(zel_example name)
+    add_executable(${name} ${ARGN})
+    zel_compile_settings(${name})
+    target_link_libraries(${name} PRIVATE zel::advanced)
+    add_dependencies(zel_examples ${name})
+endfunction()

@@ -1,0 +1,155 @@
+// Prints a tree document, and gets, sets or deletes a value in it.
+
+#include "zel/data/DataTree.h"
+
+#include <algorithm>
+#include <exception>
+#include <iostream>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+using zel::DataTree;
+using zel::RCPtr;
+
+namespace {
+
+using Words = std::span<const std::string>;
+
+constexpr int INDENTED = 0;
+constexpr int COMPACT = -1;
+
+constexpr std::string_view USAGE =
+    R"(usage: tree_document [--compact] print FILE
+       tree_document get FILE NAME...
+       tree_document [--compact] set FILE NAME... VALUE
+       tree_document [--compact] delete FILE NAME...
+
+print writes the document, set and delete write it with their change; FILE stays as it is. FILE "-"
+is standard input. NAME... leads from below the root down to the node meant, a word for each level;
+where a name repeats, the first is taken. set makes the node if only the last NAME is missing.
+)";
+
+std::runtime_error Complaint(Words path, std::string_view complaint) {
+    std::string text;
+    for (const std::string& name : path) {
+        text += (text.empty() ? "" : "/") + name;
+    }
+    return std::runtime_error(text.append(complaint));
+}
+
+RCPtr<DataTree> Read(const std::string& file) {
+    return file == "-" ? DataTree::ReadFrom(std::cin) : DataTree::Load(file.c_str());
+}
+
+void CheckOutput() {
+    if (!std::cout.flush()) {
+        throw std::runtime_error("Could not write to standard output");
+    }
+}
+
+void Write(const DataTree& root, int level) {
+    root.WriteTo(std::cout, level);
+    if (level == COMPACT) {
+        std::cout << '\n';
+    }
+    CheckOutput();
+}
+
+RCPtr<DataTree> Find(RCPtr<DataTree> node, Words path) {
+    for (std::size_t depth = 0; depth < path.size(); ++depth) {
+        node = node->GetChild(path[depth]);
+        if (!node) {
+            throw Complaint(path.first(depth + 1), " not found");
+        }
+    }
+    return node;
+}
+
+void PrintValue(const RCPtr<DataTree>& root, Words path) {
+    const RCPtr<DataTree> node = Find(root, path);
+    if (node->GetChildCount() > 0) {
+        throw Complaint(path, " has no value, but nodes below it");
+    }
+    std::cout << node->GetValue() << '\n';
+    CheckOutput();
+}
+
+// The text form holds no value of a node that has nodes below it: what it couldn't keep is refused.
+void SetValue(const RCPtr<DataTree>& root, Words path, const std::string& value) {
+    const Words parentPath = path.first(path.size() - 1);
+    const RCPtr<DataTree> parent = Find(root, parentPath);
+    if (!parent->GetValue().empty()) {
+        throw Complaint(parentPath, " has a value, so there can be no nodes below it");
+    }
+    const RCPtr<DataTree> node = parent->GetChild(path.back());
+    if (node && node->GetChildCount() > 0) {
+        throw Complaint(path, " has nodes below it, so it can have no value");
+    }
+    parent->SetChildValue(path.back(), value);
+}
+
+void Delete(const RCPtr<DataTree>& root, Words path) {
+    if (!Find(root, path.first(path.size() - 1))->DeleteChild(path.back())) {
+        throw Complaint(path, " not found");
+    }
+}
+
+// False for words that are no command.
+bool Run(Words words, int level) {
+    if (words.size() < 2) {
+        return false;
+    }
+    const std::string& command = words[0];
+    const std::string& file = words[1];
+    const Words rest = words.subspan(2);
+    if (command == "print" && rest.empty()) {
+        Write(*Read(file), level);
+    } else if (command == "get" && !rest.empty()) {
+        PrintValue(Read(file), rest);
+    } else if (command == "set" && rest.size() >= 2) {
+        const RCPtr<DataTree> root = Read(file);
+        SetValue(root, rest.first(rest.size() - 1), rest.back());
+        Write(*root, level);
+    } else if (command == "delete" && !rest.empty()) {
+        const RCPtr<DataTree> root = Read(file);
+        Delete(root, rest);
+        Write(*root, level);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+// One line, whatever a name or path in the text holds.
+void PrintError(std::string text) {
+    std::ranges::replace_if(
+        text, [](unsigned char c) { return c < ' ' || c == '\x7F'; }, '?');
+    std::cerr << "tree_document: " << text << std::endl;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    constexpr int wrongInput = 1;
+    constexpr int wrongUsage = 2;
+    try {
+        std::ios::sync_with_stdio(false);
+        std::cin.exceptions(std::ios::badbit);  // a failed read isn't the end of the document
+        const std::vector<std::string> arguments(argv + 1, argv + argc);
+        const bool isCompact = !arguments.empty() && arguments[0] == "--compact";
+        if (!Run(Words(arguments).subspan(isCompact ? 1 : 0), isCompact ? COMPACT : INDENTED)) {
+            std::cerr << USAGE;
+            return wrongUsage;
+        }
+        return 0;
+    } catch (const zel::Exception& ex) {
+        const std::string info = ex.GetInfo();
+        PrintError(info.empty() ? ex.what() : info + ": " + ex.what());
+    } catch (const std::exception& ex) {
+        PrintError(ex.what());
+    }
+    return wrongInput;
+}

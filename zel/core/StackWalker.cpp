@@ -1,0 +1,140 @@
+#include "zel/core/StackWalker.h"
+
+#include "zel/platform/StackTrace.h"
+
+#include <cinttypes>
+#include <cstdio>
+#include <string_view>
+
+namespace zel {
+
+namespace {
+
+template <std::size_t Size>
+void CopyText(char (&target)[Size], const char* text) {
+    const std::string_view source(text == nullptr ? "" : text);
+    target[source.copy(target, Size - 1)] = '\0';
+}
+
+// Where the last pair of brackets begins, which holds the parameters, if there is one.
+std::size_t FindParameters(std::string_view name) {
+    int depth = 0;
+    for (std::size_t i = name.size(); i > 0; --i) {
+        depth += name[i - 1] == ')' ? 1 : 0;
+        if (name[i - 1] == '(' && --depth == 0) {
+            return i - 1;
+        }
+    }
+    return name.size();
+}
+
+const char* Known(const char* text) {
+    return text[0] == '\0' ? "???" : text;
+}
+
+}  // namespace
+
+// Makes the platform's frames into entries.
+class StackWalker::Reporter : public platform::StackTraceSink {
+public:
+    Reporter(StackWalker& walker, bool mayAllocate)
+        : m_walker(walker), m_mayAllocate(mayAllocate) {}
+
+    void OnModule(const char* file, std::uint64_t base) override {
+        m_walker.OnLoadModule(file, base);
+    }
+
+    void OnFrame(const platform::StackFrame& frame) override {
+        m_entry.frameAddress = frame.address;
+        m_entry.moduleOffset = frame.moduleOffset;
+        m_entry.lineNumber = frame.line;
+        CopyText(m_entry.symbolName, frame.function);
+        CopyText(m_entry.sourceFile, frame.file);
+        CopyText(m_entry.moduleName, frame.module);
+        Undecorate(frame.function);
+        m_walker.OnCallstackEntry(m_type, m_entry);
+        m_type = NextEntry;
+    }
+
+    void OnGap(std::size_t count) override {
+        char line[64];
+        std::snprintf(line, sizeof(line), "... %zu more ...", count);
+        m_walker.OnOutput(line);
+    }
+
+    void OnFailure(const char* service, unsigned long error, std::uint64_t address) override {
+        m_walker.OnDbgHelpErr(service, error, address);
+    }
+
+    void Close() {
+        m_entry = {};
+        m_walker.OnCallstackEntry(LastEntry, m_entry);
+    }
+
+private:
+    void Undecorate(const char* function) {
+        char(&full)[1024] = m_entry.fullyUndecoratedName;
+        if (m_mayAllocate && function != nullptr &&
+            platform::UndecorateName(function, full, sizeof(full))) {
+            CopyText(m_entry.undecoratedName, full);
+            m_entry.undecoratedName[FindParameters(full)] = '\0';
+        }
+    }
+
+    StackWalker& m_walker;
+    const bool m_mayAllocate;
+    CallstackEntryType m_type = FirstEntry;
+    CallstackEntry m_entry;
+};
+
+StackWalker::StackWalker(unsigned long processId, void*) : m_processId(processId) {}
+
+StackWalker::~StackWalker() = default;
+
+bool StackWalker::LoadModules() {
+    if (!m_isReady) {
+        OnSymInit(platform::StackTraceService());
+        Reporter reporter(*this, false);
+        m_isReady = platform::PrepareStackTrace(m_processId, reporter);
+    }
+    return m_isReady;
+}
+
+bool StackWalker::ShowCallstack(void*, const void* context, void*, void*) {
+    if (!LoadModules()) {
+        return false;
+    }
+    Reporter reporter(*this, context == nullptr);
+    const bool isAnyKnown = platform::WalkStack(context, reporter);
+    reporter.Close();
+    return isAnyKnown;
+}
+
+void StackWalker::OnSymInit(const char*) {}
+
+void StackWalker::OnLoadModule(const char*, unsigned long long) {}
+
+void StackWalker::OnCallstackEntry(CallstackEntryType type, CallstackEntry& entry) {
+    if (type == LastEntry) {
+        return;
+    }
+    const bool isReadable = entry.fullyUndecoratedName[0] != '\0';
+    const char* const name = isReadable ? entry.fullyUndecoratedName : entry.symbolName;
+    char line[2560];
+    std::snprintf(line, sizeof(line), "%s (%s:%d) %s+0x%" PRIx64, Known(name),
+                  Known(entry.sourceFile), entry.lineNumber, Known(entry.moduleName),
+                  entry.moduleOffset);
+    OnOutput(line);
+}
+
+void StackWalker::OnDbgHelpErr(const char* function, unsigned long error,
+                               unsigned long long address) {
+    char line[256];
+    std::snprintf(line, sizeof(line), "%s failed with error %lu at 0x%llx", function, error,
+                  address);
+    OnOutput(line);
+}
+
+void StackWalker::OnOutput(const char*) {}
+
+}  // namespace zel

@@ -1,0 +1,9 @@
+#include "zel/foundation/RCObject.h"
+
+namespace zel {
+
+void RCObject::Destroy() noexcept {
+    delete this;
+}
+
+}  // namespace zel

@@ -1,0 +1,24 @@
+#include "zel/platform/linux/Symbolizer.h"
+
+#include <dlfcn.h>
+
+namespace zel::platform {
+
+const char* Symbolizer::GetName() noexcept {
+    return "dladdr";
+}
+
+bool Symbolizer::Prepare() noexcept {
+    return true;
+}
+
+void Symbolizer::Tell(const StackFrame& frame, StackTraceSink& sink) {
+    StackFrame named = frame;
+    Dl_info info = {};
+    if (dladdr(reinterpret_cast<const void*>(frame.address), &info) != 0) {
+        named.function = info.dli_sname;
+    }
+    sink.OnFrame(named);
+}
+
+}  // namespace zel::platform

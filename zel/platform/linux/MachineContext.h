@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <ucontext.h>
+
+namespace zel::platform {
+
+// The registers of a machine context that a walk needs, under the names that each processor has for
+// them. The caller's address is right while nothing but the call has been executed.
+
+#if defined(__x86_64__) || defined(__i386__)
+
+#if defined(__x86_64__)
+constexpr int instructionRegister = REG_RIP;
+constexpr int stackRegister = REG_RSP;
+#else
+constexpr int instructionRegister = REG_EIP;
+constexpr int stackRegister = REG_ESP;
+#endif
+
+inline std::uintptr_t GetInstruction(const ucontext_t& context) noexcept {
+    return static_cast<std::uintptr_t>(context.uc_mcontext.gregs[instructionRegister]);
+}
+
+inline std::uintptr_t GetReturnAddress(const ucontext_t& context) noexcept {
+    return *reinterpret_cast<const std::uintptr_t*>(context.uc_mcontext.gregs[stackRegister]);
+}
+
+inline void ReturnToCaller(ucontext_t& context) noexcept {
+    auto& registers = context.uc_mcontext.gregs;
+    registers[instructionRegister] = static_cast<greg_t>(GetReturnAddress(context));
+    registers[stackRegister] += static_cast<greg_t>(sizeof(std::uintptr_t));
+}
+
+#elif defined(__aarch64__)
+
+inline std::uintptr_t GetInstruction(const ucontext_t& context) noexcept {
+    return context.uc_mcontext.pc;
+}
+
+inline std::uintptr_t GetReturnAddress(const ucontext_t& context) noexcept {
+    return context.uc_mcontext.regs[30];
+}
+
+inline void ReturnToCaller(ucontext_t& context) noexcept {
+    context.uc_mcontext.pc = GetReturnAddress(context);
+}
+
+#elif defined(__s390x__)
+
+inline std::uintptr_t GetInstruction(const ucontext_t& context) noexcept {
+    return context.uc_mcontext.psw.addr;
+}
+
+inline std::uintptr_t GetReturnAddress(const ucontext_t& context) noexcept {
+    return context.uc_mcontext.gregs[14];
+}
+
+inline void ReturnToCaller(ucontext_t& context) noexcept {
+    context.uc_mcontext.psw.addr = GetReturnAddress(context);
+}
+
+#else
+#error "Tell here where this processor keeps its program counter and a call's return address."
+#endif
+
+}  // namespace zel::platform
