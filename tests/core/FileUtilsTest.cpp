@@ -88,7 +88,8 @@ TEST(FileUtilsTest, RefusesALineThatDoesNotFitAndLosesNothing) {
         FileUtils::ReadLine(in, line, sizeof line);
         FAIL() << "no exception";
     } catch (const Exception& exception) {
-        EXPECT_EQ(exception.GetText(), "Line is longer than the 6 characters that the buffer holds");
+        EXPECT_EQ(exception.GetText(),
+                  "Line is longer than the 6 characters that the buffer holds");
     }
     EXPECT_STREQ(line, "123456");
     EXPECT_EQ(in.get(), '7');

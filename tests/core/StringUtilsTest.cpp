@@ -125,8 +125,7 @@ TEST(StringUtilsTest, ThrowExLogsAndRaisesItsException) {
         EXPECT_EQ(exception.GetFile(), "../core/StringUtils");
     }
     EXPECT_EQ(log.sink->TakeLines(),
-              std::vector<std::string>{
-                  "2 StringUtils Exception of type StringUtilsEx. no number"});
+              std::vector<std::string>{"2 StringUtils Exception of type StringUtilsEx. no number"});
 }
 
 std::string EncodeByStream(const std::string& text) {
@@ -143,7 +142,8 @@ TEST(StringSegmentsTest, KeepTextReadableAndOtherBytesInHexadecimal) {
         {"", R"("")"},
         {"a b$", R"("a b$")"},
         {"\"\\\n\t\r", R"("\"\\\n\t\r")"},
-        {"gr\xC3\xBC\xC3\x9F \xE2\x82\xAC \xF0\x9F\x8C\xA7", "\"gr\xC3\xBC\xC3\x9F \xE2\x82\xAC \xF0\x9F\x8C\xA7\""},
+        {"gr\xC3\xBC\xC3\x9F \xE2\x82\xAC \xF0\x9F\x8C\xA7",
+         "\"gr\xC3\xBC\xC3\x9F \xE2\x82\xAC \xF0\x9F\x8C\xA7\""},
         {std::string("a\0\x01\x7Fz", 5), R"("a"$00017f$"z")"},
         {"\xFF", "$ff$"},
         {"\xC3", "$c3$"},
@@ -178,7 +178,8 @@ TEST(StringSegmentsTest, DecodeTakesOneSegmentAndNotAByteMore) {
         EXPECT_EQ(value, row.value);
         EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), row.rest) << row.input;
     }
-    for (const char* malformed : {"", "x", "\"a", "\"a\\", R"("\x")", "$6", "$6$", "$6g$", "$4A$"}) {
+    for (const char* malformed :
+         {"", "x", "\"a", "\"a\\", R"("\x")", "$6", "$6$", "$6g$", "$4A$"}) {
         std::istringstream in(malformed);
         std::string value = "old";
         EXPECT_FALSE(StringUtils::Decode(in, &value)) << malformed;

@@ -1,5 +1,6 @@
-#include "zel/core/Exception.h"
 #include "zel/core/Thread.h"
+
+#include "zel/core/Exception.h"
 #include "zel/core/Timer.h"
 #include "zel/foundation/WeakPtr.h"
 
@@ -92,8 +93,8 @@ TEST(ThreadTest, LogsAnExceptionThatLeavesRunAndEndsAlone) {
         thread->Start();
         thread->Join();
         EXPECT_EQ(log.sink->TakeLines(),
-                  std::vector<std::string>{
-                      "2 Thread Thread \"pump\" ended by an exception. " + row.reason});
+                  std::vector<std::string>{"2 Thread Thread \"pump\" ended by an exception. " +
+                                           row.reason});
     }
 }
 

@@ -70,9 +70,9 @@ TEST(DataTreeTest, LogsAndThrowsForAMissingValueThatMustBe) {
         EXPECT_EQ(exception.GetFile(), "DataTree");
         EXPECT_EQ(exception.GetInfo(), "");
     }
-    EXPECT_EQ(log.sink->TakeLines(),
-              std::vector<std::string>{
-                  "2 DataTree Exception of type DataTreeEx. Node speed not found"});
+    EXPECT_EQ(
+        log.sink->TakeLines(),
+        std::vector<std::string>{"2 DataTree Exception of type DataTreeEx. Node speed not found"});
 }
 
 TEST(DataTreeTest, AChildKnowsTheNodeThatTookItLast) {
@@ -121,7 +121,8 @@ TEST(DataTreeTest, AnswersLikeAPlainListThroughRandomChanges) {
             tree->SetChildValue(name, value);
             found->second = value;
         } else if (model.size() < aim) {
-            isKnown ? tree->AppendChild(new DataTree(name, value)) : tree->SetChildValue(name, value);
+            isKnown ? tree->AppendChild(new DataTree(name, value))
+                    : tree->SetChildValue(name, value);
             model.emplace_back(name, value);
         } else {
             EXPECT_EQ(tree->DeleteChild(name), isKnown);

@@ -53,7 +53,8 @@ TEST(DataTreeTextTest, ReadsWhateverLayoutAndDropsStrayText) {
         {R"([""."v"=""]  )", R"([""["v"]])"},
         {R"(stray ["a" word "quoted" = [] ["b" [x] .""=$$ ] tail )", R"(["a"["b"][""]])"},
         {"[!----][!-- [ \" - -- --x ] ---] [ !--\n--]\n[\"a\" [!---]--] ]", R"(["a"])"},
-        {R"(["a"."x"="1"."x"="2"["x"]["y"."z"="3"]])", R"(["a"."x"="1"."x"="2"["x"]["y"."z"="3"]])"},
+        {R"(["a"."x"="1"."x"="2"["x"]["y"."z"="3"]])",
+         R"(["a"."x"="1"."x"="2"["x"]["y"."z"="3"]])"},
         {"[\"a\" .\"x\"=\"]\n[.=\"]", R"(["a"."x"="]\n[.="])"},
     };
     for (const auto& row : rows) {
@@ -105,10 +106,10 @@ TEST(DataTreeTextTest, TellsWhatIsWrongAndWhere) {
                 EXPECT_EQ(exception.GetText(), fault.message) << fault.text;
                 EXPECT_EQ(exception.GetInfo(), fault.place) << fault.text;
             }
-            EXPECT_EQ(log.sink->TakeLines(),
-                      std::vector<std::string>{
-                          std::string("2 DataTree Exception of type DataTreeEx. ") +
-                          fault.message});
+            EXPECT_EQ(
+                log.sink->TakeLines(),
+                std::vector<std::string>{std::string("2 DataTree Exception of type DataTreeEx. ") +
+                                         fault.message});
         }
     }
 }

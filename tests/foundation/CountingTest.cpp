@@ -106,9 +106,7 @@ TEST_F(CountingTest, AnObjectOnTheStackExpiresItsWeakPointersAtItsEnd) {
 TEST_F(CountingTest, AWeakPointerMadeInTheDestructorIsNull) {
     class Looker : public RCObject {
     public:
-        ~Looker() override {
-            s_events += WeakPtr<Looker>(this).GetRCPtr() ? "revived" : "null";
-        }
+        ~Looker() override { s_events += WeakPtr<Looker>(this).GetRCPtr() ? "revived" : "null"; }
     };
     RCPtr<Looker>(new Looker);
     EXPECT_EQ(s_events, "null");

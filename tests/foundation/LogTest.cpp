@@ -47,9 +47,8 @@ TEST(LogTest, ThrowLogsTheExceptionThatItRaises) {
         EXPECT_EQ(exception.GetLine(), line);
         EXPECT_EQ(exception.GetInfo(), "");
     }
-    EXPECT_EQ(log.sink->TakeLines(),
-              std::vector<std::string>{std::string(
-                  "2 LogTest Exception of type LogTestEx. no room\0!", 48)});
+    EXPECT_EQ(log.sink->TakeLines(), std::vector<std::string>{std::string(
+                                         "2 LogTest Exception of type LogTestEx. no room\0!", 48)});
 }
 
 TEST(LogTest, FailThrowsOrLogsAndGivesFalse) {

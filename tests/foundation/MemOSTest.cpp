@@ -97,8 +97,8 @@ TEST(MemOSTest, WritesWhatAStandardStreamWrites) {
     });
     ExpectSameText("integers", [](auto& out) {
         out << true << short(-3) << 123456 << 1234567890123LL
-            << std::numeric_limits<unsigned long long>::max()
-            << std::numeric_limits<long>::min() << static_cast<void*>(nullptr);
+            << std::numeric_limits<unsigned long long>::max() << std::numeric_limits<long>::min()
+            << static_cast<void*>(nullptr);
     });
     ExpectSameText("floating-point", [](auto& out) {
         for (const double value : {0.0, -0.0, 0.1, 1.0 / 3, 1e6, 1234567.0, 1e-5, 1e300, 5e-324}) {

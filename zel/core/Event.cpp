@@ -95,7 +95,8 @@ int Event::WaitMultiple(const std::vector<RCPtr<Event>>& events, bool all, int m
 }
 
 int Event::WaitFor(const std::vector<Event*>& events, bool all, int milliseconds) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    const auto deadline =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
     std::unique_lock lock(State().mutex);
     Waiter waiter{events, {}, nullptr};
     const WaiterRegistration registration(waiter);

@@ -16,8 +16,8 @@ struct Exception::Details {
 
 Exception::Exception(std::string type, std::string message, std::string file, int line,
                      std::string info)
-    : m_details(std::make_shared<const Details>(Details{
-          std::move(type), std::move(message), std::move(file), line, std::move(info)})) {}
+    : m_details(std::make_shared<const Details>(
+          Details{std::move(type), std::move(message), std::move(file), line, std::move(info)})) {}
 
 Exception::~Exception() = default;
 
@@ -34,8 +34,8 @@ std::string Exception::AsString() const {
 }
 
 std::string Exception::AsStringEx() const {
-    std::string text = AsString() + " (" + m_details->file + ':' +
-                       StringUtils::AsString<int>(m_details->line);
+    std::string text =
+        AsString() + " (" + m_details->file + ':' + StringUtils::AsString<int>(m_details->line);
     const std::string info = GetInfo();
     if (!info.empty()) {
         text += ", " + info;

@@ -45,8 +45,8 @@ std::string FormatLogRecord(const LogRecord& record) {
     AppendTime(text, record.time);
     text += ' ' + StringUtils::AsString(record.level) + ' ';
     text.append(record.area);
-    text += ':' + StringUtils::AsString(record.line) + " [" +
-            StringUtils::AsString(record.thread) + "] ";
+    text += ':' + StringUtils::AsString(record.line) + " [" + StringUtils::AsString(record.thread) +
+            "] ";
     text.append(record.text);
     return text;
 }

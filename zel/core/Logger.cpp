@@ -90,8 +90,10 @@ void Logger::AppendData(int level, std::string_view area, int line, const char* 
     if (t_insideSink || !IsStarted()) {
         return;
     }
-    const LogRecord record{level, area,
-                           line,  std::string_view(text, length),
+    const LogRecord record{level,
+                           area,
+                           line,
+                           std::string_view(text, length),
                            std::chrono::system_clock::now(),
                            platform::CurrentThreadNumber()};
     const SinkScope scope;

@@ -23,9 +23,9 @@ namespace zel {
 //     logger->Start();
 //     Logger::SetInstance(logger);
 //
-// Levels: 1 misuse that will crash, 2 exceptions and failed set-up, 3 failures that are only logged,
-// 4 progress, 5 debug lines, 6 traces. A message of level N is written if the level of its area is
-// at least N or, when the area has none of its own (-1), the global level is.
+// Levels: 1 misuse that will crash, 2 exceptions and failed set-up, 3 failures that are only
+// logged, 4 progress, 5 debug lines, 6 traces. A message of level N is written if the level of its
+// area is at least N or, when the area has none of its own (-1), the global level is.
 //
 // Every call is safe from any thread, at load and at unload too. Sinks are called with no lock of
 // the logger held.

@@ -18,8 +18,8 @@ namespace zel {
 // While a scanner lives, the stream is its own; what the scanner hasn't taken is in the stream
 // again once it has gone. The stream's state follows as with its own unformatted input: looking at
 // the end sets eofbit, taking from it failbit as well; a stream that isn't good to begin with has
-// no bytes. An exception of the stream's buffer sets badbit, and passes on if the stream is asked to
-// throw then.
+// no bytes. An exception of the stream's buffer sets badbit, and passes on if the stream is asked
+// to throw then.
 class ZEL_CORE_API StreamScanner {
 public:
     static constexpr int End = -1;
@@ -36,9 +36,7 @@ public:
     StreamScanner& operator=(const StreamScanner&) = delete;
 
     // The next byte as 0 to 255, or End; it stays where it is.
-    int Peek() {
-        return m_next != m_end || Refill() ? static_cast<unsigned char>(*m_next) : End;
-    }
+    int Peek() { return m_next != m_end || Refill() ? static_cast<unsigned char>(*m_next) : End; }
 
     // The same, and the byte is taken.
     int Get() {

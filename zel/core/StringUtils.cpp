@@ -61,8 +61,8 @@ bool ReadFloat(std::string_view text, T& value, int radix) {
     }
     const std::string_view digits = text.substr(IsSign(text.front()) ? 1 : 0);
     // from_chars takes "infinity" and "nan(...)" as well; here the short words are the only ones.
-    const bool isWord = !digits.empty() && digits.front() != '.' &&
-                        (digits.front() < '0' || digits.front() > '9');
+    const bool isWord =
+        !digits.empty() && digits.front() != '.' && (digits.front() < '0' || digits.front() > '9');
     if (digits.empty() || IsSign(digits.front()) || (isWord && digits.size() != 3)) {
         return false;
     }
@@ -98,8 +98,8 @@ void AppendNumber(std::string& text, T value) {
     text.append(digits, result.ptr);
 }
 
-#define ZEL_DEFINE_NUMBER(T)                                                                       \
-    template ZEL_CORE_API bool ReadNumber<T>(std::string_view, T&, int);                           \
+#define ZEL_DEFINE_NUMBER(T)                                             \
+    template ZEL_CORE_API bool ReadNumber<T>(std::string_view, T&, int); \
     template ZEL_CORE_API void AppendNumber<T>(std::string&, T);
 ZEL_FOR_EACH_NUMBER(ZEL_DEFINE_NUMBER)
 #undef ZEL_DEFINE_NUMBER

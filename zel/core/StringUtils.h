@@ -23,8 +23,8 @@ namespace StringUtils {
 // Reads a number that makes up the whole text: no blanks, no trailing characters, not empty. False
 // for anything else, and for a number that doesn't fit T; `value` keeps its old content then.
 //
-// `radix` is 10, 16, or 0 for decimal or, behind 0x, hexadecimal; a leading zero has no meaning. One
-// sign may stand in front, of which an unsigned type takes only the plus. A float or double, in
+// `radix` is 10, 16, or 0 for decimal or, behind 0x, hexadecimal; a leading zero has no meaning.
+// One sign may stand in front, of which an unsigned type takes only the plus. A float or double, in
 // radix 0 or 10, also takes "inf" and "nan" in any case, and refuses what underflows to zero.
 //
 // T is a 16-, 32- or 64-bit integer, float, double, or std::string, which is handed through as it

@@ -3,16 +3,16 @@
 #include "zel/core/StringUtils.h"
 
 // The numbers that the library itself reads and writes.
-#define ZEL_FOR_EACH_NUMBER(USE)                                                                   \
-    USE(short)                                                                                     \
-    USE(unsigned short)                                                                            \
-    USE(int)                                                                                       \
-    USE(unsigned int)                                                                              \
-    USE(long)                                                                                      \
-    USE(unsigned long)                                                                             \
-    USE(long long)                                                                                 \
-    USE(unsigned long long)                                                                        \
-    USE(float)                                                                                     \
+#define ZEL_FOR_EACH_NUMBER(USE) \
+    USE(short)                   \
+    USE(unsigned short)          \
+    USE(int)                     \
+    USE(unsigned int)            \
+    USE(long)                    \
+    USE(unsigned long)           \
+    USE(long long)               \
+    USE(unsigned long long)      \
+    USE(float)                   \
     USE(double)
 
 namespace zel::StringUtils {
@@ -30,12 +30,11 @@ inline constexpr bool IsByte = std::is_integral_v<T> && sizeof(T) == 1;
 
 #define ZEL_IS_NUMBER(N) || std::is_same_v<T, N>
 template <class T>
-inline constexpr bool IsValue =
-    std::is_same_v<T, std::string> ZEL_FOR_EACH_NUMBER(ZEL_IS_NUMBER);
+inline constexpr bool IsValue = std::is_same_v<T, std::string> ZEL_FOR_EACH_NUMBER(ZEL_IS_NUMBER);
 #undef ZEL_IS_NUMBER
 
-#define ZEL_DECLARE_NUMBER(T)                                                                      \
-    extern template bool ReadNumber<T>(std::string_view, T&, int);                                 \
+#define ZEL_DECLARE_NUMBER(T)                                      \
+    extern template bool ReadNumber<T>(std::string_view, T&, int); \
     extern template void AppendNumber<T>(std::string&, T);
 ZEL_FOR_EACH_NUMBER(ZEL_DECLARE_NUMBER)
 #undef ZEL_DECLARE_NUMBER

@@ -22,8 +22,8 @@ public:
                const std::string& info = {});
 };
 
-// One node of a tree document: a name, a text value and an ordered run of named children. A document
-// is its root node. Names may be empty and may repeat; they are compared byte for byte.
+// One node of a tree document: a name, a text value and an ordered run of named children. A
+// document is its root node. Names may be empty and may repeat; they are compared byte for byte.
 //
 //     RCPtr<DataTree> settings = DataTree::Load("station.tree");
 //     std::string interval = "60";
@@ -73,8 +73,8 @@ public:
     // Sets the value of that child, or appends a new one.
     void SetChildValue(const std::string& name, const std::string& value);
 
-    // Appends a child, which isn't null, nor this node, nor one above it (asserted in debug builds).
-    // A child of another node stays there too, and takes this one for its parent.
+    // Appends a child, which isn't null, nor this node, nor one above it (asserted in debug
+    // builds). A child of another node stays there too, and takes this one for its parent.
     void AppendChild(RCPtr<DataTree> child);
 
     // False if there is no such child. The removed one keeps its link to the parent.

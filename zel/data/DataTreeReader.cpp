@@ -157,7 +157,8 @@ private:
         (text << ... << message);
         MemOS info;
         info << m_source << "line " << position.line << ", column " << position.column;
-        Raise(place, DataTreeEx(text.ToString(), place.area.GetName(), place.line, info.ToString()));
+        Raise(place,
+              DataTreeEx(text.ToString(), place.area.GetName(), place.line, info.ToString()));
     }
 
     StreamScanner& m_in;

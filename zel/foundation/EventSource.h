@@ -15,8 +15,8 @@ namespace zel {
 template <class T>
 class EventSink : public RCObject {
 public:
-    // Called on the firing thread, with no lock held, perhaps on several threads at once. True keeps
-    // the subscription; false ends it, once for each time the sink is subscribed.
+    // Called on the firing thread, with no lock held, perhaps on several threads at once. True
+    // keeps the subscription; false ends it, once for each time the sink is subscribed.
     virtual bool OnEvent(const T& value) = 0;
 };
 

@@ -53,9 +53,9 @@ private:
     int m_capacity = INLINE_CAPACITY;
 };
 
-// A text stream in memory for messages and small conversions, as a local variable of the function at
-// hand. Text of up to 512 characters costs no heap allocation. Whatever is written can be read in
-// turn; there is no seeking. Text is made by the classic locale, whatever the global one is.
+// A text stream in memory for messages and small conversions, as a local variable of the function
+// at hand. Text of up to 512 characters costs no heap allocation. Whatever is written can be read
+// in turn; there is no seeking. Text is made by the classic locale, whatever the global one is.
 //
 //     MemOS message;
 //     message << "Node " << name << " not found";
@@ -80,8 +80,8 @@ public:
     std::string_view GetText() { return {GetData(), static_cast<std::size_t>(GetLength())}; }
     std::string ToString() { return std::string(GetText()); }
 
-    // Everything that a std::ostream takes, with the same result. Text and numbers at default format
-    // flags go straight to the storage.
+    // Everything that a std::ostream takes, with the same result. Text and numbers at default
+    // format flags go straight to the storage.
     template <class T>
     MemOS& operator<<(const T& value) {
         using Value = std::decay_t<T>;

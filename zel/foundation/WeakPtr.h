@@ -9,8 +9,8 @@ namespace zel {
 //     if (RCPtr<Station> station = weak.GetRCPtr()) { ... }
 //
 // A class makes a weak pointer to itself from `this`; inside the destructor that gives a null one.
-// Threads may call GetRCPtr on one WeakPtr at once; changing it is for one thread alone. Upgrading a
-// pointer to an object that no RCPtr has owned yet, one on the stack for instance, is forbidden
+// Threads may call GetRCPtr on one WeakPtr at once; changing it is for one thread alone. Upgrading
+// a pointer to an object that no RCPtr has owned yet, one on the stack for instance, is forbidden
 // (asserted in debug builds).
 template <class T>
 class WeakPtr {
