@@ -1,0 +1,228 @@
+#include "zel/variant/Variant.h"
+
+#include "tests/support/RecordingLogSink.h"
+#include "tests/variant/SampleValues.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <thread>
+
+namespace zel {
+namespace {
+
+using test::ForEachElement;
+using test::Sample;
+using Lines = std::vector<std::string>;
+using Value = RCPtr<VariantBase>;
+
+// What Exception comes out of a call, as its text.
+template <class Call>
+std::string ThrownBy(Call call) {
+    try {
+        call();
+    } catch (const Exception& exception) {
+        return exception.AsString();
+    }
+    return "nothing";
+}
+
+static_assert(!VariantValue<long> && !VariantValue<unsigned long> && !VariantValue<char>);
+static_assert(!VariantValue<bool> && !VariantValue<const char*>);
+static_assert(sizeof(unsigned long long) == 8 && sizeof(int) == 4 && sizeof(short) == 2);
+
+TEST(VariantTest, EachTypeKnowsItsIdentifierNameAndSizes) {
+    ForEachElement([]<class E>(ElementTraits<E> traits) {
+        const Value scalar(new Variant<E>(Sample<E>(1)));
+        const Value array(new Variant<std::vector<E>>({Sample<E>(1), Sample<E>(2)}));
+        const Value fixed(new Variant<std::vector<E>>({Sample<E>(1)}, true));
+        const struct {
+            Value value;
+            int id;
+            std::string name;
+            int elements;
+            int size;
+        } rows[] = {
+            {scalar, traits.Code, traits.Name, 1, test::SizeOf(Sample<E>(1))},
+            {array, traits.Code | 0x200, std::string(traits.Name) + "[]", 2,
+             test::SizeOf(Sample<E>(1)) + test::SizeOf(Sample<E>(2))},
+            {fixed, traits.Code | 0x100, std::string(traits.Name) + "[1]", 1,
+             test::SizeOf(Sample<E>(1))},
+        };
+        for (const auto& row : rows) {
+            EXPECT_EQ(row.value->GetTypeID(), row.id);
+            EXPECT_EQ(row.value->GetTypeName(), row.name);
+            EXPECT_EQ(row.value->GetNumberOfElements(), row.elements) << row.name;
+            EXPECT_EQ(row.value->GetSize(), row.size) << row.name;
+            EXPECT_EQ(row.value->GetSizeOfElement(), static_cast<int>(sizeof(E)));
+            EXPECT_EQ(row.value->GetType(), row.value->GetTypeInfo().name());
+            EXPECT_EQ(row.value->IsArray(), row.id > 0xFF);
+            const Value made = VariantBase::CreateByTypeName(row.name);
+            EXPECT_EQ(made->GetTypeName(), row.name);
+            EXPECT_EQ(made->GetType(), row.value->GetType());
+            const Value clone = row.value->Clone();
+            EXPECT_EQ(clone->GetTypeName(), row.name);
+            EXPECT_TRUE(clone->IsEqual(row.value, true, false, true));
+            clone->SetMaximumValue();
+            EXPECT_FALSE(clone->IsEqual(row.value, true, false, true)) << row.name;
+        }
+    });
+}
+
+TEST(VariantTest, TheFactoryKnowsItsIdentifiersAndNoOthers) {
+    const test::ScopedLogger log(5);
+    log.logger->SetAreaLevel("Variant", 5);
+    EXPECT_EQ(VariantBase::CreateByID(0x111)->GetTypeName(), "U8[0]");
+    EXPECT_EQ(VariantBase::CreateByID(0x80)->GetTypeName(), "string");
+    EXPECT_EQ(log.sink->TakeLines(),
+              (Lines{"5 Variant [VariantBase::CreateVariantByID] Created variant of type "
+                     "std::vector< ::uint8_t >(id=529)",
+                     "5 Variant [VariantBase::CreateVariantByID] Created variant of type "
+                     "std::string (id=128)"}));
+    for (const int id : {0, 0x13, 0x1011, 0x1211, -1 & ~0x100, 0x200, 0x10}) {
+        EXPECT_FALSE(VariantBase::CreateByID(id)) << id;
+    }
+    EXPECT_EQ(log.sink->TakeLines(), Lines());
+    EXPECT_FALSE(VariantBase::CreateByID(0x311));
+    EXPECT_EQ(log.sink->TakeLines(),
+              Lines{"3 Variant [VariantBase::CreateVariantByID] Illegal type specifier passed "
+                    "(both variable-sized and fixed-size array flags asserted)!"});
+    EXPECT_EQ(VariantBase::MakeID(false, 1), 0x11);
+    EXPECT_EQ(VariantBase::MakeID(true, 8), 0x28);
+}
+
+TEST(VariantTest, ATypeNameIsReadAsItStands) {
+    const struct {
+        const char* name;
+        const char* outcome;
+    } rows[] = {
+        {"U8[4]", "U8[4]"},
+        {"U8[0x10]", "U8[16]"},
+        {"U8[4]junk", "U8[4]"},
+        {"string[2]", "string[2]"},
+        {"U8[0]", "U8[0]"},
+        {"U8[", "Exception: Missing closing bracket in type: U8["},
+        {"U8]", "Exception: Unknown Type: U8]"},
+        {"Foo[3]", "Exception: Unknown Type: Foo[3]"},
+        {"u8", "Exception: Unknown Type: u8"},
+        {"", "Exception: Unknown Type: "},
+        {"U8[abc]", "Exception: Unable to convert size of array (abc) to string."},
+        {"U8[-1]", "Exception: Unable to convert size of array (-1) to string."},
+        {"U8[2147483648]", "Exception: Unable to convert size of array (2147483648) to string."},
+    };
+    for (const auto& row : rows) {
+        std::string name;
+        const std::string thrown =
+            ThrownBy([&] { name = VariantBase::CreateByTypeName(row.name)->GetTypeName(); });
+        EXPECT_EQ(name.empty() ? thrown : name, row.outcome);
+    }
+    const test::ScopedLogger log;
+    ThrownBy([] { VariantBase::CreateByTypeName("u8"); });
+    EXPECT_EQ(log.sink->TakeLines(),
+              Lines{"2 Variant Exception of type Exception. Unknown Type: u8"});
+}
+
+TEST(VariantTest, LimitsAreThoseOfTheType) {
+    const auto limits = [](const char* type) {
+        const Value value = VariantBase::CreateByTypeName(type);
+        value->SetMinimumValue();
+        std::string text = value->WriteValueToString(false);
+        value->SetMaximumValue();
+        return text + ' ' + value->WriteValueToString(false);
+    };
+    EXPECT_EQ(limits("U8"), "0 255");
+    EXPECT_EQ(limits("U64"), "0 18446744073709551615");
+    EXPECT_EQ(limits("S8[2]"), "-128`-128 127`127");
+    EXPECT_EQ(limits("S64"), "-9223372036854775808 9223372036854775807");
+    EXPECT_EQ(limits("F32"), "1.1754944e-38 3.4028235e+38");
+    EXPECT_EQ(limits("D64[1]"), "2.2250738585072014e-308 1.7976931348623157e+308");
+    Variant<std::string> text("ab");
+    text.SetMaximumValue();
+    EXPECT_EQ(text.GetValue(), "\xFF\xFF");
+    text.SetMinimumValue();
+    EXPECT_EQ(text.GetValue(), "\x01\x01");
+}
+
+TEST(VariantTest, ArraysChangeTheirLengthAndScalarsDoNot) {
+    Variant<int> scalar(7, true);
+    scalar.SetNumberOfElements(5);
+    EXPECT_EQ(scalar.GetNumberOfElements(), 1);
+    Variant<std::vector<int>> fixed({1, 2, 3}, true);
+    fixed.SetNumberOfElements(2);
+    EXPECT_EQ(fixed.GetTypeName(), "S32[2]");
+    fixed.SetNumberOfElements(3);
+    EXPECT_EQ(fixed.GetValue(), (std::vector<int>{1, 2, 0}));
+    Variant<std::vector<int>> other;
+    other = fixed;
+    EXPECT_EQ(other.GetTypeName(), "S32[3]");
+}
+
+TEST(VariantTest, OnlyANumericScalarIsADouble) {
+    double value = 4;
+    EXPECT_TRUE(Variant<unsigned long long>(~0ULL).GetValueAsDouble(&value, true));
+    EXPECT_EQ(value, 18446744073709551616.0);
+    const test::ScopedLogger log;
+    EXPECT_FALSE(Variant<std::string>("12").GetValueAsDouble(&value, false));
+    EXPECT_FALSE(Variant<std::vector<int>>({1}).GetValueAsDouble(&value, false));
+    EXPECT_FALSE(Variant<double>().GetValueAsDouble(nullptr, false));
+    EXPECT_EQ(log.sink->TakeLines(), Lines());
+    EXPECT_EQ(value, 18446744073709551616.0);
+    EXPECT_EQ(ThrownBy([] { Variant<signed char>().GetValueAsDouble(nullptr, true); }),
+              "VariantEx: [Variant< ::int8_t >::GetValueAsDouble] Unable to convert NULL pointer "
+              "to double!");
+    EXPECT_EQ(ThrownBy([&] { Variant<std::string>().GetValueAsDouble(&value, true); }),
+              std::string("VariantEx: Unable to convert from ") + typeid(std::string).name() +
+                  " to double!");
+}
+
+TEST(VariantTest, LogsAndThrowsForItsFamily) {
+    const test::ScopedLogger log;
+    log.logger->SetAreaLevel("Variant", 5);
+    VariantBase::LogMessage(nullptr);
+    VariantBase::LogDebugMessage(nullptr);
+    VariantBase::Throw(nullptr);
+    VariantBase::LogMessage("three");
+    VariantBase::LogDebugMessage("five");
+    EXPECT_EQ(ThrownBy([] { VariantBase::Throw("two"); }), "VariantEx: two");
+    EXPECT_EQ(log.sink->TakeLines(), (Lines{"3 Variant three", "5 Variant five",
+                                            "2 Variant Exception of type VariantEx. two"}));
+}
+
+TEST(VariantTest, ByteOrderTurnsEveryBitAndComesBack) {
+    const unsigned short pair = 0x1234;
+    EXPECT_EQ(Variant_ToNetworkOrder(pair, true), 0x3412);
+    EXPECT_EQ(Variant_ToNetworkOrder(pair, false), Variant_IsInNetworkOrder() ? 0x1234 : 0x3412);
+    EXPECT_EQ(Variant_ToNetworkOrder<signed char>(-3, true), -3);
+    const unsigned bits = 0x7FA00001;  // a signalling NaN, which a register would make a quiet one
+    float number = 0;
+    std::memcpy(&number, &bits, sizeof bits);
+    Variant<std::vector<float>> array({number, number});
+    unsigned char buffer[2 * sizeof number];
+    unsigned long long bytes = sizeof buffer;
+    ASSERT_NE(array.WriteValueToBuffer(buffer, bytes, false), nullptr);
+    const unsigned char expected[] = {0x7F, 0xA0, 0, 1, 0x7F, 0xA0, 0, 1};
+    EXPECT_EQ(std::memcmp(buffer, expected, sizeof expected), 0);
+}
+
+// Reads and writes by the locked operations on several threads, and comparisons that cross.
+TEST(VariantTest, ThreadsMayShareAVariant) {
+    const Value left(new Variant<std::string>("left"));
+    const Value right(new Variant<std::string>("right"));
+    const auto work = [](const Value& own, const Value& other) {
+        for (int round = 0; round < 2000; ++round) {
+            EXPECT_TRUE(
+                own->SetValue(std::string(static_cast<std::size_t>(round % 40), 'x'), true));
+            std::string text;
+            EXPECT_TRUE(other->GetValue(&text, true));
+            EXPECT_TRUE(text.find_first_not_of("xleftrigh") == std::string::npos);
+            own->IsEqual(other, true, false, true);
+            own->IsLessThan(own, true, false, true);
+        }
+    };
+    std::thread crossing(work, right, left);
+    work(left, right);
+    crossing.join();
+}
+
+}  // namespace
+}  // namespace zel

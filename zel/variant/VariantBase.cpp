@@ -1,0 +1,136 @@
+#include "zel/variant/VariantBase.h"
+
+#include "zel/core/StringUtils.h"
+#include "zel/variant/VariantAccess.h"
+
+#include <cstring>
+#include <limits>
+
+namespace zel {
+
+const LogArea s_variantLog("Variant", 3);
+
+const char VariantBase::STRING_VECTOR_SEPARATOR = '`';
+
+VariantEx::VariantEx(const std::string& message, const std::string& file, int line)
+    : Exception("VariantEx", message, file, line) {}
+
+VariantBase::~VariantBase() = default;
+
+bool VariantBase::IsNotEqual(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
+                             bool requireAll) const {
+    return !IsEqual(std::move(other), throwOnError, expandSingle, requireAll);
+}
+
+void VariantBase::LogMessage(const char* message) {
+    if (message != nullptr) {
+        Log(s_variantLog, 3, message);
+    }
+}
+
+void VariantBase::LogDebugMessage(const char* message) {
+    if (message != nullptr) {
+        Log(s_variantLog, 5, message);
+    }
+}
+
+void VariantBase::Throw(const char* message) {
+    if (message != nullptr) {
+        zel::Throw<VariantEx>(s_variantLog, message);
+    }
+}
+
+namespace {
+
+template <class T>
+RCPtr<VariantBase> Create(int id, bool isFixed) {
+    RCPtr<Variant<T>> variant(new Variant<T>);
+    VariantAccess::SetFixed(*variant, isFixed);
+    using E = typename ValueTraits<T>::Element;
+    constexpr const char* before = ValueTraits<T>::IsArray ? "std::vector< " : "";
+    constexpr const char* behind = ValueTraits<T>::IsArray ? " >" : " ";
+    Log(s_variantLog, 5, "[VariantBase::CreateVariantByID] Created variant of type ", before,
+        ElementTraits<E>::Spelling, behind, "(id=", id, ")");
+    return variant;
+}
+
+// The code of an element type, 0 for a name that is none.
+int FindCode(std::string_view name) {
+#define ZEL_COMPARE(T, Name, Code, Spelling) \
+    if (name == Name) {                      \
+        return Code;                         \
+    }
+    ZEL_FOR_EACH_ELEMENT(ZEL_COMPARE)
+#undef ZEL_COMPARE
+    return 0;
+}
+
+unsigned int ReadArraySize(const std::string& text) {
+    unsigned int size = 0;
+    if (!StringUtils::FromString(text, size, 0) ||
+        size > static_cast<unsigned int>(std::numeric_limits<int>::max())) {
+        Throw<Exception>(s_variantLog, "Unable to convert size of array (", text, ") to string.");
+    }
+    return size;
+}
+
+}  // namespace
+
+RCPtr<VariantBase> VariantBase::CreateByID(int id) {
+    const RCPtr<VariantBase> none;
+    if ((id & TypeID::ARRAY_BITS) == TypeID::ARRAY_BITS) {
+        Log(s_variantLog, 3,
+            "[VariantBase::CreateVariantByID] Illegal type specifier passed (both variable-sized "
+            "and fixed-size array flags asserted)!");
+        return none;
+    }
+    if ((id & TypeID::ARRAY_BITS) == 0) {
+        return VisitElementType(
+            id, none, [&](auto tag) { return Create<typename decltype(tag)::Element>(id, false); });
+    }
+    const bool isFixed = (id & TypeID::FIXED_ARRAY) != 0;
+    return VisitElementType(id & ~TypeID::ARRAY_BITS, none, [&](auto tag) {
+        using E = typename decltype(tag)::Element;
+        return Create<std::vector<E>>(ValueTraits<std::vector<E>>::Code, isFixed);
+    });
+}
+
+RCPtr<VariantBase> VariantBase::CreateByTypeName(const std::string& name) {
+    const std::size_t open = name.find('[');
+    const int code = FindCode(std::string_view(name).substr(0, open));
+    if (code == 0) {
+        zel::Throw<Exception>(s_variantLog, "Unknown Type: ", name);
+    }
+    if (open == std::string::npos) {
+        return CreateByID(code);
+    }
+    const std::size_t close = name.find(']', open);
+    if (close == std::string::npos) {
+        zel::Throw<Exception>(s_variantLog, "Missing closing bracket in type: ", name);
+    }
+    const std::string size = name.substr(open + 1, close - open - 1);
+    RCPtr<VariantBase> variant = CreateByID(code | TypeID::VARIABLE_ARRAY);
+    if (!size.empty()) {
+        const unsigned int count = ReadArraySize(size);
+        VariantAccess::SetFixed(*variant, true);
+        variant->SetNumberOfElements(count);
+    }
+    return variant;
+}
+
+std::string VariantBase::GetTypeName() const {
+    constexpr int lowBits = 0xFFFF;
+    const int id = GetTypeID() & lowBits;
+    const char* const name = VisitElementType<const char*>(
+        id & ~TypeID::ARRAY_BITS, nullptr,
+        [](auto tag) { return ElementTraits<typename decltype(tag)::Element>::Name; });
+    if (name == nullptr) {
+        zel::Throw<Exception>(s_variantLog, "Unknown Type: ", id);
+    }
+    if ((id & TypeID::FIXED_ARRAY) != 0) {
+        return StringUtils::Format("%s[%i]", name, GetNumberOfElements());
+    }
+    return std::string(name) + ((id & TypeID::VARIABLE_ARRAY) != 0 ? "[]" : "");
+}
+
+}  // namespace zel

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "zel/variant/VariantBase.h"
+
+// The work behind the buffer form of VariantBase, for whoever knows the element type T. `variant`
+// and `buffer` may be null, which is reported; `buffer` needs no alignment. The variant's lock is
+// taken for reading or storing the value, not for the whole call.
+
+template <class T>
+ZEL_ADVANCED_API void* ReadScalarValueFromBufferImp(zel::VariantBase* variant, void* buffer,
+                                                    unsigned long long& bytes);
+template <class T>
+ZEL_ADVANCED_API void* WriteScalarValueToBufferImp(zel::VariantBase* variant, void* buffer,
+                                                   unsigned long long& bytes);
+template <class T>
+ZEL_ADVANCED_API void* ReadVectorValueFromBufferImp(zel::VariantBase* variant, void* buffer,
+                                                    unsigned long long& bytes, bool withSize);
+template <class T>
+ZEL_ADVANCED_API void* WriteVectorValueToBufferImp(zel::VariantBase* variant, void* buffer,
+                                                   unsigned long long& bytes, bool withSize);
+
+#define ZEL_DECLARE_BUFFER(T, ...)                                                    \
+    extern template void* ReadScalarValueFromBufferImp<T>(zel::VariantBase*, void*,   \
+                                                          unsigned long long&);       \
+    extern template void* WriteScalarValueToBufferImp<T>(zel::VariantBase*, void*,    \
+                                                         unsigned long long&);        \
+    extern template void* ReadVectorValueFromBufferImp<T>(zel::VariantBase*, void*,   \
+                                                          unsigned long long&, bool); \
+    extern template void* WriteVectorValueToBufferImp<T>(zel::VariantBase*, void*,    \
+                                                         unsigned long long&, bool);
+ZEL_FOR_EACH_ELEMENT(ZEL_DECLARE_BUFFER)
+#undef ZEL_DECLARE_BUFFER

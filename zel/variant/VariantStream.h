@@ -1,0 +1,24 @@
+#pragma once
+
+#include "zel/variant/VariantBase.h"
+
+// The work behind the stream form of VariantBase, for whoever knows the element type T. `variant`
+// may be null, which is reported. The variant's lock is taken for reading or storing the value, not
+// for the whole call.
+
+template <class T>
+ZEL_ADVANCED_API bool ReadScalarValueFromStreamImp(zel::VariantBase* variant, std::istream& in);
+template <class T>
+ZEL_ADVANCED_API bool WriteScalarValueToStreamImp(zel::VariantBase* variant, std::ostream& out);
+template <class T>
+ZEL_ADVANCED_API bool ReadVectorValueFromStreamImp(zel::VariantBase* variant, std::istream& in);
+template <class T>
+ZEL_ADVANCED_API bool WriteVectorValueToStreamImp(zel::VariantBase* variant, std::ostream& out);
+
+#define ZEL_DECLARE_STREAM(T, ...)                                                          \
+    extern template bool ReadScalarValueFromStreamImp<T>(zel::VariantBase*, std::istream&); \
+    extern template bool WriteScalarValueToStreamImp<T>(zel::VariantBase*, std::ostream&);  \
+    extern template bool ReadVectorValueFromStreamImp<T>(zel::VariantBase*, std::istream&); \
+    extern template bool WriteVectorValueToStreamImp<T>(zel::VariantBase*, std::ostream&);
+ZEL_FOR_EACH_ELEMENT(ZEL_DECLARE_STREAM)
+#undef ZEL_DECLARE_STREAM
