@@ -1,5 +1,6 @@
 #include "zel/core/StringUtils.h"
 
+#include <array>
 #include <ostream>
 
 namespace zel::StringUtils {
@@ -41,10 +42,14 @@ std::size_t MultiByteLength(std::string_view text) {
     return isOverlong || isSurrogate || isControl || code > 0x10FFFF ? 0 : length;
 }
 
-// Readable ASCII that stands for itself in quotes.
-bool IsPlain(unsigned byte) {
-    return byte >= 0x20 && byte < 0x7F && byte != QUOTE && byte != '\\';
-}
+// The readable ASCII characters that stand for themselves in quotes.
+constexpr auto PLAIN = [] {
+    std::array<bool, 256> plain{};
+    for (std::size_t byte = 0x20; byte < 0x7F; ++byte) {
+        plain[byte] = byte != QUOTE && byte != '\\';
+    }
+    return plain;
+}();
 
 // The letter behind the backslash, 0 for a byte that has no escape.
 char EscapeOf(unsigned byte) {
@@ -84,7 +89,7 @@ std::size_t PlainLength(std::string_view text) {
     std::size_t length = 0;
     while (length < text.size()) {
         const unsigned byte = ByteAt(text, length);
-        if (IsPlain(byte)) {
+        if (PLAIN[byte]) {
             ++length;
             continue;
         }

@@ -38,27 +38,29 @@ DataTree::DataTree(std::string name, std::string value)
 
 DataTree::~DataTree() {
     delete m_index.load(std::memory_order_relaxed);
+    DeadNodes& dead = t_deadNodes;
     if (!m_children.empty()) {
-        ReleaseChildren();
+        ReleaseChildren(dead.first);
     }
-    if (t_deadNodes.isDestroying) {
+    if (dead.isDestroying || dead.first == nullptr) {
         return;
     }
-    t_deadNodes.isDestroying = true;
-    while (t_deadNodes.first != nullptr) {
-        delete std::exchange(t_deadNodes.first, t_deadNodes.first->m_nextDead);
+    dead.isDestroying = true;
+    while (dead.first != nullptr) {
+        delete std::exchange(dead.first, dead.first->m_nextDead);
     }
-    t_deadNodes.isDestroying = false;
+    dead.isDestroying = false;
 }
 
-// The last one goes first onto the pile, so that the first child is the first to be destroyed.
-void DataTree::ReleaseChildren() noexcept {
+// Puts the children that nobody else holds on the pile of the dead, the last one first, so that the
+// first child is the first to be destroyed.
+void DataTree::ReleaseChildren(DataTree*& pile) noexcept {
     RCBatch batch;
     for (auto child = m_children.rbegin(); child != m_children.rend(); ++child) {
         batch.Step();
         if (DataTree* const dead = batch.Release(*child)) {
             batch.ReleaseIfExpired(dead->m_parent);
-            dead->m_nextDead = std::exchange(t_deadNodes.first, dead);
+            dead->m_nextDead = std::exchange(pile, dead);
         }
     }
 }

@@ -115,7 +115,7 @@ private:
     RCPtr<DataTree> Detach(DataTree* child) noexcept;
     DataTree* AppendUnshared(std::string name, std::string value);
     bool IsAtOrBelow(const DataTree* node) const;
-    void ReleaseChildren() noexcept;
+    void ReleaseChildren(DataTree*& pile) noexcept;
 
     std::string m_name;
     std::string m_value;

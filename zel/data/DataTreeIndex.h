@@ -2,15 +2,22 @@
 
 #include "zel/data/DataTree.h"
 
-#include <map>
+#include <unordered_map>
 
 namespace zel {
+
+// Hashes a name from a start that differs from process to process, so that a document can't be made
+// of names that fall together.
+class NameHash {
+public:
+    std::size_t operator()(std::string_view name) const noexcept;
+};
 
 // The earliest child of each name, by name. The keys are the children's own names, which never
 // change and live as long as the entry: a child leaves the index before it leaves the list.
 class DataTree::Index {
 public:
-    explicit Index(const Children& children) {
+    explicit Index(const Children& children) : m_children(2 * children.size()) {
         for (const RCPtr<DataTree>& child : children) {
             Add(child.Get());
         }
@@ -37,7 +44,7 @@ public:
     }
 
 private:
-    std::map<std::string_view, DataTree*> m_children;
+    std::unordered_map<std::string_view, DataTree*, NameHash> m_children;
 };
 
 }  // namespace zel

@@ -4,10 +4,10 @@
 #include "zel/foundation/RCBatch.h"
 
 #include <algorithm>
-#include <list>
 #include <string>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace zel {
 
@@ -26,8 +26,9 @@ class EventSinkList : public RCObject {
 public:
     EventSinkList() = default;
 
-    // A copy holds every sink once more.
+    // A copy holds every sink once more, and has room for another.
     EventSinkList(const EventSinkList& other) : RCObject() {
+        m_sinks.reserve(other.m_sinks.size() + 1);
         RCBatch batch;
         for (const RCPtr<EventSink<T>>& sink : other.m_sinks) {
             batch.Step();
@@ -38,14 +39,14 @@ public:
     // Gives up the sinks, and destroys those that nobody else holds, front to back.
     ~EventSinkList() override {
         GiveUpSharedSinks();
-        while (!m_sinks.empty()) {
-            m_sinks.pop_front();
+        for (RCPtr<EventSink<T>>& sink : m_sinks) {
+            sink = nullptr;
         }
     }
 
     EventSinkList& operator=(const EventSinkList&) = delete;
 
-    std::list<RCPtr<EventSink<T>>> m_sinks;
+    std::vector<RCPtr<EventSink<T>>> m_sinks;
 
 private:
     void GiveUpSharedSinks() noexcept {
@@ -100,7 +101,7 @@ public:
 
     // Subscribes a sink behind all others. One that is there already is then called twice.
     void AddSink(RCPtr<Sink> sink) {
-        Change([&](std::list<RCPtr<Sink>>& sinks) {
+        Change([&](auto& sinks) {
             sinks.push_back(std::move(sink));
             return true;
         });
@@ -108,7 +109,7 @@ public:
 
     // Ends one subscription of the sink, the earliest; false if there is none.
     bool RemoveSink(Sink* sink) {
-        return Change([&](std::list<RCPtr<Sink>>& sinks) {
+        return Change([&](auto& sinks) {
             const auto found = std::find(sinks.begin(), sinks.end(), sink);
             if (found == sinks.end()) {
                 return false;
@@ -154,15 +155,13 @@ private:
         return m_list;
     }
 
-    // Publishes a changed copy of the list of the moment, unless `edit` gives false. The old list,
-    // and with it perhaps a sink, goes after both locks are left.
+    // Publishes a changed copy of the list of the moment, unless `edit` gives false. The list that
+    // goes, and with it perhaps a sink, goes after both locks are left.
     template <class Edit>
     bool Change(Edit edit) {
-        RCPtr<SinkList> list;
         RCPtr<SinkList> changed;
         CriticalSectionLock changeLock(EventSourceUtils::s_cs);
-        list = GetList();
-        changed = list ? new SinkList(*list) : new SinkList;
+        changed = RCBatch::HoldUnshared(m_list ? new SinkList(*m_list) : new SinkList);
         const bool isEdited = edit(changed->m_sinks);
         if (isEdited) {
             CriticalSectionLock lock(RCUtils::s_cs);

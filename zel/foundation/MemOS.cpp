@@ -48,8 +48,12 @@ void MemOSStreambuf::FreeBlock() noexcept {
     }
 }
 
-MemOS::MemOS() : std::iostream(nullptr) {
-    init(&m_streambuf);
+void MemOSStreambuf::imbue(const std::locale& locale) {
+    m_hasClassicLocale = locale == std::locale::classic();
+}
+
+// The stream's base classes set it up twice, once each; a third time would cost as much again.
+MemOS::MemOS() : std::iostream(&m_streambuf) {
     if (getloc() != std::locale::classic()) {
         imbue(std::locale::classic());
     }
@@ -77,9 +81,10 @@ void MemOS::InsertNumber(T value) {
     // No number at default flags is longer.
     constexpr std::size_t longest = 24;
     constexpr std::streamsize defaultPrecision = 6;
-    const bool isPlain = IsPlain() && precision() == defaultPrecision;
+    const bool isPlain =
+        IsPlain() && precision() == defaultPrecision && m_streambuf.HasClassicLocale();
     char* const room = isPlain ? m_streambuf.GetRoom(longest) : nullptr;
-    if (room == nullptr || getloc() != std::locale::classic()) {
+    if (room == nullptr) {
         AsStream() << value;
         return;
     }

@@ -35,7 +35,12 @@ public:
 
     void Advance(std::size_t count) noexcept { pbump(static_cast<int>(count)); }
 
+    // Whether the stream over this storage has the classic locale still.
+    bool HasClassicLocale() const noexcept { return m_hasClassicLocale; }
+
 protected:
+    void imbue(const std::locale& locale) override;
+
     // Gives the reading side what was written so far.
     int_type underflow() override;
 
@@ -51,6 +56,13 @@ private:
     char* m_buffer = m_inline;
     char m_inline[INLINE_CAPACITY + 1];
     int m_capacity = INLINE_CAPACITY;
+    bool m_hasClassicLocale = true;
+};
+
+// Brings the storage into being before the stream that is set up on it.
+class ZEL_ADVANCED_API MemOSStorage {
+protected:
+    MemOSStreambuf m_streambuf;
 };
 
 // A text stream in memory for messages and small conversions, as a local variable of the function
@@ -63,7 +75,7 @@ private:
 //
 // For one thread at a time. Out of memory sets badbit and keeps the text so far, and so does a null
 // `const char*`.
-class ZEL_ADVANCED_API MemOS : public std::iostream {
+class ZEL_ADVANCED_API MemOS : private MemOSStorage, public std::iostream {
 public:
     MemOS();
     ~MemOS() override;
@@ -150,8 +162,6 @@ private:
 
     template <class T>
     void InsertNumber(T value);
-
-    MemOSStreambuf m_streambuf;
 };
 
 extern template void MemOS::InsertNumber(short);

@@ -1,0 +1,42 @@
+#include "zel/data/DataTreeIndex.h"
+
+#include <chrono>
+#include <cstdint>
+#include <cstring>
+
+namespace zel {
+
+namespace {
+
+constexpr std::uint64_t ODD_MULTIPLIER = 0x9E3779B97F4A7C15;
+
+std::uint64_t Mix(std::uint64_t state, std::uint64_t word) noexcept {
+    constexpr int half = 32;
+    state = (state ^ word) * ODD_MULTIPLIER;
+    return state ^ (state >> half);
+}
+
+// Where the system loads the program, and when, is not for a document's author to know.
+std::uint64_t MakeSeed() noexcept {
+    static const char place = 0;
+    const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+    return Mix(static_cast<std::uint64_t>(now), reinterpret_cast<std::uintptr_t>(&place));
+}
+
+const std::uint64_t s_seed = MakeSeed();
+
+}  // namespace
+
+std::size_t NameHash::operator()(std::string_view name) const noexcept {
+    std::uint64_t state = Mix(s_seed, name.size());
+    std::uint64_t word = 0;
+    for (; name.size() >= sizeof word; name.remove_prefix(sizeof word)) {
+        std::memcpy(&word, name.data(), sizeof word);
+        state = Mix(state, word);
+    }
+    word = 0;
+    std::memcpy(&word, name.data(), name.size());
+    return static_cast<std::size_t>(Mix(state, word));
+}
+
+}  // namespace zel
