@@ -82,6 +82,15 @@ function(zel_test room)
         PROPERTIES TIMEOUT ${timeout})
 endfunction()
 
+# zel_night(<name> <source>...)
+# A test that takes too long for every day; it is a program of its own and fails by its exit code.
+function(zel_night name)
+    add_executable(${name} EXCLUDE_FROM_ALL ${ARGN})
+    zel_compile_settings(${name})
+    target_link_libraries(${name} PRIVATE zel::advanced)
+    add_dependencies(zel_night ${name})
+endfunction()
+
 # zel_benchmark(<room> <source>...)
 # One program for the benchmarks of a room.
 function(zel_benchmark room)

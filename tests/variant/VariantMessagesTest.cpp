@@ -42,63 +42,48 @@ protected:
 TEST_F(VariantMessagesTest, ANullVariantIsReportedByEveryInstance) {
     ForEachElement([&]<class E>(ElementTraits<E> traits) {
         const bool isText = std::is_same_v<E, std::string>;
-        const char* const form = isText ? "std::string" : "T";
-        const bool isByte = sizeof(E) == 1;
-        const char* const tag = isByte ? traits.Spelling : "T";
-        EXPECT_LINE(ReadScalarValueFromStringImp<E>(nullptr, "1"),
-                    "3 Variant [ReadScalarValueFromStringImp< %s >] Invalid variant pointer passed "
-                    "into function",
-                    form);
-        EXPECT_LINE(WriteScalarValueToStringImp<E>(nullptr),
-                    "3 Variant [WriteScalarValueToStringImp< %s >] Invalid variant pointer passed "
-                    "to function",
-                    isText ? form : tag);
-        EXPECT_LINE(ReadVectorValueFromStringImp<E>(nullptr, "1", false),
-                    "3 Variant [ReadVectorValueFromStringImp< T >] Invalid variant pointer passed "
-                    "into function");
-        EXPECT_LINE(WriteVectorValueToStringImp<E>(nullptr, false),
-                    "3 Variant [WriteVectorValueToStringImp< %s >] Invalid variant pointer passed "
-                    "to function",
-                    tag);
-        EXPECT_LINE(AddElementToVectorAsStringImp<E>(nullptr, 0, "1", false),
-                    "3 Variant [AddElementToVectorAsStringImp< %s >] Invalid pointer passed to "
-                    "function",
-                    tag);
-        EXPECT_LINE(RemoveElementFromVectorImp<E>(0, nullptr, false),
-                    "3 Variant [RemoveElementFromVectorImp< std::vector< T > >] Invalid variant "
-                    "pointer passed to function");
-        EXPECT_LINE(ReadScalarValueFromStreamImp<E>(nullptr, m_in),
-                    "3 Variant [ReadScalarValueFromStreamImp< %s >] Invalid variant pointer passed "
-                    "into function",
-                    form);
-        EXPECT_LINE(WriteScalarValueToStreamImp<E>(nullptr, m_out),
-                    "3 Variant [WriteScalarBufferToStreamImp< %s >] Invalid variant pointer passed "
-                    "to function",
-                    form);
-        EXPECT_LINE(ReadVectorValueFromStreamImp<E>(nullptr, m_in),
-                    "3 Variant [ReadVectorValueFromStreamImp< %s >] Invalid variant pointer passed "
-                    "into function",
-                    form);
-        EXPECT_LINE(WriteVectorValueToStreamImp<E>(nullptr, m_out),
-                    "3 Variant [WriteVectorValueTo%sImp< %s >] Invalid variant pointer passed to "
-                    "function",
-                    isText ? "Stream" : "Buffer", form);
-        EXPECT_LINE(ReadScalarValueFromBufferImp<E>(nullptr, m_block, m_bytes),
-                    "3 Variant [ReadScalarValueFromBufferImp< %s >] Invalid pointer passed into "
-                    "function",
-                    form);
-        EXPECT_LINE(WriteScalarValueToBufferImp<E>(nullptr, m_block, m_bytes),
-                    "3 Variant [WriteScalarValueToBufferImp< %s >] Invalid variant pointer passed "
-                    "to function",
-                    form);
-        EXPECT_LINE(ReadVectorValueFromBufferImp<E>(nullptr, m_block, m_bytes, true),
-                    "3 Variant [ReadVectorValueFromBufferImp< %s >] Invalid pointer passed into "
-                    "function",
-                    form);
-        EXPECT_LINE(WriteVectorValueToBufferImp<E>(nullptr, m_block, m_bytes, true),
-                    "3 Variant [WriteVectorValueToBufferImp< %s >] Invalid variant pointer passed "
-                    "to function",
-                    form);
+        const std::string form = isText ? "std::string" : "T";
+        const std::string tag = sizeof(E) == 1 ? traits.Spelling : "T";
+        const std::string into = "Invalid variant pointer passed into function";
+        const std::string to = "Invalid variant pointer passed to function";
+        const std::string toArray =
+            isText ? "WriteVectorValueToStreamImp< std::string" : "WriteVectorValueToBufferImp< T";
+        const struct {
+            std::function<void()> call;
+            std::string place;
+            std::string what;
+        } rows[] = {
+            {[&] { ReadScalarValueFromStringImp<E>(nullptr, "1"); },
+             "ReadScalarValueFromStringImp< " + form, into},
+            {[&] { WriteScalarValueToStringImp<E>(nullptr); },
+             "WriteScalarValueToStringImp< " + (isText ? form : tag), to},
+            {[&] { ReadVectorValueFromStringImp<E>(nullptr, "1", false); },
+             "ReadVectorValueFromStringImp< T", into},
+            {[&] { WriteVectorValueToStringImp<E>(nullptr, false); },
+             "WriteVectorValueToStringImp< " + tag, to},
+            {[&] { AddElementToVectorAsStringImp<E>(nullptr, 0, "1", false); },
+             "AddElementToVectorAsStringImp< " + tag, "Invalid pointer passed to function"},
+            {[&] { RemoveElementFromVectorImp<E>(0, nullptr, false); },
+             "RemoveElementFromVectorImp< std::vector< T >", to},
+            {[&] { ReadScalarValueFromStreamImp<E>(nullptr, m_in); },
+             "ReadScalarValueFromStreamImp< " + form, into},
+            {[&] { WriteScalarValueToStreamImp<E>(nullptr, m_out); },
+             "WriteScalarBufferToStreamImp< " + form, to},
+            {[&] { ReadVectorValueFromStreamImp<E>(nullptr, m_in); },
+             "ReadVectorValueFromStreamImp< " + form, into},
+            {[&] { WriteVectorValueToStreamImp<E>(nullptr, m_out); }, toArray, to},
+            {[&] { ReadScalarValueFromBufferImp<E>(nullptr, m_block, m_bytes); },
+             "ReadScalarValueFromBufferImp< " + form, "Invalid pointer passed into function"},
+            {[&] { WriteScalarValueToBufferImp<E>(nullptr, m_block, m_bytes); },
+             "WriteScalarValueToBufferImp< " + form, to},
+            {[&] { ReadVectorValueFromBufferImp<E>(nullptr, m_block, m_bytes, true); },
+             "ReadVectorValueFromBufferImp< " + form, "Invalid pointer passed into function"},
+            {[&] { WriteVectorValueToBufferImp<E>(nullptr, m_block, m_bytes, true); },
+             "WriteVectorValueToBufferImp< " + form, to},
+        };
+        for (const auto& row : rows) {
+            EXPECT_EQ(LineOf(row.call), "3 Variant [" + row.place + " >] " + row.what);
+        }
     });
 }
 

@@ -21,7 +21,8 @@ struct LogRecord {
 };
 
 // Receives what a Logger lets through. Write may be called from several threads at once, with no
-// lock held. What it throws ends there, and what it logs itself is dropped.
+// lock of the logger held; the thread that logs may hold locks of its own, so a sink doesn't wait
+// for other threads. What it throws ends there, and what it logs itself is dropped.
 class ZEL_CORE_API LogSink : public RCObject {
 public:
     virtual void Write(const LogRecord& record) = 0;

@@ -96,10 +96,10 @@ public:
                                         bool expandSingle, bool requireAny) const = 0;
 
     // Stores a value. A number goes into its own type, a wider one of its class, and a double; an
-    // array likewise by its elements, and with its own length only into a fixed-size array that has
-    // elements. Text goes into every type by its text form; an array of strings into an array of
-    // numbers element by element, where one that is no number throws StringUtilsEx, whatever
-    // `throwOnError` says, and leaves the array with those ahead of it.
+    // array likewise, by its elements. A fixed-size array that has elements takes only as many.
+    // Text goes into every type by its text form; an array of strings into an array of numbers
+    // element by element, where one that is no number throws StringUtilsEx, whatever `throwOnError`
+    // says, and leaves the array with those ahead of it.
     template <class T>
     bool SetValue(const T& value, bool throwOnError) {
         ZEL_ASSERT_VARIANT_VALUE(T);
