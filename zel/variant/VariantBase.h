@@ -140,10 +140,10 @@ public:
     bool ReadValueFromStream(std::istream& in);
     bool WriteValueToStream(std::ostream& out);
 
-    // The same bytes in a block of memory, with the count of an array only if `withSize`; without
-    // it, as many elements are read as the array has. `bytes` is what may be used from `buffer` on;
-    // a success takes off what it used and gives the address behind it. A failure is logged, gives
-    // null and changes nothing.
+    // The same bytes in a block of memory outside the variant, with the count of an array only if
+    // `withSize`; without it, as many elements are read as the array has. `bytes` is what may be
+    // used from `buffer` on; a success takes off what it used and gives the address behind it. A
+    // failure is logged, gives null and changes nothing.
     void* ReadValueFromBuffer(void* buffer, unsigned long long& bytes, bool withSize);
     void* WriteValueToBuffer(void* buffer, unsigned long long& bytes, bool withSize);
 

@@ -143,6 +143,24 @@ inline bool TakeElements(Cursor& cursor, unsigned long long count, unsigned long
     return true;
 }
 
+// Numbers go straight into the variant's own array where nothing can fail any more.
+template <class T>
+bool TakeInPlace(VariantBase* variant, Cursor& cursor, unsigned long long count) {
+    if constexpr (NumericElement<T>) {
+        CriticalSectionLock lock(VariantAccess::GetLock(*variant));
+        std::vector<T>* const values = VariantAccess::FindValue<std::vector<T>>(variant);
+        const bool fits = values != nullptr && count <= values->capacity() &&
+                          (count == values->size() || !VariantAccess::IsFixed(*variant));
+        if (fits && count <= cursor.GetLeft() / sizeof(T)) {
+            values->resize(static_cast<std::size_t>(count));
+            CopyToNetworkOrder(cursor.GetNext(), values->data(), values->size(), sizeof(T));
+            cursor.Skip(values->size() * sizeof(T));
+            return true;
+        }
+    }
+    return false;
+}
+
 template <class T>
 unsigned long long GetSizeInBuffer(const T& value) {
     if constexpr (NumericElement<T>) {
@@ -266,6 +284,9 @@ void* ReadVectorValueFromBufferImp(zel::VariantBase* variant, void* buffer,
     }
     Log(s_variantLog, 6, "[ReadVectorValueFromBufferImp< ", tag, " >] This vector has ", count,
         " elements...");
+    if (VariantBuffer::TakeInPlace<T>(variant, cursor, count)) {
+        return cursor.Finish(bytes);
+    }
     std::vector<T> values;
     if (!VariantBuffer::TakeElements(cursor, count, bytes, values)) {
         return nullptr;

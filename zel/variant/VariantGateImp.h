@@ -155,6 +155,27 @@ bool SetOtherType(VariantBase& variant, const T& value, bool throwOnError) {
     return true;
 }
 
+// Stores a number where it fits without a converter's help, which only adds its lines at level 5.
+template <class T>
+bool StoreWidened(VariantBase& variant, [[maybe_unused]] const T& value) {
+    if constexpr (NumericElement<T>) {
+        return !s_variantLog.IsEnabled(5) &&
+               VisitElementType(variant.GetTypeID(), false, [&](auto tag) {
+                   using E = typename decltype(tag)::Element;
+                   if constexpr (NumericElement<E>) {
+                       E* const target = VariantAccess::FindValue<E>(&variant);
+                       if (target != nullptr &&
+                           TypeID::MayConvert(ElementTraits<T>::Code, ElementTraits<E>::Code)) {
+                           *target = CastNumber<E>(value);
+                           return true;
+                       }
+                   }
+                   return false;
+               });
+    }
+    return false;
+}
+
 template <class T>
 bool VariantBase::StoreValue(const T& value, bool throwOnError) {
     if constexpr (std::is_same_v<T, std::string>) {
@@ -171,7 +192,7 @@ bool VariantBase::StoreValue(const T& value, bool throwOnError) {
             *own = value;
             return true;
         }
-        return SetOtherType(*this, value, throwOnError);
+        return StoreWidened(*this, value) || SetOtherType(*this, value, throwOnError);
     }
 }
 

@@ -19,17 +19,17 @@ inline constexpr const char* Tag = NumericElement<T> ? "T" : "std::string";
 
 // Runs a reading of the stream. False if the stream came up short, or threw; then a line says so,
 // with what was to be read.
-template <class Read, class... What>
-bool ReadOrLog(std::istream& in, Read read, const char* place, const char* tag, const char* shortOf,
-               const What&... threwAt) {
+template <class Read, class What, class Unit>
+bool ReadOrLog(std::istream& in, Read read, const char* place, const char* tag, const What& shortOf,
+               const Unit& threwAt) {
     try {
         read();
         if (in.good()) {
             return true;
         }
     } catch (const std::exception& exception) {
-        Log(s_variantLog, 3, "[", place, "< ", tag, " >] Caught exception while reading ",
-            threwAt..., " from input stream (", exception.what(), ")");
+        Log(s_variantLog, 3, "[", place, "< ", tag, " >] Caught exception while reading ", threwAt,
+            " from input stream (", exception.what(), ")");
         return false;
     }
     Log(s_variantLog, 3, "[", place, "< ", tag, " >]  Unable to read ", shortOf,
@@ -37,14 +37,23 @@ bool ReadOrLog(std::istream& in, Read read, const char* place, const char* tag, 
     return false;
 }
 
+// How a message tells a number of bytes.
+struct ByteCount {
+    template <class Out>
+    friend Out& operator<<(Out& out, const ByteCount& bytes) {
+        out << bytes.count << " bytes";
+        return out;
+    }
+
+    unsigned long long count;
+};
+
 template <class T>
 bool ReadBytes(std::istream& in, void* to, unsigned long long bytes, unsigned long long told,
                const char* place) {
-    MemOS what;
-    what << told << " bytes";
     return ReadOrLog(
         in, [&] { in.read(static_cast<char*>(to), static_cast<std::streamsize>(bytes)); }, place,
-        Tag<T>, what.GetData(), told, " bytes");
+        Tag<T>, ByteCount{told}, ByteCount{told});
 }
 
 // Takes the bytes ahead of the next byte 0, and that one.
@@ -104,17 +113,29 @@ inline void WriteText(std::ostream& out, const std::string& text) {
     out.write(text.c_str(), static_cast<std::streamsize>(text.size() + 1));
 }
 
-// Hands the numbers over in blocks that stay in the cache.
+// Hands count and numbers over in blocks that stay in the cache.
 template <class T>
 void WriteNumbers(std::ostream& out, const std::vector<T>& values) {
-    constexpr std::size_t blockSize = 4096 / sizeof(T);
-    T block[blockSize];
-    for (std::size_t done = 0; done < values.size();) {
-        const std::size_t count = std::min(blockSize, values.size() - done);
-        CopyToNetworkOrder(values.data() + done, block, count, sizeof(T));
-        out.write(reinterpret_cast<const char*>(block),
-                  static_cast<std::streamsize>(count * sizeof(T)));
+    constexpr std::size_t blockBytes = 4096;
+    char block[COUNT_BYTES + blockBytes];
+    StoreInNetworkOrder(static_cast<unsigned long long>(values.size()), block);
+    std::size_t used = COUNT_BYTES;
+    std::size_t done = 0;
+    do {
+        const std::size_t count = std::min(blockBytes / sizeof(T), values.size() - done);
+        CopyToNetworkOrder(values.data() + done, block + used, count, sizeof(T));
+        out.write(block, static_cast<std::streamsize>(used + count * sizeof(T)));
+        used = 0;
         done += count;
+    } while (done < values.size());
+}
+
+inline void WriteTexts(std::ostream& out, const std::vector<std::string>& texts) {
+    char count[COUNT_BYTES];
+    StoreInNetworkOrder(static_cast<unsigned long long>(texts.size()), count);
+    out.write(count, sizeof count);
+    for (const std::string& text : texts) {
+        WriteText(out, text);
     }
 }
 
@@ -225,15 +246,10 @@ bool WriteVectorValueToStreamImp(zel::VariantBase* variant, std::ostream& out) {
         }
         values = &converted;
     }
-    char count[VariantStream::COUNT_BYTES];
-    zel::StoreInNetworkOrder(static_cast<unsigned long long>(values->size()), count);
-    out.write(count, sizeof count);
     if constexpr (isNumber) {
         VariantStream::WriteNumbers(out, *values);
     } else {
-        for (const std::string& text : *values) {
-            VariantStream::WriteText(out, text);
-        }
+        VariantStream::WriteTexts(out, *values);
     }
     Log(s_variantLog, 6, place, "Successfully wrote variant with ", values->size(),
         " elements and type ", variant->GetTypeID(), " to stream...");

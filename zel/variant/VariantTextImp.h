@@ -5,6 +5,7 @@
 #include "zel/variant/VariantText.h"
 
 #include <algorithm>
+#include <charconv>
 #include <string_view>
 
 namespace zel::VariantText {
@@ -44,6 +45,34 @@ void AppendElement(std::string& text, const T& value) {
     }
 }
 
+// Puts the elements behind `text` with the separator between them.
+template <class T>
+void AppendElements(std::string& text, const std::vector<T>& values) {
+    for (const T& value : values) {
+        if (&value != values.data()) {
+            text += VariantBase::STRING_VECTOR_SEPARATOR;
+        }
+        AppendElement(text, value);
+    }
+}
+
+// Numbers are made in pieces, as a string grows slowly by single ones.
+template <NumericElement T>
+void AppendElements(std::string& text, const std::vector<T>& values) {
+    constexpr std::size_t longest = 32;
+    char piece[4096];
+    char* end = piece;
+    for (const T& value : values) {
+        if (static_cast<std::size_t>(piece + sizeof piece - end) < longest) {
+            text.append(piece, end);
+            end = piece;
+        }
+        end = std::to_chars(end, piece + sizeof piece, Wide<T>(value)).ptr;
+        *end++ = VariantBase::STRING_VECTOR_SEPARATOR;
+    }
+    text.append(piece, values.empty() ? end : end - 1);
+}
+
 // Gives the tokens of a text one after the other; an empty text has none.
 class Splitter {
 public:
@@ -54,6 +83,27 @@ public:
         const auto separators = std::count(m_rest.begin(), m_rest.end(), separator);
         return m_isAtEnd ? 0 : static_cast<std::size_t>(separators) + 1;
     }
+
+    // Takes the next token if it is a number as most are: decimal digits, with a minus or without.
+    template <class T>
+    bool TakePlainNumber(T& value) {
+        const char* const begin = m_rest.data();
+        const char* const end = begin + m_rest.size();
+        const char* const digits = begin + (begin != end && *begin == '-' ? 1 : 0);
+        if (digits == end || *digits < '0' || *digits > '9') {
+            return false;
+        }
+        const auto [stop, error] = std::from_chars(begin, end, value);
+        if (error != std::errc() ||
+            (stop != end && *stop != VariantBase::STRING_VECTOR_SEPARATOR)) {
+            return false;
+        }
+        m_isAtEnd = stop == end;
+        m_rest.remove_prefix(static_cast<std::size_t>(stop - begin) + (m_isAtEnd ? 0 : 1));
+        return true;
+    }
+
+    bool IsAtEnd() const { return m_isAtEnd; }
 
     // There is a next token.
     std::string_view GetNext() {
@@ -108,21 +158,21 @@ bool ReadScalarValueFromStringImp(zel::VariantBase* variant, const std::string& 
         Log(s_variantLog, 3, place, "Invalid string passed into function");
         return false;
     }
-    VariantText::Wide<T> value{};
-    if (!VariantText::ReadElement<T>(text, value)) {
-        Log(s_variantLog, 3, place, "Unable to read value ", text, " into variant of type ",
-            variant->GetTypeID());
-        return false;
-    }
     bool isStored = false;
     if constexpr (isNumber) {
+        VariantText::Wide<T> value{};
+        if (!VariantText::ReadElement<T>(text, value)) {
+            Log(s_variantLog, 3, place, "Unable to read value ", text, " into variant of type ",
+                variant->GetTypeID());
+            return false;
+        }
         isStored = variant->SetValue(static_cast<T>(value), false);
     } else {
         CriticalSectionLock lock(VariantAccess::GetLock(*variant));
         std::string* const target = VariantAccess::FindValue<std::string>(variant);
         isStored = target != nullptr;
         if (isStored) {
-            *target = std::move(value);
+            *target = text;
         }
     }
     if (!isStored) {
@@ -174,9 +224,15 @@ bool ReadVectorValueFromStringImp(zel::VariantBase* variant, const std::string& 
         return false;
     }
     std::vector<T> values;
-    for (std::size_t left = tokens.CountTokens(); left > 0; --left) {
-        const std::string_view token = tokens.GetNext();
+    while (!tokens.IsAtEnd()) {
         VariantText::Wide<T> value{};
+        if constexpr (NumericElement<T>) {
+            if (tokens.TakePlainNumber(value)) {
+                values.push_back(static_cast<T>(value));
+                continue;
+            }
+        }
+        const std::string_view token = tokens.GetNext();
         if (!VariantText::ReadElement<T>(token, value)) {
             Log(s_variantLog, 3, "[ReadVectorValueFromStringImp< ", VariantText::Tag<T>,
                 " >] Unable to read value ", token, " into variant of type ", variant->GetTypeID());
@@ -222,12 +278,7 @@ std::string WriteVectorValueToStringImp(const zel::VariantBase* variant, bool wi
         VariantText::AppendElement(text, static_cast<unsigned long long>(values->size()));
         text += VariantBase::STRING_VECTOR_SEPARATOR;
     }
-    for (const T& value : *values) {
-        if (&value != values->data()) {
-            text += VariantBase::STRING_VECTOR_SEPARATOR;
-        }
-        VariantText::AppendElement(text, value);
-    }
+    VariantText::AppendElements(text, *values);
     return text;
 }
 

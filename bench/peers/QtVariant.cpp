@@ -1,0 +1,28 @@
+#include "bench/variant/VariantBench.h"
+
+#include <QVariant>
+
+namespace zel::bench {
+
+namespace {
+
+class Holder {
+public:
+    void Set(const QString& text) {
+        m_variant = text;
+        m_variant.convert(QMetaType::Int);
+    }
+
+    void Get(QString* text) { *text = m_variant.toString(); }
+
+private:
+    QVariant m_variant;
+};
+
+using namespace Variants;
+
+const Comparison s_text(INT_AS_TEXT, {{"QVariant", SetAndGet<IntAsText<QString>, Holder>, 0.7}});
+
+}  // namespace
+
+}  // namespace zel::bench

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+#include <random>
+#include <type_traits>
+#include <vector>
+
+namespace zel::bench {
+
+// Numbers of any size that T has room for, with all their digits; the same every time.
+template <class T>
+std::vector<T> MakeNumbers(std::size_t count) {
+    std::mt19937_64 random(count);
+    std::vector<T> numbers(count);
+    for (T& number : numbers) {
+        if constexpr (std::is_integral_v<T>) {
+            number = static_cast<T>(random());
+        } else {
+            number = std::uniform_real_distribution<T>(-1000, 1000)(random);
+        }
+    }
+    return numbers;
+}
+
+}  // namespace zel::bench

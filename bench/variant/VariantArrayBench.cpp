@@ -1,0 +1,59 @@
+#include "zel/variant/Variant.h"
+
+#include "bench/variant/Numbers.h"
+#include "bench/variant/VariantBench.h"
+
+#include <cstring>
+
+namespace zel::bench {
+
+namespace {
+
+constexpr std::size_t COUNT = 1000;
+
+template <class T>
+void CompareVariants(benchmark::State& state) {
+    using Array = Variant<std::vector<T>>;
+    const RCPtr<VariantBase> left(new Array(MakeNumbers<T>(COUNT)));
+    const RCPtr<VariantBase> right(new Array(MakeNumbers<T>(COUNT)));
+    CompareEqual(state, [&] { return left->IsEqual(right, true, false, true); });
+}
+
+template <class T>
+bool HaveSameBytes(const std::vector<T>& left, const std::vector<T>& right) {
+    return std::memcmp(left.data(), right.data(), left.size() * sizeof(T)) == 0;
+}
+
+template <class T>
+void CompareBytes(benchmark::State& state) {
+    const std::vector<T> left = MakeNumbers<T>(COUNT);
+    const std::vector<T> right = left;
+    benchmark::DoNotOptimize(left.data());
+    benchmark::DoNotOptimize(right.data());
+    CompareEqual(state, [&] { return HaveSameBytes(left, right); });
+}
+
+// What it takes not to hold two locks at once.
+template <class T>
+void CopyAndCompareBytes(benchmark::State& state) {
+    const std::vector<T> left = MakeNumbers<T>(COUNT);
+    const std::vector<T> right = left;
+    benchmark::DoNotOptimize(left.data());
+    benchmark::DoNotOptimize(right.data());
+    CompareEqual(state, [&] { return HaveSameBytes(left, std::vector<T>(right)); });
+}
+
+template <class T>
+Comparison Compare(const std::string& type) {
+    return {"compare two arrays of 1000 " + type,
+            {{Side::OURS, CompareVariants<T>},
+             {"memcmp", CompareBytes<T>, 1.5},
+             {"copy, memcmp", CopyAndCompareBytes<T>}}};
+}
+
+const Comparison s_bytes = Compare<unsigned char>("U8");
+const Comparison s_ints = Compare<int>("S32");
+
+}  // namespace
+
+}  // namespace zel::bench
