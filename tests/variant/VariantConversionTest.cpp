@@ -1,5 +1,6 @@
 #include "zel/variant/Variant.h"
 
+#include "tests/support/AllocationWatch.h"
 #include "tests/support/RecordingLogSink.h"
 #include "tests/variant/SampleValues.h"
 
@@ -222,6 +223,8 @@ TEST(VariantConversionTest, TextThatIsNoNumberLeavesWhatCameBefore) {
     EXPECT_EQ(array.GetValue(), std::vector<int>{1});
     EXPECT_THROW(ReadVectorValueFromStringImp<std::string>(&array, "2`x", false), StringUtilsEx);
     EXPECT_EQ(array.GetValue(), std::vector<int>{1});
+    Variant<std::vector<int>> fixed({1, 2, 3}, true);
+    EXPECT_FALSE(ReadVectorValueFromStringImp<std::string>(&fixed, "x`y", false));
     EXPECT_TRUE(array.SetValue(std::vector<std::string>{"4", "0x5"}, true));
     std::vector<std::string> texts{"kept"};
     EXPECT_TRUE(array.VariantBase::GetValue(&texts, true));
@@ -258,6 +261,46 @@ TEST(VariantConversionTest, AConverterOfItsOwnCastsWithADefinedResult) {
     Variant<unsigned char> byte;
     EXPECT_TRUE((VariantValueConverter<int, unsigned char>::SetValueImp(&byte, 300, true)));
     EXPECT_EQ(byte.GetValue(), 44);
+}
+
+// A class outside the 22, although its identifier is one of theirs.
+class Foreign : public VariantBase {
+    using Other = Value;
+
+public:
+    std::string GetType() const override { return "Foreign"; }
+    const std::type_info& GetTypeInfo() const override { return typeid(Foreign); }
+    int GetTypeID() const override { return 0x24; }
+    int GetNumberOfElements() const override { return 1; }
+    void SetNumberOfElements(unsigned) override {}
+    int GetSizeOfElement() const override { return 1; }
+    int GetSize() const override { return 1; }
+    bool GetValueAsDouble(double*, bool) const override { return false; }
+    Other Clone() const override { return nullptr; }
+    void SetMinimumValue() override {}
+    void SetMaximumValue() override {}
+    bool IsEqual(Other, bool, bool, bool) const override { return false; }
+    bool IsLessThan(Other, bool, bool, bool) const override { return false; }
+    bool IsLessThanOrEqualTo(Other, bool, bool, bool) const override { return false; }
+    bool IsGreaterThan(Other, bool, bool, bool) const override { return false; }
+    bool IsGreaterThanOrEqualTo(Other, bool, bool, bool) const override { return false; }
+};
+
+TEST(VariantConversionTest, AForeignClassIsRefused) {
+    Foreign foreign;
+    int number = 7;
+    EXPECT_FALSE(foreign.SetValue(1, false));
+    EXPECT_FALSE(foreign.GetValue(&number, false));
+    EXPECT_FALSE(foreign.SetValue(std::string("1"), false));
+    EXPECT_EQ(number, 7);
+}
+
+TEST(VariantConversionTest, OutOfMemoryPassesAsAnException) {
+    for (long step = 0; step < 2; ++step) {
+        test::FailAllocationsAfter(step);
+        EXPECT_THROW(VariantBase::CreateByID(0x24), std::bad_alloc);
+        test::FailAllocationsAfter(-1);
+    }
 }
 
 TEST(VariantConversionTest, InsertsAStringAmongStrings) {

@@ -61,7 +61,7 @@ void WakeWaitersFor(const Event* event) {
 
 }  // namespace
 
-Event::Event(int type, bool signalled) noexcept : m_type(type), m_signalled(signalled) {}
+Event::Event(int type, bool signalled) : m_type(type), m_signalled(signalled) {}
 
 Event::~Event() = default;
 

@@ -20,7 +20,7 @@ public:
     static constexpr int ManualReset = 0;
     static constexpr int AutomaticReset = 1;
 
-    explicit Event(int type, bool signalled = false) noexcept;
+    explicit Event(int type, bool signalled = false);
     ~Event() override;
 
     // Signals or clears the event.

@@ -48,7 +48,7 @@ public:
     // Unlocked.
     virtual int GetTypeID() const = 0;
 
-    // 1 for a scalar; a string is a scalar.
+    // 1 for a scalar; a string is a scalar. Like GetSize, never more than an int can count.
     virtual int GetNumberOfElements() const = 0;
 
     // Cuts an array or appends zeros or empty strings, also one of fixed size; does nothing to a
@@ -177,9 +177,8 @@ protected:
     VariantBase() = default;
 
     // `valueCode` is ValueTraits<T>::Code of the derived Variant<T>.
-    VariantBase(int valueCode, bool isFixed) noexcept
-        : m_isFixed(isFixed), m_valueCode(valueCode) {}
-    VariantBase(const VariantBase& other) noexcept
+    VariantBase(int valueCode, bool isFixed) : m_isFixed(isFixed), m_valueCode(valueCode) {}
+    VariantBase(const VariantBase& other)
         : RCObject(), m_isFixed(other.m_isFixed), m_valueCode(other.m_valueCode) {}
     VariantBase& operator=(const VariantBase& other) noexcept {
         m_isFixed = other.m_isFixed;

@@ -4,18 +4,18 @@
 
 // The work behind the buffer form of VariantBase, for whoever knows the element type T. `variant`
 // and `buffer` may be null, which is reported; `buffer` needs no alignment. The variant's lock is
-// taken for reading or storing the value, not for the whole call.
+// taken while its value is fetched or stored.
 
-template <class T>
+template <zel::VariantElement T>
 ZEL_ADVANCED_API void* ReadScalarValueFromBufferImp(zel::VariantBase* variant, void* buffer,
                                                     unsigned long long& bytes);
-template <class T>
+template <zel::VariantElement T>
 ZEL_ADVANCED_API void* WriteScalarValueToBufferImp(zel::VariantBase* variant, void* buffer,
                                                    unsigned long long& bytes);
-template <class T>
+template <zel::VariantElement T>
 ZEL_ADVANCED_API void* ReadVectorValueFromBufferImp(zel::VariantBase* variant, void* buffer,
                                                     unsigned long long& bytes, bool withSize);
-template <class T>
+template <zel::VariantElement T>
 ZEL_ADVANCED_API void* WriteVectorValueToBufferImp(zel::VariantBase* variant, void* buffer,
                                                    unsigned long long& bytes, bool withSize);
 

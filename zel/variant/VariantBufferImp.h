@@ -197,7 +197,7 @@ void PutElements(Cursor& cursor, const std::vector<T>& values) {
 
 }  // namespace zel::VariantBuffer
 
-template <class T>
+template <zel::VariantElement T>
 void* ReadScalarValueFromBufferImp(zel::VariantBase* variant, void* buffer,
                                    unsigned long long& bytes) {
     using namespace zel;
@@ -233,7 +233,7 @@ void* ReadScalarValueFromBufferImp(zel::VariantBase* variant, void* buffer,
     return cursor.Finish(bytes);
 }
 
-template <class T>
+template <zel::VariantElement T>
 void* WriteScalarValueToBufferImp(zel::VariantBase* variant, void* buffer,
                                   unsigned long long& bytes) {
     using namespace zel;
@@ -267,7 +267,7 @@ void* WriteScalarValueToBufferImp(zel::VariantBase* variant, void* buffer,
     return cursor.Finish(bytes);
 }
 
-template <class T>
+template <zel::VariantElement T>
 void* ReadVectorValueFromBufferImp(zel::VariantBase* variant, void* buffer,
                                    unsigned long long& bytes, bool withSize) {
     using namespace zel;
@@ -301,7 +301,7 @@ void* ReadVectorValueFromBufferImp(zel::VariantBase* variant, void* buffer,
     return cursor.Finish(bytes);
 }
 
-template <class T>
+template <zel::VariantElement T>
 void* WriteVectorValueToBufferImp(zel::VariantBase* variant, void* buffer,
                                   unsigned long long& bytes, bool withSize) {
     using namespace zel;

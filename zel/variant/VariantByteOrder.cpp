@@ -14,6 +14,10 @@ namespace {
 template <class Bits>
 [[gnu::always_inline]] inline void ReverseEach(const unsigned char* from, unsigned char* to,
                                                std::size_t count) {
+    // The two are apart or the same block, which the compiler can't know.
+#if defined(__clang__)
+#pragma clang loop vectorize(assume_safety)
+#endif
     for (std::size_t i = 0; i < count; ++i) {
         Bits bits;
         std::memcpy(&bits, from + i * sizeof bits, sizeof bits);

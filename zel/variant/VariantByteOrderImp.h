@@ -32,7 +32,7 @@ constexpr Bits ReverseBytes(Bits bits) noexcept {
     }
 }
 
-template <class T>
+template <NumericElement T>
 T Variant_ToNetworkOrder(T value, bool force) {
     const bool keeps = Variant_IsInNetworkOrder() && !force;
     return keeps ? value : std::bit_cast<T>(ReverseBytes(std::bit_cast<BitsOf<T>>(value)));

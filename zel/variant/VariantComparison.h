@@ -9,19 +9,19 @@ namespace zel {
 
 // Compare two arrays pair by pair, as the comparisons of VariantBase do. `left` and `right` aren't
 // null and aren't changed.
-template <class T>
+template <VariantElement T>
 ZEL_ADVANCED_API bool IsEqualImp(std::vector<T>* left, std::vector<T>* right, bool expandSingle,
                                  bool requireAll);
-template <class T>
+template <VariantElement T>
 ZEL_ADVANCED_API bool IsLessThanImp(std::vector<T>* left, std::vector<T>* right, bool expandSingle,
                                     bool requireAny);
-template <class T>
+template <VariantElement T>
 ZEL_ADVANCED_API bool IsLessThanOrEqualImp(std::vector<T>* left, std::vector<T>* right,
                                            bool expandSingle, bool requireAny);
-template <class T>
+template <VariantElement T>
 ZEL_ADVANCED_API bool IsGreaterThanImp(std::vector<T>* left, std::vector<T>* right,
                                        bool expandSingle, bool requireAny);
-template <class T>
+template <VariantElement T>
 ZEL_ADVANCED_API bool IsGreaterThanOrEqualImp(std::vector<T>* left, std::vector<T>* right,
                                               bool expandSingle, bool requireAny);
 

@@ -52,7 +52,7 @@ bool ComparePairs(const std::vector<T>& left, const std::vector<T>& right, bool 
 }
 
 #define ZEL_DEFINE_COMPARISON(Operation, Relate)                                   \
-    template <class T>                                                             \
+    template <VariantElement T>                                                    \
     bool Operation(std::vector<T>* left, std::vector<T>* right, bool expandSingle, \
                    bool requirement) {                                             \
         return ComparePairs<Relate>(*left, *right, expandSingle, requirement);     \

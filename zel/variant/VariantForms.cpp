@@ -1,7 +1,7 @@
 #include "zel/variant/VariantAccess.h"
 #include "zel/variant/VariantBuffer.h"
 #include "zel/variant/VariantGateImp.h"
-#include "zel/variant/VariantStream.h"
+#include "zel/variant/VariantStreamImp.h"
 #include "zel/variant/VariantText.h"
 
 // The members of VariantBase behind the three forms: each takes the lock, finds the element type
@@ -94,7 +94,13 @@ bool VariantBase::WriteValueToStream(std::ostream& out) {
     return VisitForm(
         VariantAccess::GetFormID(*this), false,
         [&](auto tag) { return WriteScalarValueToStreamImp<ElementOf<decltype(tag)>>(this, out); },
-        [&](auto tag) { return WriteVectorValueToStreamImp<ElementOf<decltype(tag)>>(this, out); });
+        [&](auto tag) {
+            using E = ElementOf<decltype(tag)>;
+            // Under the lock that is held anyway, the value needs no copy.
+            const auto* const own = VariantAccess::FindValue<std::vector<E>>(this);
+            return own != nullptr ? VariantStream::WriteArray(*this, *own, out)
+                                  : WriteVectorValueToStreamImp<E>(this, out);
+        });
 }
 
 void* VariantBase::ReadValueFromBuffer(void* buffer, unsigned long long& bytes, bool withSize) {
@@ -126,17 +132,26 @@ void* VariantBase::WriteValueToBuffer(void* buffer, unsigned long long& bytes, b
 bool VariantAccess::StoreArray(VariantBase* variant, std::vector<std::string>&& values,
                                bool throwOnError) {
     CriticalSectionLock lock(GetLock(*variant));
-    const int code = variant->GetTypeID() & TypeID::ELEMENT_BITS;
-    VisitElementType(code, false, [&](auto tag) {
-        using E = ElementOf<decltype(tag)>;
-        if constexpr (NumericElement<E>) {
-            if (FindValue<std::vector<E>>(variant) != nullptr) {
-                std::vector<E> discarded;
-                ConvertTexts(values, discarded);
-            }
-        }
+    const bool isFixed = IsFixed(*variant);
+    auto* const own = FindValue<std::vector<std::string>>(variant);
+    if (own != nullptr && !isFixed) {
+        *own = std::move(values);
         return true;
-    });
+    }
+    // What doesn't fit by its length is refused before anybody looks at it.
+    const auto count = static_cast<std::size_t>(isFixed ? variant->GetNumberOfElements() : 0);
+    if (count == 0 || count == values.size()) {
+        VisitElementType(variant->GetTypeID() & TypeID::ELEMENT_BITS, false, [&](auto tag) {
+            using E = ElementOf<decltype(tag)>;
+            if constexpr (NumericElement<E>) {
+                if (FindValue<std::vector<E>>(variant) != nullptr) {
+                    std::vector<E> discarded;
+                    ConvertTexts(values, discarded);
+                }
+            }
+            return true;
+        });
+    }
     return variant->SetValue(values, throwOnError);
 }
 

@@ -38,7 +38,8 @@ bool SetConverted(VariantBase* variant, int elementCode, const T& value, bool th
     return VisitElementType(elementCode, false, [&](auto tag) {
         using E = typename decltype(tag)::Element;
         if constexpr (NumericElement<E>) {
-            return VariantValueConverter<T, SameShape<T, E>>::SetValueImp(variant, value,
+            return VariantAccess::FindValue<SameShape<T, E>>(variant) != nullptr &&
+                   VariantValueConverter<T, SameShape<T, E>>::SetValueImp(variant, value,
                                                                           throwOnError);
         } else {
             LogInvalidCall<T>("SetValueImp");
@@ -52,7 +53,8 @@ bool GetConverted(const VariantBase* variant, int elementCode, T* value, bool th
     return VisitElementType(elementCode, false, [&](auto tag) {
         using E = typename decltype(tag)::Element;
         if constexpr (NumericElement<E>) {
-            return VariantValueConverter<SameShape<T, E>, T>::GetValueImp(variant, value,
+            return VariantAccess::FindValue<SameShape<T, E>>(variant) != nullptr &&
+                   VariantValueConverter<SameShape<T, E>, T>::GetValueImp(variant, value,
                                                                           throwOnError);
         } else {
             LogInvalidCall<T>("GetValueImp");

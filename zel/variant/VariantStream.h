@@ -3,16 +3,16 @@
 #include "zel/variant/VariantBase.h"
 
 // The work behind the stream form of VariantBase, for whoever knows the element type T. `variant`
-// may be null, which is reported. The variant's lock is taken for reading or storing the value, not
-// for the whole call.
+// may be null, which is reported. The variant's lock is taken while its value is fetched or stored,
+// not while the stream works.
 
-template <class T>
+template <zel::VariantElement T>
 ZEL_ADVANCED_API bool ReadScalarValueFromStreamImp(zel::VariantBase* variant, std::istream& in);
-template <class T>
+template <zel::VariantElement T>
 ZEL_ADVANCED_API bool WriteScalarValueToStreamImp(zel::VariantBase* variant, std::ostream& out);
-template <class T>
+template <zel::VariantElement T>
 ZEL_ADVANCED_API bool ReadVectorValueFromStreamImp(zel::VariantBase* variant, std::istream& in);
-template <class T>
+template <zel::VariantElement T>
 ZEL_ADVANCED_API bool WriteVectorValueToStreamImp(zel::VariantBase* variant, std::ostream& out);
 
 #define ZEL_DECLARE_STREAM(T, ...)                                                          \

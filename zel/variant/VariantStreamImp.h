@@ -39,10 +39,8 @@ bool ReadOrLog(std::istream& in, Read read, const char* place, const char* tag, 
 
 // How a message tells a number of bytes.
 struct ByteCount {
-    template <class Out>
-    friend Out& operator<<(Out& out, const ByteCount& bytes) {
-        out << bytes.count << " bytes";
-        return out;
+    friend std::ostream& operator<<(std::ostream& out, const ByteCount& bytes) {
+        return out << bytes.count << " bytes";
     }
 
     unsigned long long count;
@@ -139,9 +137,27 @@ inline void WriteTexts(std::ostream& out, const std::vector<std::string>& texts)
     }
 }
 
-}  // namespace zel::VariantStream
+// The place that the messages of an array's writer name.
+template <class T>
+inline constexpr const char* ArrayWriter =
+    NumericElement<T> ? "[WriteVectorValueToBufferImp< T >] "
+                      : "[WriteVectorValueToStreamImp< std::string >] ";
 
 template <class T>
+bool WriteArray(const VariantBase& variant, const std::vector<T>& values, std::ostream& out) {
+    if constexpr (NumericElement<T>) {
+        WriteNumbers(out, values);
+    } else {
+        WriteTexts(out, values);
+    }
+    Log(s_variantLog, 6, ArrayWriter<T>, "Successfully wrote variant with ", values.size(),
+        " elements and type ", variant.GetTypeID(), " to stream...");
+    return true;
+}
+
+}  // namespace zel::VariantStream
+
+template <zel::VariantElement T>
 bool ReadScalarValueFromStreamImp(zel::VariantBase* variant, std::istream& in) {
     using namespace zel;
     constexpr const char* place = "ReadScalarValueFromStreamImp";
@@ -153,8 +169,9 @@ bool ReadScalarValueFromStreamImp(zel::VariantBase* variant, std::istream& in) {
     T value{};
     bool isRead = false;
     if constexpr (NumericElement<T>) {
-        isRead = VariantStream::ReadBytes<T>(in, &value, sizeof value, sizeof value, place);
-        value = Variant_ToNetworkOrder(value, false);
+        char bytes[sizeof value];
+        isRead = VariantStream::ReadBytes<T>(in, bytes, sizeof bytes, sizeof bytes, place);
+        value = isRead ? LoadFromNetworkOrder<T>(bytes) : value;
     } else {
         isRead = VariantStream::ReadOrLog(
             in, [&] { VariantStream::ReadText(in, value); }, place, "std::string", "string",
@@ -169,7 +186,7 @@ bool ReadScalarValueFromStreamImp(zel::VariantBase* variant, std::istream& in) {
     return isRead;
 }
 
-template <class T>
+template <zel::VariantElement T>
 bool WriteScalarValueToStreamImp(zel::VariantBase* variant, std::ostream& out) {
     using namespace zel;
     constexpr const char* tag = VariantStream::Tag<T>;
@@ -197,7 +214,7 @@ bool WriteScalarValueToStreamImp(zel::VariantBase* variant, std::ostream& out) {
     return true;
 }
 
-template <class T>
+template <zel::VariantElement T>
 bool ReadVectorValueFromStreamImp(zel::VariantBase* variant, std::istream& in) {
     using namespace zel;
     if (variant == nullptr) {
@@ -225,33 +242,20 @@ bool ReadVectorValueFromStreamImp(zel::VariantBase* variant, std::istream& in) {
     return isRead;
 }
 
-template <class T>
+template <zel::VariantElement T>
 bool WriteVectorValueToStreamImp(zel::VariantBase* variant, std::ostream& out) {
     using namespace zel;
     constexpr bool isNumber = NumericElement<T>;
-    constexpr const char* place = isNumber ? "[WriteVectorValueToBufferImp< T >] "
-                                           : "[WriteVectorValueToStreamImp< std::string >] ";
     if (variant == nullptr) {
-        Log(s_variantLog, 3, place, "Invalid variant pointer passed to function");
+        Log(s_variantLog, 3, VariantStream::ArrayWriter<T>,
+            "Invalid variant pointer passed to function");
         return false;
     }
-    CriticalSectionLock lock(VariantAccess::GetLock(*variant));
-    std::vector<T> converted;
-    const std::vector<T>* values = VariantAccess::FindValue<std::vector<T>>(variant);
-    if (values == nullptr) {
-        if (!variant->GetValue(&converted, false)) {
-            Log(s_variantLog, 3, place, "Unable to get value as vector of ",
-                isNumber ? typeid(T).name() : "std::string", ", type is ", variant->GetTypeID());
-            return false;
-        }
-        values = &converted;
+    std::vector<T> values;
+    if (!variant->GetValue(&values, false)) {
+        Log(s_variantLog, 3, VariantStream::ArrayWriter<T>, "Unable to get value as vector of ",
+            isNumber ? typeid(T).name() : "std::string", ", type is ", variant->GetTypeID());
+        return false;
     }
-    if constexpr (isNumber) {
-        VariantStream::WriteNumbers(out, *values);
-    } else {
-        VariantStream::WriteTexts(out, *values);
-    }
-    Log(s_variantLog, 6, place, "Successfully wrote variant with ", values->size(),
-        " elements and type ", variant->GetTypeID(), " to stream...");
-    return true;
+    return VariantStream::WriteArray(*variant, values, out);
 }

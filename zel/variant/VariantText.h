@@ -6,21 +6,21 @@
 // logged and gives false or an empty text, of the last two by `throwOnError` with an Exception. The
 // variant's lock is taken for each reading and storing of the value, not for the whole call.
 
-template <class T>
+template <zel::VariantElement T>
 ZEL_ADVANCED_API bool ReadScalarValueFromStringImp(zel::VariantBase* variant,
                                                    const std::string& text);
-template <class T>
+template <zel::VariantElement T>
 ZEL_ADVANCED_API std::string WriteScalarValueToStringImp(const zel::VariantBase* variant);
-template <class T>
+template <zel::VariantElement T>
 ZEL_ADVANCED_API bool ReadVectorValueFromStringImp(zel::VariantBase* variant,
                                                    const std::string& text, bool withSize);
-template <class T>
+template <zel::VariantElement T>
 ZEL_ADVANCED_API std::string WriteVectorValueToStringImp(const zel::VariantBase* variant,
                                                          bool withSize);
-template <class T>
+template <zel::VariantElement T>
 ZEL_ADVANCED_API bool AddElementToVectorAsStringImp(zel::VariantBase* variant, int index,
                                                     const char* text, bool throwOnError);
-template <class T>
+template <zel::VariantElement T>
 ZEL_ADVANCED_API bool RemoveElementFromVectorImp(int index, zel::VariantBase* variant,
                                                  bool throwOnError);
 

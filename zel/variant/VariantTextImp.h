@@ -144,7 +144,7 @@ inline bool ReadCount(Splitter& tokens, const std::string& text) {
 
 }  // namespace zel::VariantText
 
-template <class T>
+template <zel::VariantElement T>
 bool ReadScalarValueFromStringImp(zel::VariantBase* variant, const std::string& text) {
     using namespace zel;
     constexpr bool isNumber = NumericElement<T>;
@@ -182,7 +182,7 @@ bool ReadScalarValueFromStringImp(zel::VariantBase* variant, const std::string& 
     return isStored;
 }
 
-template <class T>
+template <zel::VariantElement T>
 std::string WriteScalarValueToStringImp(const zel::VariantBase* variant) {
     using namespace zel;
     constexpr const char* tag = NumericElement<T> ? VariantText::Tag<T> : "std::string";
@@ -210,7 +210,7 @@ std::string WriteScalarValueToStringImp(const zel::VariantBase* variant) {
     }
 }
 
-template <class T>
+template <zel::VariantElement T>
 bool ReadVectorValueFromStringImp(zel::VariantBase* variant, const std::string& text,
                                   bool withSize) {
     using namespace zel;
@@ -253,7 +253,7 @@ bool ReadVectorValueFromStringImp(zel::VariantBase* variant, const std::string& 
     return false;
 }
 
-template <class T>
+template <zel::VariantElement T>
 std::string WriteVectorValueToStringImp(const zel::VariantBase* variant, bool withSize) {
     using namespace zel;
     if (variant == nullptr) {
@@ -305,7 +305,7 @@ bool ReadNewElement(const char* text, T& element, bool throwOnError) {
 
 }  // namespace zel::VariantText
 
-template <class T>
+template <zel::VariantElement T>
 bool AddElementToVectorAsStringImp(zel::VariantBase* variant, int index, const char* text,
                                    bool throwOnError) {
     using namespace zel;
@@ -336,7 +336,7 @@ bool AddElementToVectorAsStringImp(zel::VariantBase* variant, int index, const c
     return true;
 }
 
-template <class T>
+template <zel::VariantElement T>
 bool RemoveElementFromVectorImp(int index, zel::VariantBase* variant, bool throwOnError) {
     using namespace zel;
     constexpr const char* place = "[RemoveElementFromVectorImp< std::vector< T > >] ";

@@ -11,12 +11,14 @@ namespace zel {
 template <class T>
 class Variant_GetLimitsImp {
 public:
+    ZEL_ASSERT_VARIANT_VALUE(T);
+
     static void GetMax(T& value);
     static void GetMin(T& value);
 };
 
 // Resizes an array, as SetNumberOfElements of VariantBase does.
-template <class T>
+template <VariantElement T>
 ZEL_ADVANCED_API void SetNumberOfElementsImp(std::vector<T>* values, unsigned int count);
 
 // A variant whose type is known here. It may stand on the stack, or be shared by an RCPtr.

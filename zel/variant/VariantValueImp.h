@@ -27,9 +27,14 @@ void Variant_GetLimitsImp<T>::GetMin(T& value) {
     }
 }
 
-template <class T>
+template <VariantElement T>
 void SetNumberOfElementsImp(std::vector<T>* values, unsigned int count) {
     values->resize(count);
+}
+
+// What an int can tell of a count.
+inline int ToInt(std::size_t count) {
+    return static_cast<int>(std::min<std::size_t>(count, std::numeric_limits<int>::max()));
 }
 
 template <class T>
@@ -59,7 +64,7 @@ template <class T>
 int Variant<T>::GetNumberOfElements() const {
     CriticalSectionLock lock(&m_cs);
     if constexpr (ValueTraits<T>::IsArray) {
-        return static_cast<int>(m_value.size());
+        return ToInt(m_value.size());
     } else {
         return 1;
     }
@@ -84,13 +89,12 @@ int Variant<T>::GetSize() const {
     if constexpr (NumericElement<T>) {
         return static_cast<int>(sizeof m_value);
     } else if constexpr (std::is_same_v<T, std::string>) {
-        return static_cast<int>(m_value.size());
+        return ToInt(m_value.size());
     } else if constexpr (std::is_same_v<T, std::vector<std::string>>) {
         const auto add = [](std::size_t sum, const std::string& text) { return sum + text.size(); };
-        return static_cast<int>(
-            std::accumulate(m_value.begin(), m_value.end(), std::size_t(0), add));
+        return ToInt(std::accumulate(m_value.begin(), m_value.end(), std::size_t(0), add));
     } else {
-        return static_cast<int>(m_value.size() * sizeof(typename ValueTraits<T>::Element));
+        return ToInt(m_value.size() * sizeof(typename ValueTraits<T>::Element));
     }
 }
 
