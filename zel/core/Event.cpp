@@ -12,7 +12,7 @@ namespace {
 // One lock and one list of waiting threads for all events: a wait for several of them has to see
 // and clear their states in one step, and events are set far less often than locks are taken.
 struct Waiter {
-    const std::vector<Event*>& events;
+    std::span<Event* const> events;
     std::condition_variable wake;
     Waiter* next = nullptr;
 };
@@ -52,7 +52,7 @@ private:
 
 void WakeWaitersFor(const Event* event) {
     for (Waiter* waiter = State().waiters; waiter != nullptr; waiter = waiter->next) {
-        const auto& events = waiter->events;
+        const std::span<Event* const> events = waiter->events;
         if (std::find(events.begin(), events.end(), event) != events.end()) {
             waiter->wake.notify_one();
         }
@@ -79,7 +79,8 @@ bool Event::IsSet() const {
 }
 
 bool Event::Wait(int milliseconds) {
-    return WaitFor({this}, false, milliseconds) == 0;
+    Event* const self = this;
+    return WaitFor({&self, 1}, false, milliseconds) == 0;
 }
 
 int Event::WaitMultiple(const std::vector<RCPtr<Event>>& events, bool all, int milliseconds) {
@@ -94,7 +95,7 @@ int Event::WaitMultiple(const std::vector<RCPtr<Event>>& events, bool all, int m
     return WaitFor(plain, all, milliseconds);
 }
 
-int Event::WaitFor(const std::vector<Event*>& events, bool all, int milliseconds) {
+int Event::WaitFor(std::span<Event* const> events, bool all, int milliseconds) {
     const auto deadline =
         std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
     std::unique_lock lock(State().mutex);
@@ -113,7 +114,7 @@ int Event::WaitFor(const std::vector<Event*>& events, bool all, int milliseconds
     }
 }
 
-int Event::Take(const std::vector<Event*>& events, bool all) {
+int Event::Take(std::span<Event* const> events, bool all) {
     const auto isSet = [](const Event* event) { return event->m_signalled; };
     if (all) {
         if (!std::all_of(events.begin(), events.end(), isSet)) {

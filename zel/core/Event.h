@@ -2,6 +2,7 @@
 
 #include "zel/foundation/RCPtr.h"
 
+#include <span>
 #include <vector>
 
 namespace zel {
@@ -38,8 +39,8 @@ public:
     static int WaitMultiple(const std::vector<RCPtr<Event>>& events, bool all, int milliseconds);
 
 private:
-    static int WaitFor(const std::vector<Event*>& events, bool all, int milliseconds);
-    static int Take(const std::vector<Event*>& events, bool all);
+    static int WaitFor(std::span<Event* const> events, bool all, int milliseconds);
+    static int Take(std::span<Event* const> events, bool all);
     void ClearIfAutomatic() noexcept;
 
     const int m_type;

@@ -9,6 +9,8 @@
 #else
 #define ZEL_CORE_API __declspec(dllimport)
 #endif
+#define ZEL_CORE_THREAD_LOCAL  // such a variable doesn't leave a DLL: there a call must take its
+                               // place
 #else
 #define ZEL_CORE_API __attribute__((visibility("default")))
 #define ZEL_CORE_THREAD_LOCAL __attribute__((visibility("default"), tls_model("initial-exec")))

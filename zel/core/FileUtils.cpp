@@ -16,12 +16,10 @@ const LoggingRegisterHelper s_log("FileUtils", -1, nullptr);
 
 [[noreturn]] void ThrowLineTooLong(std::size_t size, int line) {
     const std::size_t limit = size == 0 ? 0 : size - 1;
-    Exception exception("Exception",
-                        "Line is longer than the " + StringUtils::AsString(limit) +
-                            " characters that the buffer holds",
-                        s_log.GetName(), line);
-    LogException(s_log, exception);
-    throw exception;
+    LogAndThrow(s_log, Exception("Exception",
+                                 "Line is longer than the " + StringUtils::AsString(limit) +
+                                     " characters that the buffer holds",
+                                 s_log.GetName(), line));
 }
 
 // Copies what finds place behind the first `used` bytes, a zero with it, and tells how much did.

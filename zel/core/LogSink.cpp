@@ -1,6 +1,7 @@
 #include "zel/core/LogSink.h"
 
 #include "zel/core/Exception.h"
+#include "zel/core/Logger.h"
 #include "zel/core/StringUtils.h"
 #include "zel/foundation/CriticalSectionLock.h"
 #include "zel/platform/AppendFile.h"
@@ -10,6 +11,22 @@
 namespace zel {
 
 namespace {
+
+const LoggingRegisterHelper s_log("LogSink", -1, nullptr);
+
+// Control characters go as escapes: a message may hold anybody's text, which can't end the line.
+void AppendOnOneLine(std::string& text, std::string_view part) {
+    for (const char c : part) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '\n') {
+            text += "\\n";
+        } else if (byte < 0x20 || byte == 0x7F) {
+            text += StringUtils::Format("\\x%02x", byte);
+        } else {
+            text += c;
+        }
+    }
+}
 
 template <class Number>
 void AppendPadded(std::string& text, Number value, std::size_t width) {
@@ -44,10 +61,10 @@ std::string FormatLogRecord(const LogRecord& record) {
     std::string text;
     AppendTime(text, record.time);
     text += ' ' + StringUtils::AsString(record.level) + ' ';
-    text.append(record.area);
+    AppendOnOneLine(text, record.area);
     text += ':' + StringUtils::AsString(record.line) + " [" + StringUtils::AsString(record.thread) +
             "] ";
-    text.append(record.text);
+    AppendOnOneLine(text, record.text);
     return text;
 }
 
@@ -62,7 +79,8 @@ struct FileLogSink::File : platform::AppendFile {
 
 FileLogSink::FileLogSink(const std::string& path) : m_file(std::make_unique<File>(path)) {
     if (!m_file->IsOpen()) {
-        throw Exception("Exception", "Could not open log file " + path, "LogSink", __LINE__);
+        LogAndThrow(s_log, Exception("Exception", "Could not open log file " + path,
+                                     s_log.GetName(), __LINE__));
     }
 }
 

@@ -28,7 +28,8 @@ public:
     virtual void Write(const LogRecord& record) = 0;
 };
 
-// "2026-03-01T12:00:00.123456Z 2 DataTree:123 [4711] text", without a line feed; UTC.
+// "2026-03-01T12:00:00.123456Z 2 DataTree:123 [4711] text" in UTC, on one line: control characters
+// of the text are written as escapes.
 ZEL_CORE_API std::string FormatLogRecord(const LogRecord& record);
 
 // Writes each record as one line to standard error.

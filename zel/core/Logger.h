@@ -49,6 +49,7 @@ public:
     // Overrides an area's level in this logger; -1 makes the area follow the global level.
     void SetAreaLevel(const std::string& area, int level);
 
+    // `sink` isn't null.
     void AddSink(RCPtr<LogSink> sink);
 
     // The sink may still be in a call that began earlier.
@@ -111,5 +112,12 @@ private:
 
 // Writes the line that stands before every throw, at level 2.
 ZEL_CORE_API void LogException(const LoggingRegisterHelper& area, const Exception& exception);
+
+// Writes that line and throws.
+template <class Ex>
+[[noreturn]] void LogAndThrow(const LoggingRegisterHelper& area, const Ex& exception) {
+    LogException(area, exception);
+    throw exception;
+}
 
 }  // namespace zel

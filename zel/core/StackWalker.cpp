@@ -74,6 +74,7 @@ public:
 private:
     void Undecorate(const char* function) {
         char(&full)[1024] = m_entry.fullyUndecoratedName;
+        full[0] = m_entry.undecoratedName[0] = '\0';
         if (m_mayAllocate && function != nullptr &&
             platform::UndecorateName(function, full, sizeof(full))) {
             CopyText(m_entry.undecoratedName, full);

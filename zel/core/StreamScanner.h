@@ -72,7 +72,7 @@ public:
     // The place of the next byte, counted from where the scanner began.
     Position GetPosition() const noexcept { return PositionOf(m_next); }
 
-    // The place of the byte that the last Get gave, or of the end if it gave that.
+    // Straight after a Get: the place of the byte that it gave, or of the end if it gave that.
     Position GetPositionOfLast() const noexcept {
         return PositionOf(m_next == m_begin || m_hasTakenEnd ? m_next : m_next - 1);
     }

@@ -129,9 +129,7 @@ std::string ToLower(std::string text) {
 }
 
 void ThrowEx(const std::string& message) {
-    StringUtilsEx exception(message, "../core/StringUtils", __LINE__);
-    LogException(s_log, exception);
-    throw exception;
+    LogAndThrow(s_log, StringUtilsEx(message, "../core/StringUtils", __LINE__));
 }
 
 }  // namespace StringUtils

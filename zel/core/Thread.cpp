@@ -5,6 +5,7 @@
 #include "zel/platform/ThreadInfo.h"
 
 #include <chrono>
+#include <exception>
 #include <utility>
 
 namespace zel {
@@ -13,9 +14,24 @@ namespace {
 
 const LoggingRegisterHelper s_log("Thread", -1, nullptr);
 
-void LogEscape(const std::string& thread, const std::string& reason, int line) noexcept {
+std::string Describe(const std::exception_ptr& escaped) {
     try {
-        s_log.Write(2, line, "Thread \"" + thread + "\" ended by an exception. " + reason);
+        std::rethrow_exception(escaped);
+    } catch (const Exception& exception) {
+        return exception.AsStringEx();
+    } catch (const std::exception& exception) {
+        return exception.what();
+    } catch (...) {
+        return "It is of no known type.";
+    }
+}
+
+// Logs the exception that is being handled.
+void LogEscape(const std::string& thread) noexcept {
+    try {
+        s_log.Write(2, __LINE__,
+                    "Thread \"" + thread + "\" ended by an exception. " +
+                        Describe(std::current_exception()));
     } catch (...) {
         // Without memory for the line there is nobody left to tell.
     }
@@ -64,10 +80,13 @@ void Thread::Join() {
     }
     lock.Unlock();
     m_ended->Wait(-1);
-    // Several callers may come this far at once; one of them joins and the others wait for it.
+    // Outside the lock, as what the thread destroys at its very end may still call this object.
+    std::thread ending;
     CriticalSectionLock joining(&m_cs);
-    if (m_thread.joinable()) {
-        m_thread.join();
+    ending.swap(m_thread);
+    joining.Unlock();
+    if (ending.joinable()) {
+        ending.join();
     }
 }
 
@@ -94,12 +113,8 @@ void Thread::RunGuarded() noexcept {
     platform::SetCurrentThreadName(m_name);
     try {
         Run();
-    } catch (const Exception& exception) {
-        LogEscape(m_name, exception.AsStringEx(), __LINE__);
-    } catch (const std::exception& exception) {
-        LogEscape(m_name, exception.what(), __LINE__);
     } catch (...) {
-        LogEscape(m_name, "It is of no known type.", __LINE__);
+        LogEscape(m_name);
     }
 }
 

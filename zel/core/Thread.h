@@ -31,7 +31,8 @@ public:
     // Waits for a thread that is past Run; on that very thread it lets go of it instead.
     ~Thread() override;
 
-    // The thread's work. It should come back soon after ShouldStop turned true.
+    // The thread's work. It should come back soon after ShouldStop turned true, by a return or an
+    // exception: a thread that the system's own means end or cancel ends the process.
     virtual void Run() = 0;
 
     // Asks the thread to stop and doesn't wait for it.
@@ -41,7 +42,8 @@ public:
     // std::system_error when the system gives no thread; then it may be tried again.
     bool Start();
 
-    // Waits until the thread has ended. Returns at once if it was never started or is the caller.
+    // Waits until the thread has ended; of several callers one waits to its very end, the others
+    // until Run has returned. Returns at once if it was never started or is the caller.
     void Join();
 
     // True from Start until Run has returned.

@@ -37,6 +37,7 @@ DataTree::DataTree(std::string name, std::string value)
     : m_name(std::move(name)), m_value(std::move(value)) {}
 
 DataTree::~DataTree() {
+    m_parent = WeakPtr<DataTree>();
     delete m_index.load(std::memory_order_relaxed);
     DeadNodes& dead = t_deadNodes;
     if (!m_children.empty()) {
@@ -249,16 +250,21 @@ DataTree::Index* DataTree::GetIndex() const noexcept {
     return index;
 }
 
+bool DataTree::Contains(const DataTree* child) const {
+    return std::find(m_children.begin(), m_children.end(), child) != m_children.end();
+}
+
 bool DataTree::IsAtOrBelow(const DataTree* node) const {
     if (node == this || m_children.empty()) {
         return node == this;
     }
-    for (RCPtr<DataTree> above = node->GetParentNode(); above; above = above->GetParentNode()) {
-        if (above == this) {
-            return true;
-        }
+    // A removed child keeps its link, so a link only counts where the parent has the child.
+    RCPtr<DataTree> above = node->GetParentNode();
+    while (above && above != this && above->Contains(node)) {
+        node = above.Get();
+        above = above->GetParentNode();
     }
-    return false;
+    return above == this && above->Contains(node);
 }
 
 }  // namespace zel

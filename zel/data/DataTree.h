@@ -73,8 +73,9 @@ public:
     // Sets the value of that child, or appends a new one.
     void SetChildValue(const std::string& name, const std::string& value);
 
-    // Appends a child, which isn't null, nor this node, nor one above it (asserted in debug
-    // builds). A child of another node stays there too, and takes this one for its parent.
+    // Appends a child, which isn't null, nor this node, nor one above it (asserted in debug builds,
+    // as far as the parents tell). A child of another node stays there too, and takes this one for
+    // its parent.
     void AppendChild(RCPtr<DataTree> child);
 
     // False if there is no such child. The removed one keeps its link to the parent.
@@ -114,6 +115,7 @@ private:
     Index* GetIndex() const noexcept;
     RCPtr<DataTree> Detach(DataTree* child) noexcept;
     DataTree* AppendUnshared(std::string name, std::string value);
+    bool Contains(const DataTree* child) const;
     bool IsAtOrBelow(const DataTree* node) const;
     void ReleaseChildren(DataTree*& pile) noexcept;
 

@@ -46,6 +46,10 @@ public:
 
     EventSinkList& operator=(const EventSinkList&) = delete;
 
+    bool Contains(const EventSink<T>* sink) const {
+        return std::find(m_sinks.begin(), m_sinks.end(), sink) != m_sinks.end();
+    }
+
     std::vector<RCPtr<EventSink<T>>> m_sinks;
 
 private:
@@ -99,24 +103,23 @@ public:
         }
     }
 
-    // Subscribes a sink behind all others. One that is there already is then called twice.
+    // Subscribes a sink, not null, behind all others. One that is there already is called twice.
     void AddSink(RCPtr<Sink> sink) {
-        Change([&](auto& sinks) {
-            sinks.push_back(std::move(sink));
-            return true;
-        });
+        CriticalSectionLock changeLock(EventSourceUtils::s_cs);
+        const RCPtr<SinkList> old = Publish([&](auto& sinks) { sinks.push_back(std::move(sink)); });
+        changeLock.Unlock();
     }
 
     // Ends one subscription of the sink, the earliest; false if there is none.
     bool RemoveSink(Sink* sink) {
-        return Change([&](auto& sinks) {
-            const auto found = std::find(sinks.begin(), sinks.end(), sink);
-            if (found == sinks.end()) {
-                return false;
-            }
-            sinks.erase(found);
-            return true;
-        });
+        CriticalSectionLock changeLock(EventSourceUtils::s_cs);
+        if (!m_list || !m_list->Contains(sink)) {
+            return false;
+        }
+        const RCPtr<SinkList> old =
+            Publish([&](auto& sinks) { sinks.erase(std::find(sinks.begin(), sinks.end(), sink)); });
+        changeLock.Unlock();
+        return true;
     }
 
     // Subscribes a callable of `const T&` that gives bool, as OnEvent does, or nothing, and then
@@ -155,20 +158,15 @@ private:
         return m_list;
     }
 
-    // Publishes a changed copy of the list of the moment, unless `edit` gives false. The list that
-    // goes, and with it perhaps a sink, goes after both locks are left.
+    // Publishes a changed copy of the list of the moment, under the lock for changes. The old list,
+    // and with it perhaps a sink, is the caller's to drop once that lock is left.
     template <class Edit>
-    bool Change(Edit edit) {
-        RCPtr<SinkList> changed;
-        CriticalSectionLock changeLock(EventSourceUtils::s_cs);
-        changed = RCBatch::HoldUnshared(m_list ? new SinkList(*m_list) : new SinkList);
-        const bool isEdited = edit(changed->m_sinks);
-        if (isEdited) {
-            CriticalSectionLock lock(RCUtils::s_cs);
-            m_list.Swap(changed);
-        }
-        changeLock.Unlock();
-        return isEdited;
+    RCPtr<SinkList> Publish(Edit edit) {
+        RCPtr<SinkList> list = RCBatch::HoldUnshared(m_list ? new SinkList(*m_list) : new SinkList);
+        edit(list->m_sinks);
+        CriticalSectionLock lock(RCUtils::s_cs);
+        m_list.Swap(list);
+        return list;
     }
 
     RCPtr<SinkList> m_list;

@@ -61,8 +61,7 @@ void Log(LogPlace place, int level, const Parts&... parts) {
 // Logs an exception at level 2 and throws it.
 template <class Ex>
 [[noreturn]] void Raise(LogPlace place, const Ex& exception) {
-    LogException(place.area.GetRegistration(), exception);
-    throw exception;
+    LogAndThrow(place.area.GetRegistration(), exception);
 }
 
 // Builds an exception of class Ex, or a plain Exception, from the parts of its message, the area's

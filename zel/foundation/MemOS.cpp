@@ -1,6 +1,7 @@
 #include "zel/foundation/MemOS.h"
 
 #include <charconv>
+#include <cstring>
 #include <limits>
 #include <locale>
 #include <new>

@@ -2,7 +2,6 @@
 
 #include "zel/foundation/Export.h"
 
-#include <cstring>
 #include <iostream>
 #include <string>
 #include <string_view>
@@ -139,7 +138,7 @@ private:
     // True if a stream in this state would write text and numbers just as they are.
     bool IsPlain() const {
         return rdstate() == goodbit && flags() == (skipws | dec) && width() == 0 &&
-               tie() == nullptr;
+               tie() == nullptr && rdbuf() == &m_streambuf;
     }
 
     void InsertText(std::string_view text) {
@@ -148,7 +147,7 @@ private:
             AsStream() << text;
             return;
         }
-        std::memcpy(room, text.data(), text.size());
+        text.copy(room, text.size());
         m_streambuf.Advance(text.size());
     }
 

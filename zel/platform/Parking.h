@@ -6,7 +6,8 @@
 namespace zel::platform {
 
 // Puts threads to sleep on a 32-bit word and wakes them: what a lock needs of the system once it
-// is contended. A new system must offer these three; none of them allocates or throws.
+// is contended. A new system must offer these three; none of them allocates, throws or changes
+// errno.
 
 // Sleeps while `word` holds `expected`. Returns on UnparkOne for that word, at once when the word
 // has another value, and now and then for no reason: the caller looks again. Where
