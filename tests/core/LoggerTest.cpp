@@ -136,8 +136,8 @@ TEST(FileLogSinkTest, BeginsANewFileOnceTheOldOneWasRenamed) {
         std::ifstream in(file);
         return std::string(std::istreambuf_iterator<char>(in), {});
     };
-    const LogRecord record{2, "Area", 7, "text", std::chrono::system_clock::time_point(), 42};
-    const std::string line = "1970-01-01T00:00:00.000000Z 2 Area:7 [42] text\n";
+    const LogRecord record{2, "Area", 7, "te\nxt", std::chrono::system_clock::time_point(), 42};
+    const std::string line = "1970-01-01T00:00:00.000000Z 2 Area:7 [42] te\\nxt\n";
     RCPtr<FileLogSink> sink(new FileLogSink(path));
     sink->Write(record);
     std::filesystem::rename(path, path + ".1");
