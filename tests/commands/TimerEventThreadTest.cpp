@@ -1,0 +1,188 @@
+#include "zel/commands/TimerEventThread.h"
+
+#include "zel/commands/WaitTime.h"
+#include "zel/core/Exception.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <climits>
+#include <limits>
+#include <thread>
+
+namespace zel {
+namespace {
+
+constexpr int LONG_ENOUGH = 20000;
+constexpr double FAR = 1000;
+
+TEST(WaitTimeTest, IsCutToWholeMillisecondsThatFit) {
+    const struct {
+        double seconds;
+        int milliseconds;
+    } rows[] = {
+        {0.0027, 2},
+        {0.0009, 0},
+        {0, 0},
+        {-1e300, 0},
+        {std::numeric_limits<double>::quiet_NaN(), 0},
+        {2147483.6, 2147483600},
+        {2147483.7, INT_MAX},
+        {1e300, INT_MAX},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(ToWaitTime(row.seconds), row.milliseconds) << row.seconds;
+    }
+}
+
+class TimerEventThreadTest : public testing::Test {
+protected:
+    ~TimerEventThreadTest() override {
+        m_timers->RequestStop();
+        m_timers->Join();
+    }
+
+    // Arms a timer that notes its name.
+    RCPtr<TimerEventSource> Add(
+        double interval, const std::string& name, std::function<void()> work = [] {}) {
+        const RCPtr<TimerEventSource> source(new CallbackTimer(interval, [=, this] {
+            m_fired += name;
+            work();
+        }));
+        m_timers->AddTimer(source);
+        return source;
+    }
+
+    std::string FireEvents() {
+        m_fired.clear();
+        m_timers->FireEvents();
+        return m_fired;
+    }
+
+    const RCPtr<TimerEventThread> m_timers{new TimerEventThread};
+    std::string m_fired;
+};
+
+TEST_F(TimerEventThreadTest, FiresWhatIsDueOnceInTheOrderOfTheAddresses) {
+    EXPECT_EQ(m_timers->GetAmountToWait(), -1);
+    Add(1e300, "far");
+    EXPECT_EQ(m_timers->GetAmountToWait(), INT_MAX);
+    const RCPtr<TimerEventSource> next = Add(FAR, "next");
+    EXPECT_NEAR(m_timers->GetAmountToWait(), FAR * 1000, LONG_ENOUGH);
+    EXPECT_EQ(FireEvents(), "");
+    m_timers->AddTimer(next);
+
+    std::vector<std::pair<RCPtr<TimerEventSource>, std::string>> due;
+    for (const double interval : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN(), 1e-9}) {
+        const std::string name = std::to_string(due.size());
+        due.emplace_back(Add(interval, name), name);
+    }
+    EXPECT_EQ(m_timers->GetAmountToWait(), 0);
+    std::ranges::sort(due);
+    std::string expected;
+    for (const auto& [source, name] : due) {
+        expected += name;
+    }
+    EXPECT_EQ(FireEvents(), expected);
+    EXPECT_EQ(FireEvents(), "");
+
+    m_timers->DeleteTimer(next.Get());
+    m_timers->DeleteTimer(next.Get());
+    m_timers->DeleteTimer(nullptr);
+    EXPECT_EQ(m_timers->GetAmountToWait(), INT_MAX);
+    EXPECT_THROW(m_timers->AddTimer(nullptr), Exception);
+    EXPECT_THROW(CallbackTimer(1, nullptr), Exception);
+}
+
+TEST_F(TimerEventThreadTest, APassGoesByWhatItFoundDueWhateverTheTimersDo) {
+    RCPtr<TimerEventSource> a;
+    RCPtr<TimerEventSource> b;
+    a = Add(0, "a", [&] {
+        m_timers->DeleteTimer(b.Get());
+        m_timers->AddTimer(a);
+    });
+    b = Add(0, "b", [&] { Add(0, "new"); });
+    FireEvents();
+    EXPECT_EQ(m_fired, a < b ? "ab" : "ba");
+    EXPECT_EQ(FireEvents(), "new");
+    a->Restart();
+    m_timers->AddTimer(a);
+    EXPECT_EQ(FireEvents(), "a");
+}
+
+TEST_F(TimerEventThreadTest, AnExceptionLeavesItsTimerAndThoseBehindItArmed) {
+    for (int i = 0; i < 3; ++i) {
+        Add(0, "x", [] { throw 1; });
+    }
+    EXPECT_THROW(m_timers->FireEvents(), int);
+    EXPECT_THROW(m_timers->FireEvents(), int);
+    EXPECT_EQ(m_fired, "xx");
+}
+
+TEST_F(TimerEventThreadTest, WakesForANearerTimerAndLeavesTheOthersArmed) {
+    m_timers->Start();
+    const RCPtr<TimerEventSource> far = Add(FAR, "far");
+    for (const double interval : {0.02, 0.0, 0.001}) {
+        const RCPtr<Event> fired(new Event(Event::ManualReset));
+        Add(interval, "near", [=] { fired->Set(true); });
+        ASSERT_TRUE(fired->Wait(LONG_ENOUGH)) << interval;
+    }
+    EXPECT_GT(m_timers->GetAmountToWait(), 0);
+    m_timers->DeleteTimer(far.Get());
+    EXPECT_TRUE(m_timers->IsRunning());
+}
+
+// Each timer arms the next, so that there is always one due.
+void ArmChain(TimerEventThread* timers, std::atomic<int>& fired) {
+    timers->AddTimer(new CallbackTimer(0, [timers, &fired] {
+        ++fired;
+        ArmChain(timers, fired);
+    }));
+}
+
+TEST_F(TimerEventThreadTest, TakesChangesFromManyThreadsWhileItFires) {
+    constexpr int rounds = 2000;
+    std::atomic<int> chained{0};
+    std::atomic<int> fired{0};
+    m_timers->Start();
+    ArmChain(m_timers.Get(), chained);
+    const auto change = [&] {
+        for (int i = 0; i < rounds; ++i) {
+            const RCPtr<TimerEventSource> far(new CallbackTimer(FAR, [] {}));
+            m_timers->AddTimer(far);
+            m_timers->AddTimer(new CallbackTimer(0.0001 * (i % 20), [&] { ++fired; }));
+            far->Restart();
+            m_timers->DeleteTimer(far.Get());
+        }
+    };
+    std::thread other(change);
+    change();
+    other.join();
+    const Timer timer;
+    while (fired < 2 * rounds && timer.GetElapsedTime() * 1000 < LONG_ENOUGH) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(fired, 2 * rounds);
+    EXPECT_GT(chained, 0);
+}
+
+TEST(TimerEventThreadLifeTest, StartsStopsAndGoesWithTimersArmed) {
+    constexpr int rounds = 500;
+    std::atomic<int> fired{0};
+    for (int i = 0; i < rounds; ++i) {
+        const RCPtr<TimerEventThread> timers(new TimerEventThread);
+        const RCPtr<TimerEventSource> left(new CallbackTimer(FAR, [] {}));
+        timers->AddTimer(left);
+        timers->Start();
+        if (i % 2 == 0) {
+            ArmChain(timers.Get(), fired);
+        }
+        timers->RequestStop();
+        timers->Join();
+        EXPECT_FALSE(timers->IsRunning());
+    }
+}
+
+}  // namespace
+}  // namespace zel
