@@ -122,15 +122,15 @@ TEST_F(TimerEventThreadTest, AnExceptionLeavesItsTimerAndThoseBehindItArmed) {
 
 TEST_F(TimerEventThreadTest, WakesForANearerTimerAndLeavesTheOthersArmed) {
     m_timers->Start();
-    const RCPtr<TimerEventSource> far = Add(FAR, "far");
+    Add(FAR, "far");
     for (const double interval : {0.02, 0.0, 0.001}) {
         const RCPtr<Event> fired(new Event(Event::ManualReset));
         Add(interval, "near", [=] { fired->Set(true); });
         ASSERT_TRUE(fired->Wait(LONG_ENOUGH)) << interval;
     }
+    m_timers->RequestStop();
+    m_timers->Join();
     EXPECT_GT(m_timers->GetAmountToWait(), 0);
-    m_timers->DeleteTimer(far.Get());
-    EXPECT_TRUE(m_timers->IsRunning());
 }
 
 // Each timer arms the next, so that there is always one due.
