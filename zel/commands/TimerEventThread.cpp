@@ -61,6 +61,7 @@ void TimerEventThread::FireEvents() {
 }
 
 void TimerEventThread::Run() {
+    BePunctual();
     while (!ShouldStop() && WaitForPass()) {
         FireEvents();
     }

@@ -96,6 +96,10 @@ void Thread::SleepFor(int milliseconds) {
     }
 }
 
+void Thread::BePunctual() noexcept {
+    platform::MakeCurrentThreadPunctual();
+}
+
 void Thread::RunGuarded() noexcept {
     platform::SetCurrentThreadName(m_name);
     try {
