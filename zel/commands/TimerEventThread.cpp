@@ -49,7 +49,7 @@ void TimerEventThread::DeleteTimer(TimerEventSource* source) {
 
 int TimerEventThread::GetAmountToWait() {
     CriticalSectionLock lock(&m_cs);
-    return GetAmountToWait(GetNearestDueTime());
+    return GetWaitUntil(GetNearestDueTime());
 }
 
 void TimerEventThread::FireEvents() {
@@ -75,7 +75,7 @@ double TimerEventThread::GetNearestDueTime() const noexcept {
     return nearest;
 }
 
-int TimerEventThread::GetAmountToWait(double dueTime) const noexcept {
+int TimerEventThread::GetWaitUntil(double dueTime) const noexcept {
     return m_sources.empty() ? -1 : ToWaitTime(dueTime - Timer::GetTime());
 }
 
@@ -109,7 +109,7 @@ bool TimerEventThread::WaitForPass() {
 int TimerEventThread::BeginWait() noexcept {
     CriticalSectionLock lock(&m_cs);
     m_wakeTime = GetNearestDueTime();
-    return GetAmountToWait(m_wakeTime);
+    return GetWaitUntil(m_wakeTime);
 }
 
 void TimerEventThread::EndWait() noexcept {

@@ -54,7 +54,7 @@ public:
 private:
     // These three are called inside the lock.
     double GetNearestDueTime() const noexcept;
-    int GetAmountToWait(double dueTime) const noexcept;
+    int GetWaitUntil(double dueTime) const noexcept;
     void Wake();
 
     std::vector<RCPtr<TimerEventSource>> CollectDue();
