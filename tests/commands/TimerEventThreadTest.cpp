@@ -18,19 +18,16 @@ constexpr int LONG_ENOUGH = 20000;
 constexpr double FAR = 1000;
 
 TEST(WaitTimeTest, IsCutToWholeMillisecondsThatFit) {
-    const struct {
-        double seconds;
-        int milliseconds;
-    } rows[] = {{0.0027, 2},
-                {0.0009, 0},
-                {0, 0},
-                {-1e300, 0},
-                {std::numeric_limits<double>::quiet_NaN(), 0},
-                {2147483.6, 2147483600},
-                {2147483.7, INT_MAX},
-                {1e300, INT_MAX}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(ToWaitTime(row.seconds), row.milliseconds) << row.seconds;
+    const double notANumber = std::numeric_limits<double>::quiet_NaN();
+    const std::pair<double, int> rows[] = {{0.0027, 2},
+                                           {0.0009, 0},
+                                           {-1e300, 0},
+                                           {notANumber, 0},
+                                           {2147483.6, 2147483600},
+                                           {2147483.7, INT_MAX},
+                                           {1e300, INT_MAX}};
+    for (const auto& [seconds, milliseconds] : rows) {
+        EXPECT_EQ(ToWaitTime(seconds), milliseconds) << seconds;
     }
 }
 

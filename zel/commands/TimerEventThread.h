@@ -19,9 +19,10 @@ namespace zel {
 //     timers->Join();
 //
 // Any thread may call anything at any time, a timer's Fire too. Timers that are left when the
-// thread ends stay unfired; the last reference to this object drops them. For the last millisecond
-// before a timer is due the thread looks at the clock without sleeping. A pass looks at every armed
-// timer, so its cost grows with their number; adding and deleting don't wait for more than one.
+// thread ends stay unfired and go with this object. An exception from a timer ends the thread, as
+// it would any. For the last millisecond before a timer is due the thread looks at the clock
+// without sleeping. It looks at every armed timer on each pass, and whoever adds or deletes one
+// waits for that.
 class ZEL_ADVANCED_API TimerEventThread : public Thread {
 public:
     TimerEventThread();
