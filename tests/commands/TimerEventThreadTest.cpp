@@ -110,6 +110,9 @@ TEST_F(TimerEventThreadTest, WakesForANearerTimerAndLeavesTheOthersArmed) {
     m_timers->Start();
     Add(FAR, "far");
     for (const double interval : {0.02, 0.0, 0.001}) {
+        const RCPtr<TimerEventSource> putOff = Add(0.01, "put off");
+        putOff->Restart();
+        m_timers->DeleteTimer(putOff.Get());
         const RCPtr<Event> fired(new Event(Event::ManualReset));
         Add(interval, "near", [=] { fired->Set(true); });
         ASSERT_TRUE(fired->Wait(LONG_ENOUGH)) << interval;

@@ -49,7 +49,7 @@ void TimerEventThread::DeleteTimer(TimerEventSource* source) {
 
 int TimerEventThread::GetAmountToWait() {
     CriticalSectionLock lock(&m_cs);
-    return GetWaitUntil(GetNearestDueTime());
+    return m_sources.empty() ? -1 : ToWaitTime(GetNearestDueTime() - Timer::GetTime());
 }
 
 void TimerEventThread::FireEvents() {
@@ -61,9 +61,16 @@ void TimerEventThread::FireEvents() {
 }
 
 void TimerEventThread::Run() {
+    constexpr int stop = 1;
+    const std::vector<RCPtr<Event>> events = {m_wakeEvent, m_stopEvent};
     BePunctual();
-    while (!ShouldStop() && WaitForPass()) {
-        FireEvents();
+    while (!ShouldStop()) {
+        if (Event::WaitMultiple(events, false, BeginWait()) == stop) {
+            return;
+        }
+        if (EndWait()) {
+            FireEvents();
+        }
     }
 }
 
@@ -73,10 +80,6 @@ double TimerEventThread::GetNearestDueTime() const noexcept {
         nearest = std::min(nearest, source->GetDueTime());
     }
     return nearest;
-}
-
-int TimerEventThread::GetWaitUntil(double dueTime) const noexcept {
-    return m_sources.empty() ? -1 : ToWaitTime(dueTime - Timer::GetTime());
 }
 
 std::vector<RCPtr<TimerEventSource>> TimerEventThread::CollectDue() {
@@ -97,24 +100,24 @@ void TimerEventThread::Wake() {
     m_wakeEvent->Set(true);
 }
 
-// False when the thread is to stop.
-bool TimerEventThread::WaitForPass() {
-    constexpr int stop = 1;
-    const int wait = BeginWait();
-    const int seen = Event::WaitMultiple({m_wakeEvent, m_stopEvent}, false, wait);
-    EndWait();
-    return seen != stop;
-}
-
+// Gives the milliseconds to wait. As long as the moment noted last is right and hasn't come, the
+// timers needn't be looked at, however often a wait that was cut ends ahead of it.
 int TimerEventThread::BeginWait() noexcept {
     CriticalSectionLock lock(&m_cs);
-    m_wakeTime = GetNearestDueTime();
-    return GetWaitUntil(m_wakeTime);
+    if (m_wakeTime <= Timer::GetTime()) {
+        m_wakeTime = GetNearestDueTime();
+    }
+    return m_wakeTime == NEVER ? -1 : ToWaitTime(m_wakeTime - Timer::GetTime());
 }
 
-void TimerEventThread::EndWait() noexcept {
+// True if timers may be due; then changes needn't wake the thread, which is about to look anyway.
+bool TimerEventThread::EndWait() noexcept {
     CriticalSectionLock lock(&m_cs);
+    if (m_wakeTime > Timer::GetTime()) {
+        return false;
+    }
     m_wakeTime = AT_ONCE;
+    return true;
 }
 
 }  // namespace zel

@@ -53,22 +53,20 @@ public:
     void Run() override;
 
 private:
-    // These three are called inside the lock.
+    // These two are called inside the lock.
     double GetNearestDueTime() const noexcept;
-    int GetWaitUntil(double dueTime) const noexcept;
     void Wake();
 
     std::vector<RCPtr<TimerEventSource>> CollectDue();
-    bool WaitForPass();
     int BeginWait() noexcept;
-    void EndWait() noexcept;
+    bool EndWait() noexcept;
 
     CriticalSection m_cs;
     std::set<RCPtr<TimerEventSource>> m_sources;
     const RCPtr<Event> m_wakeEvent;
 
-    // When the thread next looks at the timers by itself, in seconds of Timer::GetTime; a change
-    // that leaves this right doesn't wake it.
+    // When the thread looks at the timers by itself, at the latest, in seconds of Timer::GetTime.
+    // No timer is due earlier, so a change that leaves that true doesn't wake the thread.
     double m_wakeTime;
 };
 
