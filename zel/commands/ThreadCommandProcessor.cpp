@@ -3,6 +3,7 @@
 #include "zel/core/Thread.h"
 #include "zel/foundation/Log.h"
 
+#include <atomic>
 #include <utility>
 #include <vector>
 
@@ -61,10 +62,10 @@ public:
 
 private:
     void WakeIfIdle(CriticalSectionLock& lock) {
-        const bool wasIdle = std::exchange(m_isIdle, false);
+        const int wasIdle = m_idle.exchange(0);
         lock.Unlock();
-        if (wasIdle) {
-            m_wake.Set(true);
+        if (wasIdle != 0) {
+            m_idle.notify_one();
         }
     }
 
@@ -80,17 +81,16 @@ private:
             if (m_isClosed) {
                 return false;
             }
-            m_isIdle = true;
+            m_idle = 1;
             lock.Unlock();
-            m_wake.Wait(-1);
+            m_idle.wait(1);
         }
     }
 
     CriticalSection m_cs;
     std::vector<RCPtr<Command>> m_posted;
     bool m_isClosed = false;
-    bool m_isIdle = false;
-    Event m_wake{Event::AutomaticReset};
+    std::atomic<int> m_idle{0};  // 1 or 0; changed inside the lock. An int is quickest to wait for
 };
 
 ThreadCommandProcessor::ThreadCommandProcessor(const std::string& name)
