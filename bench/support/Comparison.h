@@ -26,9 +26,9 @@ struct Side {
 //     const Comparison s_locks("lock and unlock", {{Side::OURS, Lock<CriticalSection>},
 //                                                  {"std::mutex", Lock<std::mutex>, 0.6}});
 //
-// A side's figure is the time of an iteration, of wall clock if it runs on several threads or
-// is said to, or what
-// its function reports by ReportPerNode or as the one counter of the state, named by its unit.
+// A side's figure is the time of an iteration, of wall clock if it runs on several threads or asks
+// for it, or what its function reports by ReportPerNode or as the one counter of the state, named
+// by its unit.
 class Comparison {
 public:
     Comparison(std::string what, const std::vector<Side>& sides);
