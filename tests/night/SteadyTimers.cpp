@@ -70,11 +70,13 @@ double MeasureDrift() {
     return clock->last - TICKS * PERIOD;
 }
 
-bool IsSteady(const char* machine) {
+// Ticks that other programs hold up for more than a period aren't made up, so the limit is a share
+// of the whole run.
+bool IsSteady(const char* machine, double mostDrift) {
     const double drift = MeasureDrift();
     std::cout << "after " << TICKS << " ticks on " << machine << " machine: " << drift * 1000
               << " ms off\n";
-    return std::abs(drift) < PERIOD;
+    return std::abs(drift) < mostDrift * TICKS * PERIOD;
 }
 
 bool IsQuiet() {
@@ -95,8 +97,8 @@ bool IsQuiet() {
 
 int main() {
     bool isGood = IsQuiet();
-    isGood = IsSteady("an idle") && isGood;
+    isGood = IsSteady("an idle", 0.01) && isGood;
     const Load load;
-    isGood = IsSteady("a busy") && isGood;
+    isGood = IsSteady("a busy", 0.05) && isGood;
     return isGood ? 0 : 1;
 }

@@ -16,11 +16,11 @@ namespace zel {
 //     timer->RequestStop();
 //     timer->Join();
 //
-// A tick that is late shortens the interval to the next one, so the rate is kept on average; ticks
-// that were missed by a whole period aren't made up, and two ticks are never due closer than 10
-// milliseconds. The thread looks at the clock without sleeping for the last millisecond or so
-// before each tick, and notices a stop within 100 milliseconds. It ends by itself after its last
-// tick, and at the first tick that finds the processor gone.
+// A tick that is late shortens the interval to the next one, so the rate is kept on average; but an
+// interval is never shorter than 10 milliseconds, and lateness beyond that isn't made up. The
+// thread looks at the clock without sleeping for the last millisecond or so before each tick, and
+// notices a stop within 100 milliseconds. It ends by itself after its last tick, and at the first
+// tick that finds the processor gone.
 class ZEL_ADVANCED_API TimerThread : public Thread {
 public:
     static constexpr int FOREVER = -1;
