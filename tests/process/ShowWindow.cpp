@@ -3,20 +3,34 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <poll.h>
 #include <unistd.h>
 #include <xcb/xcb_ewmh.h>
 
 namespace {
 
-void WaitUntilShown(xcb_connection_t* connection) {
-    while (xcb_generic_event_t* const event = xcb_wait_for_event(connection)) {
+bool TakeShown(xcb_connection_t* connection) {
+    while (xcb_generic_event_t* const event = xcb_poll_for_event(connection)) {
         const bool isShown = (event->response_type & 0x7F) == XCB_MAP_NOTIFY;
         std::free(event);
         if (isShown) {
-            return;
+            return true;
         }
     }
+    return xcb_connection_has_error(connection) != 0;
+}
+
+// A manager that is just starting may let a request lie until the next one comes.
+void Show(xcb_connection_t* connection, xcb_window_t window) {
+    constexpr int patience = 100;
+    do {
+        xcb_map_window(connection, window);
+        xcb_flush(connection);
+        pollfd waiting{xcb_get_file_descriptor(connection), POLLIN, 0};
+        ::poll(&waiting, 1, patience);
+    } while (!TakeShown(connection));
 }
 
 xcb_window_t ShowWindow(xcb_ewmh_connection_t& hints, const char* title) {
@@ -30,9 +44,7 @@ xcb_window_t ShowWindow(xcb_ewmh_connection_t& hints, const char* title) {
     const auto length = static_cast<std::uint32_t>(std::strlen(title));
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NAME,
                         XCB_ATOM_STRING, 8, length, title);
-    xcb_map_window(connection, window);
-    xcb_flush(connection);
-    WaitUntilShown(connection);
+    Show(connection, window);
     return window;
 }
 

@@ -88,7 +88,7 @@ private:
 
     const bool m_isManaged;
     const test::Child m_server{{"Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten",
-                                "tcp", "-nolock"}};
+                                "tcp"}};
     std::optional<test::Child> m_manager;
     xcb_connection_t* m_connection = nullptr;
     xcb_ewmh_connection_t m_hints = {};

@@ -260,13 +260,15 @@ TEST_F(FileWatcherTest, LooksAtIntervalsWhereALimitIsHitAndSaysWhichOne) {
     constexpr int cannotLimit = 77;
     const struct {
         const char* raisedBy;
+        bool canList;
         std::function<bool(bool isTight)> limit;
     } rows[] = {
-        {"fs.inotify.max_user_watches",
+        {"fs.inotify.max_user_watches", true,
          [](bool isTight) { return SetLimit("max_inotify_watches", isTight ? 12 : 10'000); }},
-        {"fs.inotify.max_user_instances",
+        {"fs.inotify.max_user_instances", true,
          [](bool isTight) { return SetLimit("max_inotify_instances", isTight ? 0 : 10); }},
-        {"RLIMIT_NOFILE", [](bool isTight) { return SetDescriptors(isTight ? 0 : 1000); }},
+        {"RLIMIT_NOFILE", false,
+         [](bool isTight) { return SetDescriptors(isTight ? 0 : 1000); }},
     };
     for (const auto& row : rows) {
         fs::remove_all(m_root);
@@ -280,21 +282,16 @@ TEST_F(FileWatcherTest, LooksAtIntervalsWhereALimitIsHitAndSaysWhichOne) {
             m_watcher->Tick();
             m_watcher->InitChangeHandle();
             const std::vector<std::string> lines = log.sink->TakeLines();
-            EXPECT_EQ(lines.size(), 1);
-            EXPECT_NE(lines.at(0).find(row.raisedBy), std::string::npos) << lines[0];
-            EXPECT_EQ(lines[0][0], '2');
-            // Found by looking, and once the limit is gone by a notice.
-            row.limit(row.raisedBy != std::string("RLIMIT_NOFILE"));
-            Touch(m_root / "a/b/c/d/e/f/g/h/i/j/k/l/m/n");
-            EXPECT_TRUE(TicksUntilTrue());
+            if (lines.size() != 1 || lines[0].find(row.raisedBy) == std::string::npos) {
+                return 1;
+            }
+            if (row.canList) {
+                Touch(m_root / "a/b/c/d/e/f/g/h/i/j/k/l/m/n");
+                EXPECT_TRUE(TicksUntilTrue());
+            }
             row.limit(false);
-            EXPECT_TRUE(TicksUntil([&] {
-                fs::remove(m_root / "a/b/f");
-                m_watcher->Tick();
-                Touch(m_root / "a/b/f");
-                m_watcher->Tick();
-                return m_seen.contains(m_root / "a/b/f");
-            }));
+            Touch(m_root / "f");
+            EXPECT_TRUE(TicksUntilTrue());
             EXPECT_EQ(log.sink->TakeLines(), std::vector<std::string>());
             return HasFailure() ? 1 : done;
         });

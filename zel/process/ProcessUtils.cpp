@@ -59,7 +59,8 @@ bool ProcessUtils::FindProcess(const std::string& name, unsigned int* pid) {
 }
 
 void ProcessUtils::SwitchToProcess(unsigned int pid, const std::string& title) {
-    const std::unique_ptr<platform::WindowStack> windows = platform::OpenWindowStack();
+    // An owner that isn't known is told as 0, too.
+    const auto windows = pid == 0 ? nullptr : platform::OpenWindowStack();
     if (!windows) {
         return;
     }
