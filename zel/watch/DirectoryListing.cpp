@@ -73,7 +73,10 @@ public:
     explicit Inserter(Listing& listing) : m_listing(listing), m_hint(listing.end()) {}
 
     void Insert(std::string path) {
-        m_hint = std::next(m_listing.emplace_hint(m_hint, std::move(path)));
+        const auto inserted = m_listing.emplace_hint(m_hint, std::move(path));
+        // Going on to the end would go over all levels of the set, each time.
+        const bool isLast = &*inserted == &*m_listing.rbegin();
+        m_hint = isLast ? m_listing.end() : std::next(inserted);
     }
 
     std::size_t GetSize() const { return m_listing.size(); }

@@ -64,20 +64,18 @@ public:
 
     bool Wait(int milliseconds) override {
         const Clock::time_point end = Clock::now() + std::chrono::milliseconds(milliseconds);
-        for (;;) {
-            TakeEvents();
+        bool isOver = false;
+        while (!m_isSignalled && !isOver) {
             const Clock::time_point now = Clock::now();
-            if (m_isSignalled || IsTimeToLook(now)) {
-                m_isSignalled = true;
-                return true;
-            }
-            if (now >= end) {
-                return false;
-            }
             const Clock::time_point wake = IsBlind() ? std::min(end, m_nextLook) : end;
             const auto left = std::chrono::ceil<std::chrono::milliseconds>(wake - now);
-            m_inotify.WaitForEvents(static_cast<int>(left.count()));
+            if (m_inotify.WaitForEvents(std::max(static_cast<int>(left.count()), 0))) {
+                m_inotify.TakeEvents([this](const Inotify::Happening& event) { Take(event); });
+            }
+            m_isSignalled |= IsBlind() && Clock::now() >= m_nextLook;
+            isOver = Clock::now() >= end;
         }
+        return m_isSignalled;
     }
 
     bool Rearm() override {
@@ -96,10 +94,6 @@ private:
     using Names = std::vector<std::string>;
 
     bool IsBlind() const noexcept { return !m_blindness.empty(); }
-
-    bool IsTimeToLook(Clock::time_point now) const noexcept {
-        return IsBlind() && now >= m_nextLook;
-    }
 
     void Arm() {
         // Whatever fails below, the next attempt begins anew.
@@ -195,10 +189,6 @@ private:
             }
             return isOld;
         });
-    }
-
-    void TakeEvents() noexcept {
-        m_inotify.TakeEvents([this](const Inotify::Happening& event) { Take(event); });
     }
 
     void Take(const Inotify::Happening& event) noexcept {

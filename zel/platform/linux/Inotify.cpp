@@ -23,10 +23,10 @@ void Inotify::Remove(int watch) noexcept {
     ::inotify_rm_watch(m_instance.Get(), watch);
 }
 
-void Inotify::WaitForEvents(int milliseconds) noexcept {
+bool Inotify::WaitForEvents(int milliseconds) noexcept {
     // Without an instance this only sleeps: poll passes over a negative descriptor.
     pollfd waiting{m_instance.Get(), POLLIN, 0};
-    ::poll(&waiting, 1, milliseconds);
+    return ::poll(&waiting, 1, milliseconds) > 0;
 }
 
 bool Inotify::Fill() noexcept {

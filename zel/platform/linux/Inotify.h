@@ -3,6 +3,7 @@
 #include "zel/platform/linux/Descriptor.h"
 
 #include <array>
+#include <climits>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -30,8 +31,8 @@ public:
     int Add(const std::string& directory) noexcept;
     void Remove(int watch) noexcept;
 
-    // Sleeps until something has happened, so many milliseconds at the most.
-    void WaitForEvents(int milliseconds) noexcept;
+    // Sleeps until something has happened, so many milliseconds at the most. False if nothing has.
+    bool WaitForEvents(int milliseconds) noexcept;
 
     // Hands over what has happened since. `take` throws nothing, so that nothing is lost.
     template <class Take>
@@ -43,10 +44,15 @@ public:
                 take(Happening{event->wd, event->mask, event->len > 0 ? event->name : ""});
                 at += sizeof(inotify_event) + event->len;
             }
+            if (m_size + largestEvent <= m_block.size()) {
+                return;  // the queue was empty, or the next one would have come along
+            }
         }
     }
 
 private:
+    static constexpr std::size_t largestEvent = sizeof(inotify_event) + NAME_MAX + 1;
+
     bool Fill() noexcept;
 
     Descriptor m_instance;
