@@ -1,5 +1,6 @@
-#include "zel/core/Timer.h"
 #include "zel/watch/FileWatcher.h"
+
+#include "zel/core/Timer.h"
 
 #include "bench/support/Comparison.h"
 #include "bench/watch/Tree.h"
@@ -172,8 +173,7 @@ const Comparison s_event("from a file to its event, empty directory",
                           {"inotify", InEmptyDirectory<ByInotify>, 1.5},
                           {"inotifywait", ByProgram, 0.75}});
 
-const Comparison s_eventInTree("the same in a tree of 100,000 files",
-                               {{Side::OURS, InLargeTree}});
+const Comparison s_eventInTree("the same in a tree of 100,000 files", {{Side::OURS, InLargeTree}});
 
 }  // namespace
 

@@ -30,7 +30,8 @@ std::string Printable(std::string name) {
 
 void Print(const std::list<RCPtr<ProcessInfo>>& processes) {
     constexpr int width = 10;
-    std::cout << std::setw(width) << "identifier" << "  name\n";
+    std::cout << std::setw(width) << "identifier"
+              << "  name\n";
     for (const RCPtr<ProcessInfo>& process : processes) {
         std::cout << std::setw(width) << process->pid << "  " << Printable(process->name) << '\n';
     }

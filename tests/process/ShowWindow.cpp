@@ -38,8 +38,8 @@ xcb_window_t ShowWindow(xcb_ewmh_connection_t& hints, const char* title) {
     const xcb_window_t window = xcb_generate_id(connection);
     const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, hints.screens[0]->root, 10, 10, 200,
-                      100, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK,
-                      &events);
+                      100, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                      XCB_CW_EVENT_MASK, &events);
     xcb_ewmh_set_wm_pid(&hints, window, static_cast<std::uint32_t>(::getpid()));
     const auto length = static_cast<std::uint32_t>(std::strlen(title));
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NAME,

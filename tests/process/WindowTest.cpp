@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <algorithm>
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -50,8 +50,8 @@ public:
     }
 
     bool IsInFront(xcb_window_t window) {
-        const auto focus =
-            Own(xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+        const auto focus = Own(
+            xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
         return focus->focus == window && GetTop() == window && IsMaximised(window);
     }
 
@@ -87,8 +87,8 @@ private:
     }
 
     const bool m_isManaged;
-    const test::Child m_server{{"Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten",
-                                "tcp"}};
+    const test::Child m_server{
+        {"Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp"}};
     std::optional<test::Child> m_manager;
     xcb_connection_t* m_connection = nullptr;
     xcb_ewmh_connection_t m_hints = {};
@@ -116,7 +116,8 @@ TEST_P(WindowTest, RaisesTheUppermostOfThoseWithThatTitleAndGivesItTheKeyboard) 
     ASSERT_TRUE(!GetParam() || Becomes([&] { return screen.HasManager(); }));
     const std::string longTitle(300, 'x');
     const std::string longest = longTitle.substr(0, 254);
-    const test::Child first({ZEL_SHOW_WINDOW, "Orders", "Open orders", "Open orders", "", longTitle});
+    const test::Child first(
+        {ZEL_SHOW_WINDOW, "Orders", "Open orders", "Open orders", "", longTitle});
     const test::Child second({ZEL_SHOW_WINDOW, "Open orders"});
     xcb_window_t lower = 0, upper = 0, orders = 0, untitled = 0, longOne = 0, foreign = 0;
     std::istringstream(first.ReadLine()) >> orders >> lower >> upper >> untitled >> longOne;

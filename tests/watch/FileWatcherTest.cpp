@@ -27,7 +27,7 @@ namespace {
 namespace fs = std::filesystem;
 using Paths = std::set<std::string>;
 
-constexpr std::chrono::seconds longEnough(60);
+constexpr std::chrono::seconds longEnough(30);
 
 void Touch(const fs::path& path) {
     std::ofstream(path) << "text";
@@ -48,12 +48,20 @@ Paths ListAll(const fs::path& root) {
 class FileWatcherTest : public ::testing::Test {
 protected:
     FileWatcherTest() {
-        std::string name = fs::temp_directory_path() / "zel_watch_XXXXXX";
+        // A file system in memory, where there is one: tens of thousands of changes are made.
+        const fs::path memory = "/dev/shm";
+        std::string name = (fs::exists(memory) ? memory : fs::temp_directory_path()) / "zel_XXXXXX";
         m_folder = ::mkdtemp(name.data());
         m_root = m_folder / "root";
     }
 
-    ~FileWatcherTest() override { fs::remove_all(m_folder); }
+    ~FileWatcherTest() override {
+        if (m_watcher) {
+            m_watcher->RequestStop();
+            m_watcher->Join();
+        }
+        fs::remove_all(m_folder);
+    }
 
     void Watch(const fs::path& path) {
         m_watcher = new FileWatcher(path.c_str(), true, true, -1);
@@ -113,7 +121,7 @@ public:
                 fs::create_directories(Pick(m_outside), ignored);
                 return fs::rename(Pick(m_outside), Pick(m_root), ignored);
             case 6:
-                return m_random() % 4 == 0 ? void(fs::remove_all(Pick(m_root), ignored))
+                return m_random() % 2 == 0 ? void(fs::remove_all(Pick(m_root), ignored))
                                            : fs::rename(Pick(m_root), Pick(m_outside), ignored);
             default:
                 return fs::create_directory_symlink(m_root, Pick(m_root), ignored);
@@ -122,7 +130,7 @@ public:
 
 private:
     fs::path Pick(fs::path path) {
-        static const char* const s_names[] = {"a", "b", "c\n", "\xff", "d d", "e*"};
+        static const char* const s_names[] = {"a", "b\n", "\xff", "d *"};
         for (auto depth = m_random() % 4 + 1; depth > 0; --depth) {
             path /= s_names[m_random() % std::size(s_names)];
         }
@@ -134,28 +142,29 @@ private:
     std::mt19937 m_random;
 };
 
-TEST_F(FileWatcherTest, EndsWithWhatIsThereAfterAnyChanges) {
-    for (unsigned seed = 1; seed <= 20; ++seed) {
-        m_seen.clear();
-        fs::remove_all(m_root);
-        fs::create_directory(m_root);
-        Watch(m_root);
-        m_watcher->Start();
-        RandomChanges changes(m_root, m_folder / "outside", seed);
-        for (int i = 0; i < 2000; ++i) {
+class RandomChangesTest : public FileWatcherTest, public ::testing::WithParamInterface<unsigned> {};
+
+TEST_P(RandomChangesTest, AreSeenToTheLastOneAfterEveryBurst) {
+    fs::create_directory(m_root);
+    Watch(m_root);
+    m_watcher->Start();
+    RandomChanges changes(m_root, m_folder / "outside", GetParam());
+    for (int burst = 1; burst <= 40; ++burst) {
+        for (int i = 0; i < 50; ++i) {
             changes.Make();
         }
-        const Paths truth = ListAll(m_root);
         std::unique_lock lock(m_mutex);
-        EXPECT_TRUE(m_changed.wait_for(lock, longEnough, [&] { return m_seen == truth; })) << seed;
-        lock.unlock();
-        const auto asked = std::chrono::steady_clock::now();
-        m_watcher->RequestStop();
-        m_watcher->Join();
-        EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds(1));
-        EXPECT_EQ(m_seen, truth) << seed;
+        const auto isTrue = [&, truth = ListAll(m_root)] { return m_seen == truth; };
+        ASSERT_TRUE(m_changed.wait_for(lock, longEnough, isTrue)) << burst;
     }
+    const auto asked = std::chrono::steady_clock::now();
+    m_watcher->RequestStop();
+    m_watcher->Join();
+    EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds(1));
+    EXPECT_EQ(m_seen, ListAll(m_root));
 }
+
+INSTANTIATE_TEST_SUITE_P(Seeds, RandomChangesTest, ::testing::Range(1U, 21U));
 
 TEST_F(FileWatcherTest, FollowsThePathAsDirectoriesAndLinksOnItComeAndGo) {
     const fs::path way = m_folder / "way";
@@ -244,6 +253,13 @@ bool SetDescriptors(rlim_t count) {
     return ::setrlimit(RLIMIT_NOFILE, &limit) == 0;
 }
 
+// The sanitizer's own checks take descriptors.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool mayTakeDescriptors = false;
+#else
+constexpr bool mayTakeDescriptors = true;
+#endif
+
 // A process of its own may limit itself.
 int RunInChild(const std::function<int()>& work) {
     const pid_t child = ::fork();
@@ -267,10 +283,12 @@ TEST_F(FileWatcherTest, LooksAtIntervalsWhereALimitIsHitAndSaysWhichOne) {
          [](bool isTight) { return SetLimit("max_inotify_watches", isTight ? 12 : 10'000); }},
         {"fs.inotify.max_user_instances", true,
          [](bool isTight) { return SetLimit("max_inotify_instances", isTight ? 0 : 10); }},
-        {"RLIMIT_NOFILE", false,
-         [](bool isTight) { return SetDescriptors(isTight ? 0 : 1000); }},
+        {"RLIMIT_NOFILE", false, [](bool isTight) { return SetDescriptors(isTight ? 0 : 1000); }},
     };
     for (const auto& row : rows) {
+        if (!row.canList && !mayTakeDescriptors) {
+            continue;
+        }
         fs::remove_all(m_root);
         fs::create_directories(m_root / "a/b/c/d/e/f/g/h/i/j/k/l/m");
         const int status = RunInChild([&] {

@@ -5,17 +5,17 @@
 
 namespace zel::platform {
 
-// Tells that a name below a path has come, gone or changed; which one it was is for its user to find
-// out, by a listing. Contents and attributes of files don't matter, and listing a directory never
-// signals.
+// Tells that a name below a path has come, gone or changed; which one it was is for its user to
+// find out, by a listing. Contents and attributes of files don't matter, and listing a directory
+// never signals.
 //
 //     const std::unique_ptr<ChangeNotice> notice = OpenChangeNotice("/var/spool", true);
 //     while (notice->Wait(50) && notice->Rearm()) { list the directory }
 //
-// A new system must offer this class and OpenChangeNotice, and keep one promise: a change made after
-// Rearm (or the opening) has returned signals, at the latest once the system has told its news; a
-// change made before is in a listing that starts afterwards. A notice too many does no harm. Not for
-// several threads at once.
+// A new system must offer this class and OpenChangeNotice, and keep one promise: a change made
+// after Rearm (or the opening) has returned signals, at the latest once the system has told its
+// news; a change made before is in a listing that starts afterwards. A notice too many does no
+// harm. Not for several threads at once.
 class ChangeNotice {
 public:
     ChangeNotice() = default;
@@ -34,9 +34,9 @@ public:
     virtual std::string GetWarning() const = 0;
 };
 
-// Looks out below `path`, in all directories at every depth with `recursive`, else in that directory
-// alone. Where the system can follow a path that doesn't exist at the moment, the notice serves that
-// too. Null if no notice can be had; to try again is cheap then.
+// Looks out below `path`, in all directories at every depth with `recursive`, else in that
+// directory alone. Where the system can follow a path that doesn't exist at the moment, the notice
+// serves that too. Null if no notice can be had; to try again is cheap then.
 std::unique_ptr<ChangeNotice> OpenChangeNotice(const std::string& path, bool recursive);
 
 }  // namespace zel::platform

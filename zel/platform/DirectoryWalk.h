@@ -19,8 +19,8 @@ struct DirectoryEntry {
 //     while (walk.Next(entry)) { ... }
 //
 // A new system must offer this. "." and ".." may come or not. A link is no directory, wherever it
-// leads. Hidden and system entries come like all others. Entries that come or go during the walk may
-// be met or missed, and none of them ends it. Not for several threads at once.
+// leads. Hidden and system entries come like all others. Entries that come or go during the walk
+// may be met or missed, and none of them ends it. Not for several threads at once.
 class DirectoryWalk {
 public:
     // What stands between a directory and a name in a path.
@@ -34,7 +34,8 @@ public:
     DirectoryWalk(const DirectoryWalk&) = delete;
     DirectoryWalk& operator=(const DirectoryWalk&) = delete;
 
-    // True if the walk couldn't start for want of descriptors or memory: the directory may be there.
+    // True if the walk couldn't start for want of descriptors or memory: the directory may be
+    // there.
     bool LacksMeans() const noexcept;
 
     // Sets `entry` to the next one; false at the end, and at once if the walk couldn't start.

@@ -11,8 +11,8 @@ namespace zel::platform {
 // `processes` as it was, if the system doesn't tell them.
 bool ListProcessIds(std::vector<unsigned int>& processes);
 
-// Gives the name, without directories, of the file that a process runs. Empty if it may not be read,
-// if there is no such file, or if the process is gone.
+// Gives the name, without directories, of the file that a process runs. Empty if it may not be
+// read, if there is no such file, or if the process is gone.
 std::string ReadProcessName(unsigned int process);
 
 }  // namespace zel::platform

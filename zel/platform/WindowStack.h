@@ -7,10 +7,10 @@
 
 namespace zel::platform {
 
-// The top-level windows of the screen that the process belongs to, from the top of their stack down.
-// A new system must offer this class and OpenWindowStack. Windows may come and go at any time: what
-// is told of one that has gone is 0 or empty, and raising it does nothing. Not for several threads
-// at once; any number of stacks may be open.
+// The top-level windows of the screen that the process belongs to, from the top of their stack
+// down. A new system must offer this class and OpenWindowStack. Windows may come and go at any
+// time: what is told of one that has gone is 0 or empty, and raising it does nothing. Not for
+// several threads at once; any number of stacks may be open.
 class WindowStack {
 public:
     using Window = std::uintptr_t;

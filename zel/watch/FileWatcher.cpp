@@ -130,8 +130,8 @@ bool FileWatcher::IsListingDue() {
     return false;
 }
 
-// Looks out for the next change before the listing starts, so that a change during the listing gives
-// a notice again.
+// Looks out for the next change before the listing starts, so that a change during the listing
+// gives a notice again.
 bool FileWatcher::TakeNotice() {
     if (!m_state->notice || !m_state->notice->Wait(noticeWait)) {
         return false;

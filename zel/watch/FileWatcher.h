@@ -27,9 +27,9 @@ struct ZEL_ADVANCED_API StrcmpiPred {
 //     watcher->Join();
 //
 // A notice of the system, or an interval that has run out, makes it list the directory anew; what
-// differs from the listing before is reported. So a change that is undone in between isn't, a rename
-// is a removal and an addition, and a rename that changes nothing but case is nothing at all. What a
-// link leads to is never listed: the link is a file.
+// differs from the listing before is reported. So a change that is undone in between isn't, a
+// rename is a removal and an addition, and a rename that changes nothing but case is nothing at
+// all. What a link leads to is never listed: the link is a file.
 //
 // A path that can't be listed is empty: when a directory goes, all that was in it is reported as
 // removed, and as added when it is back. The full path in an event is the path as it was given, the
@@ -48,8 +48,8 @@ public:
     EventSource<std::string> DirRemoved;
 
     // Watches `path`, which need not exist, with all directories below it if `recursive`. With
-    // `reportExisting` the first Tick reports all that is there, else what is there now is known and
-    // not reported. `pollInterval` is the number of seconds after which the directory is listed
+    // `reportExisting` the first Tick reports all that is there, else what is there now is known
+    // and not reported. `pollInterval` is the number of seconds after which the directory is listed
     // without a notice: for paths that give none, such as those of other hosts. 0 lists it in every
     // Tick; a negative number leaves it to the notices. The thread is the owner's to start, and to
     // stop before the watcher is destroyed.
@@ -64,8 +64,8 @@ public:
     // of two calls at once one waits for the other.
     void Tick();
 
-    // Forgets what is known when the directory is listed next, so that this listing reports all that
-    // is there as added. It is no cause for a listing by itself. Any thread may call it.
+    // Forgets what is known when the directory is listed next, so that this listing reports all
+    // that is there as added. It is no cause for a listing by itself. Any thread may call it.
     void Reset();
 
     // Asks the system for notices, if there are none at the moment, and gives them up. Tick does

@@ -53,8 +53,8 @@ std::string NameLimit(int error) {
 //
 // A directory that has come into the tree is found by going over the whole tree once more: watching
 // one that is watched changes nothing, and its own number is all that is to be kept of it, however
-// often it is renamed. Each directory is watched before it is read. So what comes into it earlier is
-// read and what comes later is an event, which leads here again.
+// often it is renamed. Each directory is watched before it is read. So what comes into it earlier
+// is read and what comes later is an event, which leads here again.
 class InotifyNotice final : public ChangeNotice {
 public:
     InotifyNotice(std::string path, bool recursive)

@@ -50,11 +50,10 @@ struct DirectoryWalk::Body {
 };
 
 DirectoryWalk::DirectoryWalk(const std::string& path, Link link) : m_body(new Body) {
-    const int flags =
-        O_RDONLY | O_DIRECTORY | O_CLOEXEC | (link == Link::Refuse ? O_NOFOLLOW : 0);
+    const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | (link == Link::Refuse ? O_NOFOLLOW : 0);
     m_body->directory = Descriptor(::open(path.c_str(), flags));
-    m_body->lacksMeans = !m_body->directory.IsOpen() &&
-                         (errno == EMFILE || errno == ENFILE || errno == ENOMEM);
+    m_body->lacksMeans =
+        !m_body->directory.IsOpen() && (errno == EMFILE || errno == ENFILE || errno == ENOMEM);
 }
 
 DirectoryWalk::~DirectoryWalk() = default;

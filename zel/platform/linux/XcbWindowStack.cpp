@@ -165,13 +165,11 @@ private:
     // As a pager asks, so that no manager takes it for a program that wants to steal the keyboard.
     void RaiseByManager(xcb_window_t window) {
         const int screen = m_display.GetScreenNumber();
-        xcb_ewmh_request_change_wm_state(m_hints, screen, window, XCB_EWMH_WM_STATE_ADD,
-                                         m_hints->_NET_WM_STATE_MAXIMIZED_VERT,
-                                         m_hints->_NET_WM_STATE_MAXIMIZED_HORZ,
-                                         XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER);
-        xcb_ewmh_request_change_active_window(m_hints, screen, window,
-                                              XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER, XCB_CURRENT_TIME,
-                                              XCB_NONE);
+        xcb_ewmh_request_change_wm_state(
+            m_hints, screen, window, XCB_EWMH_WM_STATE_ADD, m_hints->_NET_WM_STATE_MAXIMIZED_VERT,
+            m_hints->_NET_WM_STATE_MAXIMIZED_HORZ, XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER);
+        xcb_ewmh_request_change_active_window(
+            m_hints, screen, window, XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER, XCB_CURRENT_TIME, XCB_NONE);
     }
 
     void RaiseByServer(xcb_window_t window) {
