@@ -2,6 +2,7 @@
 
 #include "zel/core/Logger.h"
 #include "zel/foundation/CriticalSectionLock.h"
+#include "zel/platform/FaultStack.h"
 #include "zel/platform/ThreadInfo.h"
 
 #include <chrono>
@@ -110,6 +111,7 @@ void Thread::SleepFor(int milliseconds) {
 }
 
 void Thread::RunGuarded() noexcept {
+    const platform::FaultStack faultStack;
     platform::SetCurrentThreadName(m_name);
     try {
         Run();

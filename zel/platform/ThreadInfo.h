@@ -5,8 +5,8 @@
 
 namespace zel::platform {
 
-// What the system knows of the calling thread. A new system must offer these two; where it has no
-// names for threads, the first does nothing.
+// What the system knows of the calling thread and its process. A new system must offer these; where
+// it has no names for threads, the first does nothing.
 
 // Names the calling thread for debuggers and process listings. A name that is too long for the
 // system is cut; one that is empty changes nothing.
@@ -14,5 +14,8 @@ void SetCurrentThreadName(const std::string& name) noexcept;
 
 // The number under which the system's tools show the calling thread.
 std::uint64_t CurrentThreadNumber() noexcept;
+
+// The number of the process.
+std::uint64_t CurrentProcessNumber() noexcept;
 
 }  // namespace zel::platform

@@ -16,4 +16,8 @@ std::uint64_t CurrentThreadNumber() noexcept {
     return static_cast<std::uint64_t>(syscall(SYS_gettid));
 }
 
+std::uint64_t CurrentProcessNumber() noexcept {
+    return static_cast<std::uint64_t>(getpid());
+}
+
 }  // namespace zel::platform
