@@ -62,27 +62,32 @@ void Sample() {
     sampler->Join();
 }
 
+}  // namespace
+
+// Had the namespace no name, the compiler would know that every station is a buoy.
+namespace stations {
+
 class Station {
 public:
     // While this runs, the object isn't yet of a class that can tell its height.
-    Station() { s_describe(*this); }
+    Station() { Describe(); }
     virtual ~Station() = default;
     virtual int GetHeight() const = 0;
 
 private:
-    static void Describe(const Station& station) { s_count = station.GetHeight(); }
-
-    static void (*volatile s_describe)(const Station&);
+    void Describe() const { s_count = GetHeight(); }
 };
-
-void (*volatile Station::s_describe)(const Station&) = Describe;
 
 class Buoy : public Station {
     int GetHeight() const override { return 0; }
 };
 
+}  // namespace stations
+
+namespace {
+
 void BuildStation() {
-    const Buoy buoy;
+    const stations::Buoy buoy;
 }
 
 constexpr struct {

@@ -35,12 +35,6 @@ std::string VariableOf(const char* program) {
     return std::string(program) + "_SHOULD_START_DAEMON_";
 }
 
-[[noreturn]] void RunDaemon(const std::string& variable, const std::string& pipeName,
-                            CrashCallback callback) {
-    platform::BecomeDaemon(variable);
-    crashd_main(pipeName.c_str(), std::move(callback));
-}
-
 bool CreateChannel() {
     if (!s_channel.Create()) {
         const int error = errno;
@@ -136,8 +130,9 @@ bool CrashHandler::Initialize(int argc, char** argv, CrashCallback callback) {
     }
     const char* const program = platform::FileOfPath(argv[0]);
     const std::string variable = VariableOf(program);
-    if (const char* const pipeName = platform::GetTrustedVariable(variable)) {
-        RunDaemon(variable, pipeName, std::move(callback));
+    std::string pipeName;
+    if (platform::TakeVariable(variable, pipeName)) {
+        crashd_main(pipeName.c_str(), std::move(callback));
     }
     if (variable.find('=') != std::string::npos) {
         Log(s_log, 2, "[CrashHandler::Initialize] The program name '", program,

@@ -48,8 +48,10 @@ public:
     CrashChannelReader(const CrashChannelReader&) = delete;
     CrashChannelReader& operator=(const CrashChannelReader&) = delete;
 
-    // Opens the channel of that name, or whatever the path `name` leads to, and then waits until
-    // that has a writer. False if it can't be opened, which the system's error number tells.
+    // Opens the channel of that name, or whatever the path `name` leads to, which waits until that
+    // has a writer. With the channel the program sees its second copy as listening, and the copy
+    // goes on as a process of another number that is nobody's child. False if it can't be opened,
+    // which the system's error number tells.
     bool Open(const char* name) noexcept;
 
     // Waits for data and reads up to `size` bytes: how many, or 0 when the program has ended and

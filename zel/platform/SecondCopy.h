@@ -31,13 +31,9 @@ private:
     unsigned long m_process = 0;
 };
 
-// What the variable holds; null if it isn't set, or if this process has rights that whoever set
-// its environment may lack.
-const char* GetTrustedVariable(const std::string& variable) noexcept;
-
-// In the copy: removes the variable and parts from the process that has started this one, which
-// sees it as listening from then on. Ends the process if that is impossible.
-void BecomeDaemon(const std::string& variable) noexcept;
+// In the copy: takes the variable out of the environment. False if it isn't set, or if this
+// process has rights that whoever set its environment may lack.
+bool TakeVariable(const std::string& variable, std::string& value);
 
 // As long as one lives, the signals that ask a process politely to end, or tell it that its
 // terminal went, are ignored.

@@ -5,15 +5,23 @@
 #include <atomic>
 #include <backtrace.h>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <exception>
 #include <link.h>
+#include <string_view>
 #include <unistd.h>
+#include <unwind.h>
 
-// The linker leads the library's call of dl_iterate_phdr here.
+// The linker leads the library's calls of dl_iterate_phdr and backtrace_open here.
 extern "C" {
 int __real_dl_iterate_phdr(int (*take)(dl_phdr_info*, std::size_t, void*), void* argument);
 int __wrap_dl_iterate_phdr(int (*take)(dl_phdr_info*, std::size_t, void*), void* argument);
+int __real_backtrace_open(const char* file, backtrace_error_callback tell, void* data,
+                          int* isMissing);
+int __wrap_backtrace_open(const char* file, backtrace_error_callback tell, void* data,
+                          int* isMissing);
 }
 
 namespace zel::platform {
@@ -131,6 +139,24 @@ private:
 
 constinit CrashModules s_crashModules;
 
+const link_map* ModuleOf(void* address) {
+    dl_find_object object = {};
+    return _dl_find_object(address, &object) == 0 ? object.dlfo_link_map : nullptr;
+}
+
+template <class Function>
+bool Holds(const link_map& module, Function* function) {
+    return ModuleOf(reinterpret_cast<void*>(function)) == &module;
+}
+
+// Debug data of the language's runtime lies in files of its own, if it is installed at all. To read
+// it takes a tenth of a second, and the last thing that a crash has to tell is a line in there.
+bool IsRuntime(const link_map& module) {
+    return module.l_name[0] != '\0' &&
+           (Holds(module, std::abort) || Holds(module, std::terminate) ||
+            Holds(module, _Unwind_Backtrace));
+}
+
 }  // namespace
 
 const char* Symbolizer::GetName() noexcept {
@@ -154,18 +180,18 @@ void Symbolizer::Tell(const StackFrame& frame, StackTraceSink& sink) {
 }
 
 void Symbolizer::TellOfCrash(const StackFrame& frame, StackTraceSink& sink) {
-    dl_find_object object = {};
-    if (_dl_find_object(reinterpret_cast<void*>(frame.address), &object) != 0) {
+    const link_map* const module = ModuleOf(reinterpret_cast<void*>(frame.address));
+    if (module == nullptr) {
         sink.OnFrame(frame);
         return;
     }
-    backtrace_state* const state = s_crashModules.Find(object.dlfo_link_map);
+    backtrace_state* const state = s_crashModules.Find(module);
     if (state == nullptr) {
         sink.OnFailure(GetName(), static_cast<unsigned long>(errno), frame.address);
         sink.OnFrame(frame);
         return;
     }
-    s_onlyModule = object.dlfo_link_map;
+    s_onlyModule = module;
     Lookup(frame, sink).TellBy(state);
     s_onlyModule = nullptr;
 }
@@ -182,4 +208,17 @@ int __wrap_dl_iterate_phdr(int (*take)(dl_phdr_info*, std::size_t, void*), void*
     info.dlpi_name = "";
     info.dlpi_addr = module->l_addr;
     return take(&info, sizeof(info), argument);
+}
+
+int __wrap_backtrace_open(const char* file, backtrace_error_callback tell, void* data,
+                          int* isMissing) {
+    const link_map* const module = zel::platform::s_onlyModule.load();
+    if (module == nullptr || !std::string_view(file).starts_with("/usr/lib/debug/") ||
+        !zel::platform::IsRuntime(*module)) {
+        return __real_backtrace_open(file, tell, data, isMissing);
+    }
+    if (isMissing != nullptr) {
+        *isMissing = 1;
+    }
+    return -1;
 }

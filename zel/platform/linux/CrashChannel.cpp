@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <poll.h>
@@ -79,6 +80,15 @@ int OpenOwner(int reader) noexcept {
     return process;
 }
 
+// Whoever started this process waits for its end, and would have to wait for a daemon's too.
+bool HandOver() noexcept {
+    const pid_t daemon = fork();
+    if (daemon > 0) {
+        _exit(EXIT_SUCCESS);
+    }
+    return daemon == 0;
+}
+
 }  // namespace
 
 bool CrashChannel::Create() noexcept {
@@ -148,7 +158,7 @@ bool CrashChannelReader::Open(const char* name) noexcept {
     }
     m_reader = crashChannelPlace;
     m_program = OpenOwner(m_reader);
-    return true;
+    return HandOver();
 }
 
 std::size_t CrashChannelReader::Read(void* buffer, std::size_t size) noexcept {

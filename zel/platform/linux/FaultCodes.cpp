@@ -3,8 +3,6 @@
 #include "zel/platform/linux/FaultStackBounds.h"
 #include "zel/platform/linux/MachineContext.h"
 
-#include <algorithm>
-
 namespace zel::platform {
 
 namespace {
@@ -19,8 +17,10 @@ constexpr std::uint32_t noncontinuable = 0xC0000025;
 constexpr std::uint32_t privilegedInstruction = 0xC0000096;
 constexpr std::uint32_t stackOverflow = 0xC00000FD;
 
-// What a thread touches at once behind its stack's end: a frame may be large.
+// How far from its position a thread touches its stack.
 constexpr std::uintptr_t reach = 64 * 1024;
+// A position that lies further behind the end than any frame is large was not one.
+constexpr std::uintptr_t largestFrame = 16 * 1024 * 1024;
 constexpr std::uintptr_t page = 4096;
 
 bool IsAtStackEnd(const siginfo_t& signal, const ucontext_t& context) {
@@ -31,8 +31,9 @@ bool IsAtStackEnd(const siginfo_t& signal, const ucontext_t& context) {
     const std::uintptr_t position = GetStackPosition(context);
     const std::uintptr_t known = EndOfFaultingStack(context);
     const std::uintptr_t end = known == 0 ? position : known;
-    const std::uintptr_t lowest = std::min(position, end);
-    return address < end + page && lowest - std::min(lowest, reach) <= address;
+    const bool isBehindEnd = position < end && end - position < largestFrame;
+    const std::uintptr_t lowest = isBehindEnd ? position : end;
+    return lowest > reach && address >= lowest - reach && address < end + page;
 }
 
 std::uint32_t CodeOfArithmetic(int kind) {

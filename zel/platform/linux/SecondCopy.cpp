@@ -182,17 +182,14 @@ bool SecondCopy::WaitUntilListening(const CrashChannel& channel, int seconds) no
     return channel.HasReader();
 }
 
-const char* GetTrustedVariable(const std::string& variable) noexcept {
-    return HasForeignRights() ? nullptr : std::getenv(variable.c_str());
-}
-
-void BecomeDaemon(const std::string& variable) noexcept {
-    unsetenv(variable.c_str());
-    // Whoever started this process waits for its end, and the daemon is nobody's child.
-    const pid_t daemon = fork();
-    if (daemon != 0) {
-        _exit(daemon < 0 ? EXIT_FAILURE : EXIT_SUCCESS);
+bool TakeVariable(const std::string& variable, std::string& value) {
+    const char* const found = HasForeignRights() ? nullptr : std::getenv(variable.c_str());
+    if (found == nullptr) {
+        return false;
     }
+    value = found;
+    unsetenv(variable.c_str());
+    return true;
 }
 
 PoliteSignalsIgnored::PoliteSignalsIgnored() noexcept {
