@@ -58,7 +58,7 @@ void ZelStackWalker::OnCallstackEntry(CallstackEntryType type, CallstackEntry& e
                       platform::FileOfPath(Known(entry.sourceFile)), entry.lineNumber));
     unsigned used = m_ancillaryUsed + length + endSize;
     if (used > size) {
-        if (size - 1 - m_ancillaryUsed < endSize) {
+        if (m_ancillaryUsed + endSize > size - 1) {
             return;
         }
         used = size - 1;
