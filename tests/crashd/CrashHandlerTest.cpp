@@ -7,6 +7,8 @@
 #include <csignal>
 #include <filesystem>
 #include <regex>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace zel::crashtest {
 
@@ -20,7 +22,6 @@ constexpr bool isSanitized = false;
 constexpr std::chrono::seconds soon{2};
 #endif
 
-constexpr const char* head = "|     Program Crash Report     |";
 constexpr const char* firstLine = "crashd_main: Win32!\n";
 
 bool Contains(const std::string& text, const std::string& pattern) {
@@ -31,23 +32,22 @@ struct Row {
     const char* death;
     int signal;
     const char* reason;
-    const char* stack;  // what the first frames' text begins with
+    const char* stack;
 };
 
-// `Name` stands for a function of that name in a form with or without its scope.
 const Row deaths[] = {
-    {"null", SIGSEGV, "EXCEPTION_ACCESS_VIOLATION", "^0 crashd_tests [^ ]* [^ ]*DieByNull"},
-    {"overflow", SIGSEGV, "EXCEPTION_STACK_OVERFLOW", "^0 crashd_tests [^ ]* [^ ]*Recurse"},
-    {"divide", SIGFPE, "EXCEPTION_INT_DIVIDE_BY_ZERO", "^0 crashd_tests [^ ]* [^ ]*DieByDivision"},
-    {"bus", SIGBUS, "EXCEPTION_IN_PAGE_ERROR", "^0 crashd_tests [^ ]* [^ ]*DieByCutMapping"},
+    {"null", SIGSEGV, "EXCEPTION_ACCESS_VIOLATION", "0 crashd_tests [^ ]* [^ ]*DieByNull"},
+    {"overflow", SIGSEGV, "EXCEPTION_STACK_OVERFLOW", "0 crashd_tests [^ ]* [^ ]*Recurse"},
+    {"divide", SIGFPE, "EXCEPTION_INT_DIVIDE_BY_ZERO", "0 crashd_tests [^ ]* [^ ]*DieByDivision"},
+    {"bus", SIGBUS, "EXCEPTION_IN_PAGE_ERROR", "0 crashd_tests [^ ]* [^ ]*DieByCutMapping"},
     {"jump", SIGSEGV, "EXCEPTION_ACCESS_VIOLATION",
-     "^0 \\?\\?\\? 0x00001000 \\?\\?\\? \\(\\?\\?\\?:0\\) \n1 crashd_tests [^ ]* [^ ]*DieByJump"},
+     "0 \\?{3} 0x00001000 \\?{3} \\(\\?{3}:0\\) \n1 crashd_tests [^ ]* [^ ]*DieByJump"},
     {"smashed", SIGSEGV, "EXCEPTION_ACCESS_VIOLATION",
-     "^0 crashd_tests [^ ]* [^ ]*DieOnSmashedStack"},
-    {"abort", SIGABRT, "EXCEPTION_NONCONTINUABLE_EXCEPTION", "DieByAbort"},
-    {"throw", SIGABRT, "EXCEPTION_NONCONTINUABLE_EXCEPTION", "DieByThrow"},
-    {"pure", SIGABRT, "EXCEPTION_NONCONTINUABLE_EXCEPTION", "Unfinished"},
-    {"heap", SIGABRT, "EXCEPTION_NONCONTINUABLE_EXCEPTION", "DieByHeap"},
+     "0 crashd_tests [^ ]* [^ ]*DieOnSmashedStack"},
+    {"abort", SIGABRT, "EXCEPTION_NONCONTINUABLE_EXCEPTION", "0 libc[^]*DieByAbort"},
+    {"throw", SIGABRT, "EXCEPTION_NONCONTINUABLE_EXCEPTION", "0 libc[^]*DieByThrow"},
+    {"pure", SIGABRT, "EXCEPTION_NONCONTINUABLE_EXCEPTION", "0 libc[^]*Unfinished"},
+    {"heap", SIGABRT, "EXCEPTION_NONCONTINUABLE_EXCEPTION", "0 libc[^]*DieByHeap"},
 };
 
 // The sanitizers find some first, a thread that has no stack to report on dies without a word when
@@ -62,22 +62,19 @@ void ExpectReport(const Row& row, const std::string& place) {
     const std::string death = row.death;
     const Outcome outcome = Child(death, place).Finish();
     EXPECT_TRUE(outcome.EndedBy(row.signal)) << outcome.status;
-    EXPECT_EQ(outcome.Count(head), 1U) << outcome.errors;
-    EXPECT_EQ(outcome.Count("allocation"), 0U);
-    EXPECT_EQ(outcome.Line("Exception Caught: "), "(" + std::to_string(row.signal) + ") ");
+    EXPECT_EQ(outcome.CountReports(), 1U) << outcome.errors;
+    EXPECT_FALSE(Contains(outcome.errors, "allocation"));
+    EXPECT_EQ(outcome.Line("Exception Caught: "), "(" + std::to_string(row.signal) + ")  ");
     EXPECT_EQ(outcome.Line("Reason: "), row.reason);
-    EXPECT_EQ(outcome.Count("  what():  nobody catches this\n"), death == "throw" ? 1U : 0U);
+    EXPECT_EQ(Contains(outcome.errors, "  what\\(\\):  nobody catches this\n"), death == "throw");
     EXPECT_LT(outcome.afterlife, soon);
-
-    const std::string heading = "Ancillary data:\n";
-    const std::size_t stack = outcome.errors.find(heading);
-    ASSERT_NE(stack, std::string::npos);
-    const std::string frames = outcome.errors.substr(stack + heading.size());
-    EXPECT_TRUE(Contains(frames, row.stack)) << frames;
-    EXPECT_EQ(frames.substr(frames.find("0x") + 2, 8), outcome.Line("Fault Address: "));
-    EXPECT_EQ(frames.find("Filter"), std::string::npos);
+    EXPECT_TRUE(Contains(outcome.errors, std::string("Ancillary data:\n") + row.stack))
+        << outcome.errors;
+    EXPECT_TRUE(Contains(outcome.errors, "\n0 [^ ]* 0x" + outcome.Line("Fault Address: ")));
+    EXPECT_FALSE(Contains(outcome.errors, "\n[0-9]+ .*Filter"));
     if (place == "plugin" && death != "smashed" && death != "overflow") {
-        EXPECT_TRUE(Contains(frames, "crash_plugin[^ ]* 0x[^ ]* CallFromPlugin")) << frames;
+        EXPECT_TRUE(Contains(outcome.errors, "crash_plugin[^ ]* 0x[^ ]* CallFromPlugin"))
+            << outcome.errors;
     }
 }
 
@@ -133,28 +130,23 @@ TEST(CrashHandlerTest, TellsTheKindOfEachSignal) {
 
 TEST(CrashHandlerTest, ManyThreadsThatCrashAtOnceLeaveOneReport) {
     for (const char* const death : {"threads:2", "threads:20", "threads:100"}) {
-        for (int round = 0; round < 3; ++round) {
-            const Outcome outcome = Child(death, "main").Finish();
-            EXPECT_TRUE(outcome.EndedBy(SIGSEGV)) << outcome.status;
-            EXPECT_EQ(outcome.Count(head), 1U) << outcome.errors;
-            EXPECT_TRUE(Contains(outcome.errors, "\n0 crashd_tests [^ ]* [^ ]*DieByNull"));
-        }
+        const Outcome outcome = Child(death, "main").Finish();
+        EXPECT_TRUE(outcome.EndedBy(SIGSEGV)) << outcome.status;
+        EXPECT_EQ(outcome.CountReports(), 1U) << outcome.errors;
+        EXPECT_TRUE(Contains(outcome.errors, "\n0 crashd_tests [^ ]* [^ ]*DieByNull"));
     }
 }
 
 TEST(CrashHandlerTest, AnyOtherEndTakesTheDaemonAlongWithoutAWord) {
-    for (const char* const end : {"return", "exit", "quick", "exec", "worker"}) {
+    for (const char* const end : {"return", "quick", "exec", "worker", "children", "wait"}) {
         SCOPED_TRACE(end);
-        const Outcome outcome = Child(end, "main").Finish();
-        EXPECT_TRUE(WIFEXITED(outcome.status));
-        EXPECT_EQ(outcome.errors, firstLine);
-        EXPECT_LT(outcome.afterlife, soon / 2);
-    }
-    for (int round = 0; round < 20; ++round) {
-        Child child("wait", "main");
-        child.WaitFor("ready\n");
-        kill(child.GetProcess(), SIGKILL);
+        Child child(end, "main");
+        if (end == std::string("wait")) {
+            child.WaitUntilReady();
+            child.Kill(SIGKILL);
+        }
         const Outcome outcome = child.Finish();
+        EXPECT_EQ(outcome.status, end == std::string("wait") ? SIGKILL : 0);
         EXPECT_EQ(outcome.errors, firstLine);
         EXPECT_LT(outcome.afterlife, soon / 2);
     }
@@ -164,26 +156,28 @@ TEST(CrashHandlerTest, HoldsUpUnderTroubles) {
     const struct {
         const char* trouble;
         const char* death;
-        int signal;
         std::size_t reports;
-        const char* errors;  // a pattern
+        const char* errors;  // a pattern, as the next
         const char* output;
     } rows[] = {
-        {"callback", "null", SIGSEGV, 0,
-         "^crashd_main: Win32!\ncallback: crashd_tests died by signal 11\n$", "set up\n"},
-        {"handler before", "null", SIGSEGV, 1, "", "before\n$"},
-        {"twice", "null", SIGSEGV, 1, "",
-         "3 CrashHandler \\[CrashHandler::Initialize\\] crash handling seems to be initialized "
-         "\\(keeping current state\\)\\.\nset up\n"},
-        {"no streams", "null", SIGSEGV, 0, "^$", "^$"},
-        {"child signal ignored", "null", SIGSEGV, 1, "", "\nset up\n"},
-        {"blocked signals", "null", SIGSEGV, 1, "", "\nset up\n"},
-        {"no descriptors", "null", SIGSEGV, 1, "Asserts: 0x[0-9A-F]{8}:[a-z_]+:24;|DieByNull", ""},
-        {"no memory", "null", SIGSEGV, 1, "\n0 crashd_tests 0x", ""},
-        {"copy ends", "null", SIGSEGV, 0, "^Error writing crash data into PIPE!\n$",
-         "2 CrashHandler \\[CrashHandler::Initialize\\] (crash daemon never connected to the PIPE! "
-         "Crash handling disabled|Crash daemon didn't start running)"},
-        {"", "children", 0, 0, "^crashd_main: Win32!\n$", "set up\n"},
+        {"", "null", 1, "",
+         "^4 \\[CrashHandler::Initialize\\] Successfully started crash daemon: PID=[0-9]+: waiting "
+         "for pipe connection\\.\\.\\.\n"
+         "4 \\[CrashHandler::Initialize\\] Successfully initialized crash handling\\.\n"
+         "set up\n$"},
+        {"callback", "null", 0, "^crashd_main: Win32!\ncallback: crashd_tests died by signal 11\n$",
+         ""},
+        {"handler before", "null", 1, "", "set up\nbefore\n$"},
+        {"twice", "null", 1, "",
+         "3 \\[CrashHandler::Initialize\\] crash handling seems to be initialized \\(keeping "
+         "current state\\)\\.\nset up\n"},
+        {"", "fork", 0, "^crashd_main: Win32!\n$", ""},
+        {"no streams", "null", 0, "^$", "^$"},
+        {"no descriptors", "null", 1, "\n0 crashd_tests 0x", ""},
+        {"no memory", "null", 1, "\n0 crashd_tests 0x", ""},
+        {"copy ends", "null", 0, "^Error writing crash data into PIPE!\n$",
+         "2 \\[CrashHandler::Initialize\\] (crash daemon never connected to the PIPE! Crash "
+         "handling disabled\\.|Crash daemon didn't start running!)\n"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.trouble);
@@ -191,71 +185,51 @@ TEST(CrashHandlerTest, HoldsUpUnderTroubles) {
             continue;  // the sanitizers' own needs come first
         }
         const Outcome outcome = Child(row.death, "main", row.trouble).Finish();
-        EXPECT_TRUE(row.signal == 0 ? outcome.ExitedWith(0) : outcome.EndedBy(row.signal));
-        EXPECT_EQ(outcome.Count(head), row.reports) << outcome.errors;
+        EXPECT_TRUE(outcome.EndedBy(SIGSEGV)) << outcome.status;
+        EXPECT_EQ(outcome.CountReports(), row.reports) << outcome.errors;
         EXPECT_TRUE(Contains(outcome.errors, row.errors)) << outcome.errors;
         EXPECT_TRUE(Contains(outcome.output, row.output)) << outcome.output;
     }
 }
 
-TEST(CrashHandlerTest, LogsItsProgress) {
-    const Outcome outcome = Child("return", "main").Finish();
-    EXPECT_TRUE(Contains(outcome.output,
-                         "^4 CrashHandler \\[CrashHandler::Initialize\\] Successfully started "
-                         "crash daemon: PID=[0-9]+: waiting for pipe connection\\.\\.\\.\n"
-                         "4 CrashHandler \\[CrashHandler::Initialize\\] Successfully initialized "
-                         "crash handling\\.\nset up\n$"))
-        << outcome.output;
-}
-
-TEST(CrashHandlerTest, AForkOfTheProgramDiesByItselfAlone) {
-    const Outcome outcome = Child("fork", "main").Finish();
-    EXPECT_TRUE(outcome.ExitedWith(SIGSEGV));
-    EXPECT_EQ(outcome.errors, firstLine);
-}
-
 TEST(CrashHandlerTest, TheDaemonHasOnlyItsOwnAndHeedsNoPoliteSignal) {
     Child child("wait", "main");
-    child.WaitFor("ready\n");
-    std::vector<pid_t> orphans = Child::GetOrphans();
-    std::erase(orphans, child.GetProcess());
-    ASSERT_EQ(orphans.size(), 1U);
-    const std::string folder = "/proc/" + std::to_string(orphans[0]);
-    std::size_t descriptors = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(folder + "/fd")) {
-        ++descriptors;
-        const std::string target = std::filesystem::read_symlink(entry.path());
-        EXPECT_TRUE(Contains(target, "^/dev/null$|^pipe:|^anon_inode:\\[pidfd\\]$")) << target;
+    child.WaitUntilReady();
+    const pid_t daemon = child.FindDaemon();
+    std::string descriptors;
+    const std::string folder = "/proc/" + std::to_string(daemon) + "/fd/";
+    for (const char* const entry : {"0", "1", "2", "3", "4", "5"}) {
+        std::error_code missing;
+        descriptors += std::filesystem::read_symlink(folder + entry, missing).string() + ' ';
     }
-    EXPECT_EQ(descriptors, 5U);
-    EXPECT_NE(getsid(orphans[0]), getsid(0));
+    EXPECT_TRUE(Contains(descriptors, "^(/dev/null ){2}(pipe:\\S+ ){2}\\S*pidfd\\S*  $"))
+        << descriptors;
+    EXPECT_NE(getsid(daemon), getsid(0));
     for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
-        kill(orphans[0], signal);
+        kill(daemon, signal);
     }
-    kill(child.GetProcess(), SIGSEGV);
+    child.Kill(SIGSEGV);
     const Outcome outcome = child.Finish();
     EXPECT_TRUE(outcome.EndedBy(SIGSEGV));
-    EXPECT_EQ(outcome.Count(head), 1U) << outcome.errors;
+    EXPECT_EQ(outcome.CountReports(), 1U) << outcome.errors;
 }
 
 TEST(CrashHandlerTest, AKilledDaemonCostsTheProgramNothing) {
-    Child child("wait", "main", "no pipe signal");
-    child.WaitFor("ready\n");
-    std::vector<pid_t> orphans = Child::GetOrphans();
-    std::erase(orphans, child.GetProcess());
-    ASSERT_EQ(orphans.size(), 1U);
-    kill(orphans[0], SIGKILL);
-    waitpid(orphans[0], nullptr, 0);
-    kill(child.GetProcess(), SIGABRT);
+    Child child("wait", "main");
+    child.WaitUntilReady();
+    const pid_t daemon = child.FindDaemon();
+    kill(daemon, SIGKILL);
+    waitpid(daemon, nullptr, 0);
+    child.Kill(SIGABRT);
     const Outcome outcome = child.Finish();
     EXPECT_TRUE(outcome.EndedBy(SIGABRT));
     EXPECT_EQ(outcome.errors, firstLine + std::string("Error writing crash data into PIPE!\n"));
 }
 
 TEST(CrashHandlerTest, RefusesWhatItCannotUse) {
-    EXPECT_FALSE(CrashHandler::Initialize(0, nullptr, nullptr));
     char name[] = "a=b";
     char* arguments[] = {name, nullptr};
+    EXPECT_FALSE(CrashHandler::Initialize(0, arguments, nullptr));
     EXPECT_FALSE(CrashHandler::Initialize(1, arguments, nullptr));
     EXPECT_EQ(CrashHandlerCustomExceptionFilter(nullptr), 0);
 }

@@ -125,8 +125,6 @@ TEST(ZelStackWalkerTest, KeepsNothingWithoutARecord) {
     StackWalker::CallstackEntry entry = MakeEntry("main");
     walker.OnCallstackEntry(StackWalker::FirstEntry, entry);
     walker.OnDbgHelpErr("SymInit", 5, 1);
-    EXPECT_TRUE(walker.LoadModules());
-    EXPECT_EQ(walker.GetThreadId(), 7U);
 }
 
 TEST(CrashHandlerTest, NamesCodes) {

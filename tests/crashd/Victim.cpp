@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
-#include <functional>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -34,7 +33,7 @@
 
 namespace zel::crashtest {
 
-std::atomic<bool> s_isAllocationFault{false};
+thread_local bool t_isAllocationFault = false;
 
 namespace {
 
@@ -50,13 +49,13 @@ int* Nowhere() {
 }  // namespace
 
 ZEL_DEATH void DieByNull() {
-    s_isAllocationFault = true;
+    t_isAllocationFault = true;
     *static_cast<volatile int*>(Nowhere()) = 1;
     s_something = 1;
 }
 
 ZEL_DEATH void DieByAbort() {
-    s_isAllocationFault = true;
+    t_isAllocationFault = true;
     std::abort();
 }
 
@@ -67,7 +66,7 @@ ZEL_DEATH int Recurse(int depth) {
 }
 
 ZEL_DEATH void DieByOverflow() {
-    s_isAllocationFault = true;
+    t_isAllocationFault = true;
     s_something = Recurse(0);
 }
 
@@ -76,12 +75,12 @@ ZEL_DEATH void DieByThrow() {
 }
 
 ZEL_DEATH void DieByDivision() {
-    s_isAllocationFault = true;
+    t_isAllocationFault = true;
     s_something = 100 / s_zero;
 }
 
 ZEL_DEATH void DieByJump() {
-    s_isAllocationFault = true;
+    t_isAllocationFault = true;
     reinterpret_cast<void (*)()>(s_nowhere + 4096)();
     s_something = 1;
 }
@@ -89,7 +88,7 @@ ZEL_DEATH void DieByJump() {
 ZEL_DEATH void DieByCutMapping() {
     std::FILE* const file = std::tmpfile();
     void* const memory = mmap(nullptr, 4096, PROT_READ, MAP_SHARED, fileno(file), 0);
-    s_isAllocationFault = true;
+    t_isAllocationFault = true;
     s_something = *static_cast<volatile char*>(memory);
 }
 
@@ -124,7 +123,7 @@ ZEL_DEATH void DieByHeap() {
 
 #if defined(__x86_64__)
 ZEL_DEATH void DieOnSmashedStack() {
-    s_isAllocationFault = true;
+    t_isAllocationFault = true;
     asm volatile("mov $64, %rsp; mov $64, %rbp; movl $1, 0");
 }
 #else
@@ -153,20 +152,16 @@ const std::map<std::string, Death> s_deaths = {
     std::abort();
 }
 
-void WaitForStart(std::atomic<int>& missing) {
-    --missing;
-    while (missing > 0) {
-        std::this_thread::yield();
-    }
-}
-
 // "threads:COUNT" die all at once.
-void DieOnThreads(int count) {
+void DieOnThreads(const std::string& description) {
+    const int count = std::stoi(description.substr(description.find(':') + 1));
     std::atomic<int> missing{count};
     std::vector<std::thread> threads;
     for (int i = 0; i < count; ++i) {
         threads.emplace_back([&missing] {
-            WaitForStart(missing);
+            for (--missing; missing > 0;) {
+                std::this_thread::yield();
+            }
             DieByNull();
         });
     }
@@ -190,30 +185,33 @@ void LeaveWorkerBehind() {
     _exit(0);
 }
 
+// Dies as its fork has died.
 void CrashInFork() {
-    const pid_t child = fork();
-    if (child == 0) {
-        DieByNull();
-    }
     int status = 0;
-    waitpid(child, &status, 0);
-    _exit(WIFSIGNALED(status) ? WTERMSIG(status) : 0);
+    if (const pid_t child = fork(); child != 0) {
+        waitpid(child, &status, 0);
+        std::signal(WTERMSIG(status), SIG_DFL);
+        std::raise(WTERMSIG(status));
+    }
+    DieByNull();
 }
 
 void WaitForChildren() {
     _exit(wait(nullptr) < 0 ? 0 : 1);
 }
 
+void BecomeAnotherProgram() {
+    execl("/bin/true", "true", nullptr);
+}
+
 const std::map<std::string, Death> s_ends = {
     {"return", [] {}},
-    {"exit", [] { std::exit(3); }},
-    {"quick", [] { _exit(3); }},
-    {"exec", [] { execl("/bin/true", "true", nullptr); }},
+    {"quick", [] { _exit(0); }},
+    {"exec", BecomeAnotherProgram},
     {"wait", TellReadyAndWait},
     {"worker", LeaveWorkerBehind},
     {"fork", CrashInFork},
     {"children", WaitForChildren},
-    {"again", [] { DieByNull(); }},
 };
 
 // ---- places ------------------------------------------------------------------------------------
@@ -273,48 +271,38 @@ const std::map<std::string, void (*)(Death)> s_places = {
 
 // ---- troubles ----------------------------------------------------------------------------------
 
-void Limit(int resource, rlim_t value) {
+void Limit(__rlimit_resource resource, rlim_t value) {
     const rlimit limit = {value, value};
-    setrlimit(static_cast<decltype(RLIMIT_AS)>(resource), &limit);
+    setrlimit(resource, &limit);
 }
 
-void TellLastWord(int) {
+void TellSignal(int) {
     static_cast<void>(write(STDOUT_FILENO, "before\n", 7));
 }
 
-const std::map<std::string, void (*)()> s_troubles = {
-    {"", [] {}},
-    {"no descriptors", [] { Limit(RLIMIT_NOFILE, 0); }},
-    {"no memory", [] { Limit(RLIMIT_AS, 1); }},
-    {"no pipe signal", [] { std::signal(SIGPIPE, SIG_DFL); }},
-};
+// Ahead of Initialize, in the copy as well.
+void MakeTrouble(const std::string& trouble) {
+    if (trouble == "handler before") {
+        std::signal(SIGSEGV, TellSignal);
+    } else if (trouble == "no streams") {
+        close(0), close(1), close(2);
+    } else if (trouble == "copy ends" &&
+               std::getenv("crashd_tests_SHOULD_START_DAEMON_") != nullptr) {
+        _exit(0);
+    }
+}
 
-// Ahead of Initialize.
-const std::map<std::string, void (*)()> s_earlyTroubles = {
-    {"handler before", [] { std::signal(SIGSEGV, TellLastWord); }},
-    {"no streams", [] { close(0), close(1), close(2); }},
-    {"child signal ignored", [] { std::signal(SIGCHLD, SIG_IGN); }},
-    {"blocked signals",
-     [] {
-         sigset_t polite;
-         sigemptyset(&polite);
-         sigaddset(&polite, SIGALRM);
-         sigaddset(&polite, SIGTERM);
-         sigprocmask(SIG_BLOCK, &polite, nullptr);
-     }},
-    {"copy ends",
-     [] {
-         if (std::getenv("crashd_tests_SHOULD_START_DAEMON_") != nullptr) {
-             _exit(0);
-         }
-     }},
-};
+void MakeLateTrouble(const std::string& trouble) {
+    if (trouble == "no descriptors") {
+        Limit(RLIMIT_NOFILE, 0);
+    } else if (trouble == "no memory") {
+        Limit(RLIMIT_AS, 1);
+    }
+}
 
-// "4 area text" on standard output.
 class PrintingLogSink : public LogSink {
     void Write(const LogRecord& record) override {
-        std::printf("%d %s %s\n", record.level, std::string(record.area).c_str(),
-                    std::string(record.text).c_str());
+        std::printf("%d %s\n", record.level, std::string(record.text).c_str());
     }
 };
 
@@ -333,32 +321,28 @@ CrashCallback MakeCallback() {
     });
 }
 
+bool SetUp(int argc, char** argv, const std::string& trouble) {
+    const bool isSetUp =
+        CrashHandler::Initialize(argc, argv, trouble == "callback" ? MakeCallback() : nullptr);
+    return trouble == "twice" ? CrashHandler::Initialize(argc, argv, nullptr) : isSetUp;
+}
+
 }  // namespace
 
 int RunVictim(int argc, char** argv) {
     const std::string death = argv[2];
-    const std::string place = argv[3];
     const std::string trouble = argv[4];
     LogToOutput();
-    if (s_earlyTroubles.contains(trouble)) {
-        s_earlyTroubles.at(trouble)();
-    }
-    bool isSetUp =
-        CrashHandler::Initialize(argc, argv, trouble == "callback" ? MakeCallback() : nullptr);
-    if (trouble == "twice") {
-        isSetUp = CrashHandler::Initialize(argc, argv, nullptr);
-    }
-    std::printf("%s\n", isSetUp ? "set up" : "not set up");
+    MakeTrouble(trouble);
+    std::puts(SetUp(argc, argv, trouble) ? "set up" : "not set up");
     std::fflush(stdout);
-    if (s_troubles.contains(trouble)) {
-        s_troubles.at(trouble)();
-    }
+    MakeLateTrouble(trouble);
     if (death.starts_with("signal:")) {
         DieBySignal(death);
     } else if (death.starts_with("threads:")) {
-        DieOnThreads(std::stoi(death.substr(death.find(':') + 1)));
+        DieOnThreads(death);
     } else {
-        s_places.at(place)(s_deaths.contains(death) ? s_deaths.at(death) : s_ends.at(death));
+        s_places.at(argv[3])(s_deaths.contains(death) ? s_deaths.at(death) : s_ends.at(death));
     }
     return 0;
 }
@@ -374,7 +358,7 @@ void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* block, std::size_t size);
 
 static void TellAllocation() {
-    if (zel::crashtest::s_isAllocationFault) {
+    if (zel::crashtest::t_isAllocationFault) {
         static_cast<void>(write(STDERR_FILENO, "allocation\n", 11));
     }
 }

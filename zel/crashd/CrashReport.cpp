@@ -38,7 +38,7 @@ std::string HeadText(const zel_crash_msg_s& record) {
         "Program Name: %s\n"
         "Process ID: %u\n"
         "Thread ID: %u\n"
-        "Exception Caught: (%d) \n"
+        "Exception Caught: (%d)  \n"
         "Reason: %s\n"
         "Fault Address: %08X\n"
         "Signal Error: %s\n"

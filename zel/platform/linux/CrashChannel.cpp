@@ -121,7 +121,9 @@ void CrashChannel::CloseReader() noexcept {
 
 bool CrashChannel::HasReader() const noexcept {
     pollfd writer = {m_writer, 0, 0};
-    return IsOpen() && poll(&writer, 1, 0) >= 0 && (writer.revents & POLLERR) == 0;
+    while (poll(&writer, 1, 0) < 0 && errno == EINTR) {
+    }
+    return IsOpen() && (writer.revents & (POLLERR | POLLNVAL)) == 0;
 }
 
 bool CrashChannel::Send(const void* data, std::size_t size) const noexcept {
