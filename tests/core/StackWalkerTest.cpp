@@ -75,7 +75,7 @@ __attribute__((no_sanitize("undefined"))) ZEL_VISIBLE int CallNowhere(std::uintp
     return nowhere() + 1;
 }
 
-// Prints a fault's entries, in the form that the linker knows, and ends the process.
+// Prints a fault's entries and ends the process.
 class FaultPrinter : public StackWalker {
 public:
     static void ExitOn(int (*cause)(std::uintptr_t), std::uintptr_t argument) {
@@ -90,7 +90,9 @@ public:
 
 private:
     void OnCallstackEntry(CallstackEntryType type, CallstackEntry& entry) override {
-        std::fprintf(stderr, "<%d %s%s>", type, entry.undecoratedName, entry.symbolName);
+        const bool isReadable = entry.undecoratedName[0] != '\0';
+        std::fprintf(stderr, "<%d %s>", type,
+                     isReadable ? entry.undecoratedName : entry.symbolName);
     }
 };
 
@@ -140,16 +142,16 @@ TEST(StackWalkerTest, RefusesAnotherProcess) {
     EXPECT_TRUE(other.types.empty());
 }
 
-TEST(StackWalkerDeathTest, BeginsAtTheFaultAndLeavesNamesAsTheyAre) {
+TEST(StackWalkerDeathTest, BeginsAtTheFault) {
     const struct {
         const char* description;
         int (*cause)(std::uintptr_t);
         std::uintptr_t argument;
         const char* expected;
     } faults[] = {
-        {"a bad address", CallFaulting, 16, "^<0 _Z[^ ]*FaultHere[^ ]*><1 _Z[^ ]*CallFaulting"},
-        {"a call of null", CallNowhere, 0, "^<0 ><1 _Z[^ ]*CallNowhere"},
-        {"a call of a wild pointer", CallNowhere, 4096, "^<0 ><1 _Z[^ ]*CallNowhere"},
+        {"a bad address", CallFaulting, 16, "^<0 [^ ]*FaultHere[^ ]*><1 [^ ]*CallFaulting"},
+        {"a call of null", CallNowhere, 0, "^<0 ><1 [^ ]*CallNowhere"},
+        {"a call of a wild pointer", CallNowhere, 4096, "^<0 ><1 [^ ]*CallNowhere"},
     };
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     for (const auto& fault : faults) {

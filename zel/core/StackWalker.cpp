@@ -75,8 +75,8 @@ private:
     void Undecorate(const char* function) {
         char(&full)[1024] = m_entry.fullyUndecoratedName;
         full[0] = m_entry.undecoratedName[0] = '\0';
-        if (m_mayAllocate && function != nullptr &&
-            platform::UndecorateName(function, full, sizeof(full))) {
+        if (function != nullptr &&
+            platform::UndecorateName(function, m_mayAllocate, full, sizeof(full))) {
             CopyText(m_entry.undecoratedName, full);
             m_entry.undecoratedName[FindParameters(full)] = '\0';
         }
@@ -90,10 +90,16 @@ private:
 
 StackWalker::StackWalker(unsigned long processId, void*) : m_processId(processId) {}
 
+StackWalker::StackWalker(unsigned long processId, void*, OfCrash)
+    : m_processId(processId), m_isOfCrash(true) {}
+
 StackWalker::~StackWalker() = default;
 
 bool StackWalker::LoadModules() {
-    if (!m_isReady) {
+    if (!m_isReady && m_isOfCrash) {
+        m_isReady = platform::PrepareCrashTrace(m_processId);
+    }
+    if (!m_isReady && !m_isOfCrash) {
         OnSymInit(platform::StackTraceService());
         Reporter reporter(*this, false);
         m_isReady = platform::PrepareStackTrace(m_processId, reporter);
@@ -106,7 +112,7 @@ bool StackWalker::ShowCallstack(void*, const void* context, void*, void*) {
         return false;
     }
     Reporter reporter(*this, context == nullptr);
-    const bool isAnyKnown = platform::WalkStack(context, reporter);
+    const bool isAnyKnown = platform::WalkStack(context, m_isOfCrash, reporter);
     reporter.Close();
     return isAnyKnown;
 }

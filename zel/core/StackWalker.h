@@ -18,9 +18,11 @@ namespace zel {
 // isn't known: without debug data there are no lines, without a symbol table no names.
 //
 // A crash handler walks from the machine context of the fault. Such a walk allocates nothing and
-// waits for no lock but the loader's, which the crashed thread may hold itself; names stay in the
-// form that the linker knows, as the readable form needs memory. It fits a stack of 32 KiB. When
-// the stack is so damaged that following it faults, the first frames have been told already.
+// waits for no lock but the loader's, which the crashed thread may hold itself; a walker that is
+// made OfCrash does without that one too. Where the readable form of a name can't be had without
+// memory, it stays empty. The walk fits a stack of 64 KiB, unless it comes to names of hundreds of
+// characters. When the stack is so damaged that following it faults, the first frames have been
+// told already.
 //
 // Different objects may be used at once. What overridden operations throw must not leave them.
 class ZEL_CORE_API StackWalker {
@@ -69,6 +71,11 @@ public:
                        void* = nullptr);
 
 protected:
+    // For the last walk of a process that crashes, on one thread: LoadModules tells no modules and
+    // no service, and what was loaded later is found as well.
+    struct OfCrash {};
+    StackWalker(unsigned long processId, void* process, OfCrash);
+
     // LoadModules tells the service that looks up names. Does nothing here.
     virtual void OnSymInit(const char* service);
 
@@ -91,6 +98,7 @@ private:
     class Reporter;
 
     unsigned long m_processId = 0;
+    bool m_isOfCrash = false;
     bool m_isReady = false;
 };
 

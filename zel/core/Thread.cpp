@@ -2,6 +2,7 @@
 
 #include "zel/core/Logger.h"
 #include "zel/foundation/CriticalSectionLock.h"
+#include "zel/platform/FaultStack.h"
 #include "zel/platform/ThreadInfo.h"
 
 #include <chrono>
@@ -101,6 +102,7 @@ void Thread::BePunctual() noexcept {
 }
 
 void Thread::RunGuarded() noexcept {
+    const platform::FaultStack faultStack;
     platform::SetCurrentThreadName(m_name);
     try {
         Run();

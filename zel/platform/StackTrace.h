@@ -5,8 +5,8 @@
 
 namespace zel::platform {
 
-// Walking the calling thread's stack. A new system must offer these four. All but UndecorateName
-// serve a thread that has crashed: they allocate nothing and take no lock that such a thread could
+// Walking the calling thread's stack. A new system must offer these. All serve a thread that has
+// crashed, as far as each says so: they allocate nothing and take no lock that such a thread could
 // be kept from.
 
 // A function on the stack. Texts are null where nothing is known, and good for the time of the call
@@ -41,12 +41,17 @@ const char* StackTraceService() noexcept;
 // neither 0 nor this process, or the system refuses.
 bool PrepareStackTrace(unsigned long processId, StackTraceSink& sink);
 
+// The same for the end of a crash, without a word of modules, and so without the lock on them.
+bool PrepareCrashTrace(unsigned long processId) noexcept;
+
 // Tells the frames from the function on that called the caller of this one, or from the one on that
-// `context`, the machine context of a fault in this thread, belongs to. False if there is none.
-bool WalkStack(const void* context, StackTraceSink& sink);
+// `context`, the machine context of a fault in this thread, belongs to. At the end of a crash each
+// module is looked into when the walk comes to it, whenever it was loaded, and one thread of the
+// process walks. False if there is no frame.
+bool WalkStack(const void* context, bool isOfCrash, StackTraceSink& sink);
 
 // The readable form of a function's name, cut to what fits; false, and an empty text, for a name
-// that has no other form. Allocates.
-bool UndecorateName(const char* name, char* buffer, std::size_t size);
+// that has no other form, or where that takes memory which may not be asked for.
+bool UndecorateName(const char* name, bool mayAllocate, char* buffer, std::size_t size);
 
 }  // namespace zel::platform

@@ -1,8 +1,28 @@
 #include "zel/platform/linux/Symbolizer.h"
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <backtrace.h>
+#include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
+#include <exception>
+#include <link.h>
+#include <string_view>
+#include <unistd.h>
+#include <unwind.h>
+
+// The linker leads the library's calls of dl_iterate_phdr and backtrace_open here.
+extern "C" {
+int __real_dl_iterate_phdr(int (*take)(dl_phdr_info*, std::size_t, void*), void* argument);
+int __wrap_dl_iterate_phdr(int (*take)(dl_phdr_info*, std::size_t, void*), void* argument);
+int __real_backtrace_open(const char* file, backtrace_error_callback tell, void* data,
+                          int* isMissing);
+int __wrap_backtrace_open(const char* file, backtrace_error_callback tell, void* data,
+                          int* isMissing);
+}
 
 namespace zel::platform {
 
@@ -21,8 +41,7 @@ class Lookup {
 public:
     Lookup(const StackFrame& frame, StackTraceSink& sink) : m_frame(frame), m_sink(sink) {}
 
-    void Tell() {
-        backtrace_state* const state = s_state.load(std::memory_order_acquire);
+    void TellBy(backtrace_state* state) {
         const auto address = static_cast<std::uintptr_t>(m_frame.address);
         m_service = "backtrace_pcinfo";
         backtrace_pcinfo(state, address, CountFunction, OnError, this);
@@ -81,6 +100,63 @@ private:
     std::size_t m_functions = 0;
 };
 
+// The one module that the library sees meanwhile; null: all that are loaded. Left to itself it
+// reads them all at the first look-up, and asks for them under the loader's lock.
+constinit std::atomic<const link_map*> s_onlyModule{nullptr};
+
+// The modules that the last walk of a crash has come to, each in a state of its own.
+class CrashModules {
+public:
+    // Null if nothing can be read, with the system's error number.
+    backtrace_state* Find(const link_map* module) {
+        const auto end = m_modules.begin() + static_cast<std::ptrdiff_t>(m_count);
+        const auto found = std::find_if(m_modules.begin(), end, [module](const Module& known) {
+            return known.module == module;
+        });
+        return found != end ? found->state : Add(module);
+    }
+
+private:
+    struct Module {
+        const link_map* module;
+        backtrace_state* state;
+    };
+
+    backtrace_state* Add(const link_map* module) {
+        const char* const file = module->l_name[0] == '\0' ? "/proc/self/exe" : module->l_name;
+        // For a file that has gone the library would take the program's.
+        if (m_count == m_modules.size() || access(file, R_OK) != 0) {
+            return nullptr;
+        }
+        backtrace_state* const state = backtrace_create_state(file, threaded, IgnoreError, nullptr);
+        m_modules[m_count++] = {module, state};
+        return state;
+    }
+
+    std::array<Module, 64> m_modules = {};
+    std::size_t m_count = 0;
+};
+
+constinit CrashModules s_crashModules;
+
+const link_map* ModuleOf(void* address) {
+    dl_find_object object = {};
+    return _dl_find_object(address, &object) == 0 ? object.dlfo_link_map : nullptr;
+}
+
+template <class Function>
+bool Holds(const link_map& module, Function* function) {
+    return ModuleOf(reinterpret_cast<void*>(function)) == &module;
+}
+
+// Debug data of the language's runtime lies in files of its own, if it is installed at all. To read
+// it takes a tenth of a second, and the last thing that a crash has to tell is a line in there.
+bool IsRuntime(const link_map& module) {
+    return module.l_name[0] != '\0' &&
+           (Holds(module, std::abort) || Holds(module, std::terminate) ||
+            Holds(module, _Unwind_Backtrace));
+}
+
 }  // namespace
 
 const char* Symbolizer::GetName() noexcept {
@@ -100,7 +176,49 @@ bool Symbolizer::Prepare() noexcept {
 }
 
 void Symbolizer::Tell(const StackFrame& frame, StackTraceSink& sink) {
-    Lookup(frame, sink).Tell();
+    Lookup(frame, sink).TellBy(s_state.load(std::memory_order_acquire));
+}
+
+void Symbolizer::TellOfCrash(const StackFrame& frame, StackTraceSink& sink) {
+    const link_map* const module = ModuleOf(reinterpret_cast<void*>(frame.address));
+    if (module == nullptr) {
+        sink.OnFrame(frame);
+        return;
+    }
+    backtrace_state* const state = s_crashModules.Find(module);
+    if (state == nullptr) {
+        sink.OnFailure(GetName(), static_cast<unsigned long>(errno), frame.address);
+        sink.OnFrame(frame);
+        return;
+    }
+    s_onlyModule = module;
+    Lookup(frame, sink).TellBy(state);
+    s_onlyModule = nullptr;
 }
 
 }  // namespace zel::platform
+
+int __wrap_dl_iterate_phdr(int (*take)(dl_phdr_info*, std::size_t, void*), void* argument) {
+    const link_map* const module = zel::platform::s_onlyModule.load();
+    if (module == nullptr) {
+        return __real_dl_iterate_phdr(take, argument);
+    }
+    // Without a name it is the file that the state was made with.
+    dl_phdr_info info = {};
+    info.dlpi_name = "";
+    info.dlpi_addr = module->l_addr;
+    return take(&info, sizeof(info), argument);
+}
+
+int __wrap_backtrace_open(const char* file, backtrace_error_callback tell, void* data,
+                          int* isMissing) {
+    const link_map* const module = zel::platform::s_onlyModule.load();
+    if (module == nullptr || !std::string_view(file).starts_with("/usr/lib/debug/") ||
+        !zel::platform::IsRuntime(*module)) {
+        return __real_backtrace_open(file, tell, data, isMissing);
+    }
+    if (isMissing != nullptr) {
+        *isMissing = 1;
+    }
+    return -1;
+}

@@ -21,4 +21,8 @@ void Symbolizer::Tell(const StackFrame& frame, StackTraceSink& sink) {
     sink.OnFrame(named);
 }
 
+void Symbolizer::TellOfCrash(const StackFrame& frame, StackTraceSink& sink) {
+    Tell(frame, sink);
+}
+
 }  // namespace zel::platform

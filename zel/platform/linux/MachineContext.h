@@ -22,8 +22,12 @@ inline std::uintptr_t GetInstruction(const ucontext_t& context) noexcept {
     return static_cast<std::uintptr_t>(context.uc_mcontext.gregs[instructionRegister]);
 }
 
+inline std::uintptr_t GetStackPosition(const ucontext_t& context) noexcept {
+    return static_cast<std::uintptr_t>(context.uc_mcontext.gregs[stackRegister]);
+}
+
 inline std::uintptr_t GetReturnAddress(const ucontext_t& context) noexcept {
-    return *reinterpret_cast<const std::uintptr_t*>(context.uc_mcontext.gregs[stackRegister]);
+    return *reinterpret_cast<const std::uintptr_t*>(GetStackPosition(context));
 }
 
 inline void ReturnToCaller(ucontext_t& context) noexcept {
@@ -38,6 +42,10 @@ inline std::uintptr_t GetInstruction(const ucontext_t& context) noexcept {
     return context.uc_mcontext.pc;
 }
 
+inline std::uintptr_t GetStackPosition(const ucontext_t& context) noexcept {
+    return context.uc_mcontext.sp;
+}
+
 inline std::uintptr_t GetReturnAddress(const ucontext_t& context) noexcept {
     return context.uc_mcontext.regs[30];
 }
@@ -50,6 +58,10 @@ inline void ReturnToCaller(ucontext_t& context) noexcept {
 
 inline std::uintptr_t GetInstruction(const ucontext_t& context) noexcept {
     return context.uc_mcontext.psw.addr;
+}
+
+inline std::uintptr_t GetStackPosition(const ucontext_t& context) noexcept {
+    return context.uc_mcontext.gregs[15];
 }
 
 inline std::uintptr_t GetReturnAddress(const ucontext_t& context) noexcept {

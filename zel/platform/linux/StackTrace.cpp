@@ -2,16 +2,13 @@
 
 #include "zel/platform/linux/MachineContext.h"
 #include "zel/platform/linux/Symbolizer.h"
+#include "zel/platform/PathName.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
-#include <cstring>
-#include <cxxabi.h>
 #include <dlfcn.h>
 #include <errno.h>
 #include <link.h>
-#include <memory>
 #include <unistd.h>
 #include <unwind.h>
 
@@ -41,8 +38,7 @@ StackFrame LocateFrame(std::uintptr_t address) {
     dl_find_object object = {};
     if (_dl_find_object(reinterpret_cast<void*>(address), &object) == 0) {
         const char* const file = ModuleFile(object.dlfo_link_map->l_name);
-        const char* const separator = std::strrchr(file, '/');
-        frame.module = separator == nullptr ? file : separator + 1;
+        frame.module = FileOfPath(file);
         frame.moduleOffset = address - object.dlfo_link_map->l_addr;
     }
     return frame;
@@ -52,11 +48,12 @@ StackFrame LocateFrame(std::uintptr_t address) {
 // the walk by a fault, and the last ones when the walk is over.
 class StackWalk {
 public:
-    explicit StackWalk(StackTraceSink& sink) : m_sink(sink) {}
+    StackWalk(bool isOfCrash, StackTraceSink& sink)
+        : m_tell(isOfCrash ? Symbolizer::TellOfCrash : Symbolizer::Tell), m_sink(sink) {}
 
     void Add(std::uintptr_t address) {
         if (m_count < headFrames) {
-            Symbolizer::Tell(LocateFrame(address), m_sink);
+            m_tell(LocateFrame(address), m_sink);
         } else {
             m_tail[m_count % tailFrames] = address;
         }
@@ -77,7 +74,7 @@ public:
             m_sink.OnGap(late - kept);
         }
         for (std::size_t i = m_count - kept; i < m_count; ++i) {
-            Symbolizer::Tell(LocateFrame(m_tail[i % tailFrames]), m_sink);
+            m_tell(LocateFrame(m_tail[i % tailFrames]), m_sink);
         }
         return m_count != 0;
     }
@@ -108,6 +105,7 @@ private:
         return m_startFunction != nullptr && FindFunction(instruction) == m_startFunction;
     }
 
+    void (*const m_tell)(const StackFrame&, StackTraceSink&);
     StackTraceSink& m_sink;
     std::uintptr_t m_start = 0;
     void* m_startFunction = nullptr;
@@ -141,6 +139,10 @@ void WalkFromFault(ucontext_t& context, StackWalk& walk) {
     }
 }
 
+bool IsThisProcess(unsigned long processId) {
+    return processId == 0 || processId == static_cast<unsigned long>(::getpid());
+}
+
 int TellModule(dl_phdr_info* module, std::size_t, void* sink) {
     static_cast<StackTraceSink*>(sink)->OnModule(ModuleFile(module->dlpi_name), module->dlpi_addr);
     return 0;
@@ -152,16 +154,20 @@ const char* StackTraceService() noexcept {
     return Symbolizer::GetName();
 }
 
+bool PrepareCrashTrace(unsigned long processId) noexcept {
+    return IsThisProcess(processId) && Symbolizer::Prepare();
+}
+
 bool PrepareStackTrace(unsigned long processId, StackTraceSink& sink) {
-    if (processId != 0 && processId != static_cast<unsigned long>(::getpid())) {
+    if (!IsThisProcess(processId)) {
         return false;
     }
     dl_iterate_phdr(TellModule, &sink);
     return Symbolizer::Prepare();
 }
 
-[[gnu::noinline]] bool WalkStack(const void* context, StackTraceSink& sink) {
-    StackWalk walk(sink);
+[[gnu::noinline]] bool WalkStack(const void* context, bool isOfCrash, StackTraceSink& sink) {
+    StackWalk walk(isOfCrash, sink);
     if (context == nullptr) {
         walk.AddCallersOf(reinterpret_cast<std::uintptr_t>(__builtin_return_address(0)));
     } else {
@@ -169,17 +175,6 @@ bool PrepareStackTrace(unsigned long processId, StackTraceSink& sink) {
         WalkFromFault(*static_cast<ucontext_t*>(const_cast<void*>(context)), walk);
     }
     return walk.Finish();
-}
-
-bool UndecorateName(const char* name, char* buffer, std::size_t size) {
-    // Without the mark of a function's name it would be read as that of a type.
-    const bool isMangled = std::strncmp(name, "_Z", 2) == 0;
-    const std::unique_ptr<char, decltype(&std::free)> text(
-        isMangled ? abi::__cxa_demangle(name, nullptr, nullptr, nullptr) : nullptr, &std::free);
-    const std::size_t length = text == nullptr ? 0 : std::min(std::strlen(text.get()), size - 1);
-    std::copy_n(text.get(), length, buffer);
-    buffer[length] = '\0';
-    return length != 0;
 }
 
 }  // namespace zel::platform

@@ -16,6 +16,9 @@ public:
 
     // Tells `frame` with its names, and ahead of it the functions that were inlined there.
     static void Tell(const StackFrame& frame, StackTraceSink& sink);
+
+    // The same at the end of a crash, as WalkStack says.
+    static void TellOfCrash(const StackFrame& frame, StackTraceSink& sink);
 };
 
 }  // namespace zel::platform

@@ -21,4 +21,8 @@ void MakeCurrentThreadPunctual() noexcept {
     prctl(PR_SET_TIMERSLACK, shortestSlack, 0, 0, 0);
 }
 
+std::uint64_t CurrentProcessNumber() noexcept {
+    return static_cast<std::uint64_t>(getpid());
+}
+
 }  // namespace zel::platform

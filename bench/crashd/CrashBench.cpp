@@ -1,0 +1,136 @@
+#include "zel/crashd/CrashHandler.h"
+
+#include "bench/crashd/CrashBenchProcess.h"
+#include "bench/crashd/Fault.h"
+#include "bench/support/Comparison.h"
+
+#include <csignal>
+#include <fstream>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace zel::bench {
+
+namespace {
+
+void ReportAverage(benchmark::State& state, const char* unit, double sum) {
+    state.counters[unit] = benchmark::Counter(sum, benchmark::Counter::kAvgIterations);
+}
+
+// From a fault to the end of all that it leads to. `expected` has to stand on standard error then.
+template <class... Arguments>
+void Die(benchmark::State& state, const char* expected, Arguments... arguments) {
+    double sum = 0;
+    for (auto _ : state) {
+        Process victim(arguments...);
+        victim.WaitUntilReady();
+        std::string errors;
+        sum += victim.MeasureDeath(errors);
+        Require(errors.find(expected) != std::string::npos,
+                "the victim's stack is told: " + errors);
+    }
+    ReportAverage(state, "ms", sum);
+}
+
+void ReportedDeath(benchmark::State& state) {
+    Die(state, "Fault", ZEL_BENCH_VICTIM, "0");
+}
+
+void DieAlone() {
+    static_cast<void>(write(STDOUT_FILENO, "r", 1));
+    FaultOnDemand();
+}
+
+// The same walk as ours makes, without a word to anybody else.
+void WalkAndDie(int signal, siginfo_t*, void* context) {
+    static zel_crash_msg_s s_record;
+    ZelStackWalker(0, nullptr, 0, &s_record).ShowCallstack(nullptr, context);
+    static_cast<void>(write(STDERR_FILENO, s_record.ancillary, sizeof(s_record.ancillary)));
+    std::signal(signal, SIG_DFL);
+}
+
+void WalkingDeath(benchmark::State& state) {
+    Die(state, "Fault", [] {
+        struct sigaction action = {};
+        action.sa_flags = SA_SIGINFO;
+        action.sa_sigaction = WalkAndDie;
+        sigaction(SIGSEGV, &action, nullptr);
+        StackWalker().LoadModules();
+        DieAlone();
+    });
+}
+
+const Comparison s_death("a fault, to the end of its report",
+                         {{Side::OURS, ReportedDeath},
+                          {"the kernel and the walk", WalkingDeath, 3}});
+
+template <int mebibytes>
+void SetUp(benchmark::State& state) {
+    double sum = 0;
+    for (auto _ : state) {
+        Process program(ZEL_BENCH_VICTIM, std::to_string(mebibytes).c_str());
+        const double taken = std::stod(program.WaitUntilReady());
+        Require(taken > 0, "crash handling is set up");
+        sum += taken;
+    }
+    ReportAverage(state, "ms", sum);
+}
+
+void StartEmptyProgram(benchmark::State& state) {
+    double sum = 0;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        Process program(ZEL_BENCH_EMPTY, "");
+        program.WaitUntilReady();
+        sum += std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+                   .count();
+    }
+    ReportAverage(state, "ms", sum);
+}
+
+const Comparison s_setUp("Initialize",
+                         {{Side::OURS, SetUp<0>}, {"an empty program", StartEmptyProgram}});
+
+const Comparison s_largeSetUp("Initialize in a process of 1 GiB",
+                              {{Side::OURS, SetUp<1024>}, {"an empty program", StartEmptyProgram}});
+
+double PrivateKibibytes(pid_t process) {
+    std::ifstream in("/proc/" + std::to_string(process) + "/smaps_rollup");
+    double sum = 0;
+    for (std::string word; in >> word;) {
+        if (word == "Private_Clean:" || word == "Private_Dirty:") {
+            double size = 0;
+            in >> size;
+            sum += size;
+        }
+    }
+    return sum;
+}
+
+void WaitingDaemon(benchmark::State& state) {
+    double sum = 0;
+    for (auto _ : state) {
+        Process program(ZEL_BENCH_VICTIM, "0");
+        program.WaitUntilReady();
+        sum += PrivateKibibytes(program.FindOrphan());
+    }
+    ReportAverage(state, "KiB", sum);
+}
+
+void WaitingProgram(benchmark::State& state) {
+    double sum = 0;
+    for (auto _ : state) {
+        Process program(ZEL_BENCH_EMPTY, "");
+        program.WaitUntilReady();
+        sum += PrivateKibibytes(program.GetNumber());
+    }
+    ReportAverage(state, "KiB", sum);
+}
+
+const Comparison s_memory("memory of a waiting daemon",
+                          {{Side::OURS, WaitingDaemon}, {"an empty program", WaitingProgram, 2}});
+
+}  // namespace
+
+}  // namespace zel::bench

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <chrono>
+#include <unistd.h>
+
+namespace zel::bench {
+
+// What runs on both sides of a comparison: a fault ten calls deep.
+[[gnu::noinline]] inline int Fault(int depth, volatile int* nowhere) {
+    if (depth > 0) {
+        return Fault(depth - 1, nowhere) + 1;
+    }
+    return *nowhere;
+}
+
+// Waits for a byte on standard input, tells the time on standard output and faults.
+inline void FaultOnDemand() {
+    char byte = 0;
+    if (read(STDIN_FILENO, &byte, 1) != 1) {
+        return;
+    }
+    const auto now = std::chrono::steady_clock::now();
+    if (write(STDOUT_FILENO, &now, sizeof(now)) == sizeof(now)) {
+        constexpr int depth = 10;
+        Fault(depth, nullptr);
+    }
+}
+
+}  // namespace zel::bench

@@ -1,0 +1,27 @@
+// Sets up crash handling after it has taken so many MiB of memory, tells how many milliseconds that
+// took, waits for a byte and faults.
+
+#include "zel/crashd/CrashHandler.h"
+
+#include "bench/crashd/Fault.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+#include <vector>
+
+int main(int argc, char** argv) {
+    constexpr std::size_t mebibyte = 1 << 20;
+    std::vector<char> memory;
+    // The copy of a program doesn't have to do all that the program does.
+    if (std::getenv("crashd_bench_victim_SHOULD_START_DAEMON_") == nullptr) {
+        memory.assign(std::stoul(argv[1]) * mebibyte, 1);
+    }
+    const auto start = std::chrono::steady_clock::now();
+    const bool isSetUp = zel::CrashHandler::Initialize(argc, argv, nullptr);
+    const std::chrono::duration<double, std::milli> taken =
+        std::chrono::steady_clock::now() - start;
+    std::cout << (isSetUp ? taken.count() : -1) << 'r' << std::flush;
+    zel::bench::FaultOnDemand();
+}

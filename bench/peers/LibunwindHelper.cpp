@@ -1,0 +1,100 @@
+// A process that waits for the death of another and walks its stack from outside. It tells the bare
+// names of functions and their offsets, no lines.
+
+#include "bench/crashd/CrashBenchProcess.h"
+#include "bench/crashd/Fault.h"
+#include "bench/support/Comparison.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <libunwind-ptrace.h>
+#include <string>
+#include <sys/prctl.h>
+#include <sys/ptrace.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace zel::bench {
+
+namespace {
+
+int s_calls[2];
+int s_answers[2];
+
+std::string Walk(pid_t thread) {
+    std::string report;
+    const unw_addr_space_t space = unw_create_addr_space(&_UPT_accessors, 0);
+    void* const walk = _UPT_create(thread);
+    unw_cursor_t cursor;
+    if (unw_init_remote(&cursor, space, walk) == 0) {
+        do {
+            char line[512];
+            char name[256] = "???";
+            unw_word_t offset = 0;
+            unw_word_t address = 0;
+            unw_get_proc_name(&cursor, name, sizeof(name), &offset);
+            unw_get_reg(&cursor, UNW_REG_IP, &address);
+            std::snprintf(line, sizeof(line), "0x%lx %s+0x%lx\n", address, name, offset);
+            report += line;
+        } while (unw_step(&cursor) > 0);
+    }
+    _UPT_destroy(walk);
+    return report;
+}
+
+[[noreturn]] void ServeOneDeath() {
+    pid_t thread = 0;
+    if (read(s_calls[0], &thread, sizeof(thread)) == sizeof(thread) &&
+        ptrace(PTRACE_ATTACH, thread, nullptr, nullptr) == 0) {
+        waitpid(thread, nullptr, __WALL);
+        const std::string report = Walk(thread);
+        static_cast<void>(write(STDERR_FILENO, report.data(), report.size()));
+        ptrace(PTRACE_DETACH, thread, nullptr, nullptr);
+    }
+    _exit(0);
+}
+
+// The helper's end is the answer.
+void CallHelper(int signal) {
+    const auto thread = static_cast<pid_t>(syscall(SYS_gettid));
+    static_cast<void>(write(s_calls[1], &thread, sizeof(thread)));
+    while (read(s_answers[0], &signal, 1) < 0 && errno == EINTR) {
+    }
+    std::signal(SIGSEGV, SIG_DFL);
+}
+
+void StartHelper() {
+    Require(pipe(s_calls) == 0 && pipe(s_answers) == 0, "there are pipes");
+    prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY);
+    if (fork() == 0) {
+        close(s_calls[1]);
+        ServeOneDeath();
+    }
+    close(s_answers[1]);
+}
+
+void HelpedDeath(benchmark::State& state) {
+    double sum = 0;
+    for (auto _ : state) {
+        Process victim([] {
+            StartHelper();
+            std::signal(SIGSEGV, CallHelper);
+            static_cast<void>(write(STDOUT_FILENO, "r", 1));
+            FaultOnDemand();
+        });
+        victim.WaitUntilReady();
+        std::string errors;
+        sum += victim.MeasureDeath(errors);
+        Require(errors.find("Fault") != std::string::npos, "the stack is told: " + errors);
+    }
+    state.counters["ms"] = benchmark::Counter(sum, benchmark::Counter::kAvgIterations);
+}
+
+const Comparison s_death("a fault, to the end of its report",
+                         {{"helper by libunwind", HelpedDeath, 1.5}});
+
+}  // namespace
+
+}  // namespace zel::bench

@@ -1,0 +1,110 @@
+#include "zel/crashd/CrashDaemon.h"
+
+#include "zel/core/StringUtils.h"
+#include "zel/platform/CrashChannel.h"
+#include "zel/platform/SecondCopy.h"
+#include "zel/platform/SystemErrorText.h"
+#include "zel/platform/ThreadInfo.h"
+
+#include <bit>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <iostream>
+
+namespace zel {
+
+namespace {
+
+constinit zel_crash_msg_s s_record = {};
+
+// A text that came without an end, or one that has to fit.
+template <std::size_t Size>
+void SetText(char (&field)[Size], const std::string& text) {
+    field[text.copy(field, Size - 1)] = '\0';
+}
+
+template <std::size_t Size>
+void EndText(char (&field)[Size]) {
+    field[Size - 1] = '\0';
+}
+
+zel_crash_msg_s MakeOwnFault(int error) {
+    zel_crash_msg_s record = {};
+    SetText(record.prog_name, "crashd");
+    record.pid = static_cast<std::uint32_t>(platform::CurrentProcessNumber());
+    record.tid = static_cast<std::uint32_t>(platform::CurrentThreadNumber());
+    record.last_error = error;
+    record.timestamp = static_cast<std::uint32_t>(std::time(nullptr));
+    SetText(record.ancillary,
+            StringUtils::Format("CrashHandler Daemon fault - bailing! LastError=%d: %s\n", error,
+                                platform::SystemErrorText(error)));
+    return record;
+}
+
+[[noreturn]] void EndWith(int code) {
+    std::fflush(nullptr);
+    std::exit(code);
+}
+
+// False if the program ended without a crash.
+bool ReceiveCrashMessage(const char* pipeName) {
+    const platform::PoliteSignalsIgnored politeSignalsIgnored;
+    platform::CrashChannelReader channel;
+    if (!channel.Open(pipeName)) {
+        const int error = errno;
+        std::cerr << "crashd: Failed to open the crash data pipe '" << pipeName << "'\n"
+                  << std::flush;
+        EndWith(error);
+    }
+    return ReadCrashMessage(
+        [&channel](void* buffer, std::size_t size) { return channel.Read(buffer, size); },
+        s_record);
+}
+
+}  // namespace
+
+bool ReadCrashMessage(const std::function<std::size_t(void* buffer, std::size_t size)>& read,
+                      zel_crash_msg_s& record) {
+    char* const bytes = reinterpret_cast<char*>(&record);
+    for (std::size_t received = 0; received < sizeof(record);) {
+        const std::size_t missing = sizeof(record) - received;
+        const std::size_t count = read(bytes + received, missing);
+        if (count == 0 || count > missing) {
+            return false;
+        }
+        received += count;
+    }
+    return true;
+}
+
+void CheckCrashMessage(zel_crash_msg_s& record, std::ostream& out) {
+    const int error = errno;
+    if (record.magic != MAGIC) {
+        out << StringUtils::Format("crashd: MAGIC bytes are wrong (0x%08x)!\n", record.magic)
+            << std::flush;
+        record = MakeOwnFault(error);
+        return;
+    }
+    EndText(record.prog_name);
+    EndText(record.asserts);
+    EndText(record.ancillary);
+}
+
+void crashd_main(const char* pipeName, CrashCallback callback) {
+    std::cerr << "crashd_main: Win32!\n" << std::flush;
+    if (!ReceiveCrashMessage(pipeName)) {
+        EndWith(EXIT_SUCCESS);
+    }
+    CheckCrashMessage(s_record, std::cerr);
+    if (callback) {
+        callback->Call(&s_record);
+    } else {
+        PrintCrashReport(s_record, std::cerr);
+    }
+    EndWith(EXIT_SUCCESS);
+}
+
+}  // namespace zel

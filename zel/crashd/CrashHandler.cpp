@@ -1,0 +1,169 @@
+#include "zel/crashd/CrashHandler.h"
+
+#include "zel/foundation/Log.h"
+#include "zel/platform/CrashChannel.h"
+#include "zel/platform/FaultStack.h"
+#include "zel/platform/FaultTrap.h"
+#include "zel/platform/PathName.h"
+#include "zel/platform/SecondCopy.h"
+#include "zel/platform/ThreadInfo.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <string>
+
+namespace zel {
+
+namespace {
+
+const LogArea s_log("crashd/CrashHandler", 3);
+
+// A crash finds all that it needs here.
+constinit platform::CrashChannel s_channel;
+constinit zel_crash_msg_s s_record = {};
+
+// A program's death is put off by no more than both together.
+constexpr int MILLISECONDS_TO_WALK = 3000;
+constexpr int MILLISECONDS_TO_SEND = 1000;
+
+// A copy that waits for something that this process holds would never come so far.
+constexpr int SECONDS_TO_CONNECT = 30;
+
+std::string VariableOf(const char* program) {
+    return std::string(program) + "_SHOULD_START_DAEMON_";
+}
+
+bool CreateChannel() {
+    if (!s_channel.Create()) {
+        const int error = errno;
+        Log(s_log, 2, "[CrashHandler::Initialize] Error creating the NamedPipe. System said '",
+            error, "'");
+        return false;
+    }
+    return true;
+}
+
+bool StartDaemon(const std::string& variable, char** arguments, platform::SecondCopy& daemon) {
+    if (!daemon.Start(variable, s_channel, arguments)) {
+        const int error = errno;
+        Log(s_log, 2,
+            "[CrashHandler::Initialize] Could not start crash daemon process! System said: '",
+            error, "'");
+        return false;
+    }
+    if (daemon.HasFailed(s_channel)) {
+        Log(s_log, 2, "[CrashHandler::Initialize] Crash daemon didn't start running!");
+        return false;
+    }
+    Log(s_log, 4, "[CrashHandler::Initialize] Successfully started crash daemon: PID=",
+        daemon.GetProcessNumber(), ": waiting for pipe connection...");
+    return true;
+}
+
+void PrepareRecord(const char* program) {
+    s_record = {};
+    s_record.magic = MAGIC;
+    std::copy_n(program, std::min(std::strlen(program), sizeof(s_record.prog_name)),
+                s_record.prog_name);
+    s_record.pid = static_cast<std::uint32_t>(platform::CurrentProcessNumber());
+}
+
+bool Connect(platform::SecondCopy& daemon) {
+    if (!daemon.WaitUntilListening(s_channel, SECONDS_TO_CONNECT)) {
+        Log(s_log, 2,
+            "[CrashHandler::Initialize] crash daemon never connected to the PIPE! Crash handling "
+            "disabled.");
+        return false;
+    }
+    Log(s_log, 4, "[CrashHandler::Initialize] Successfully initialized crash handling.");
+    return true;
+}
+
+void FillRecord(const platform::FaultRecord& fault) {
+    s_record.timestamp = static_cast<std::uint32_t>(std::time(nullptr));
+    s_record.magic = MAGIC;
+    s_record.exception_code = fault.code;
+    s_record.exception_flags = fault.flags;
+    s_record.last_error = fault.error;
+    s_record.signal_error = fault.error;
+    s_record.fault_address = static_cast<std::uint32_t>(fault.address & 0xFFFFFFFFU);
+    s_record.pid = static_cast<std::uint32_t>(platform::CurrentProcessNumber());
+    s_record.tid = fault.thread;
+}
+
+struct LastWalk {
+    ZelStackWalker walker;
+    const void* context;
+};
+
+void Walk(void* argument) {
+    LastWalk& walk = *static_cast<LastWalk*>(argument);
+    if (walk.walker.LoadModules()) {
+        walk.walker.ShowCallstack(nullptr, walk.context, nullptr, nullptr);
+    }
+}
+
+void Send(void*) {
+    if (!s_channel.Send(&s_record, sizeof(s_record))) {
+        platform::WriteToStandardError("Error writing crash data into PIPE!\n");
+    }
+    s_channel.Close();
+}
+
+void OnFault(platform::FaultRecord& fault) {
+    CrashHandlerCustomExceptionFilter(&fault);
+}
+
+}  // namespace
+
+bool CrashHandler::Initialize(int argc, char** argv, CrashCallback callback) {
+    if (argc <= 0 || argv == nullptr || argv[0] == nullptr) {
+        return false;
+    }
+    if (s_channel.IsOpen()) {
+        Log(s_log, 3,
+            "[CrashHandler::Initialize] crash handling seems to be initialized (keeping current "
+            "state).");
+        return true;
+    }
+    const char* const program = platform::FileOfPath(argv[0]);
+    const std::string variable = VariableOf(program);
+    std::string pipeName;
+    if (platform::TakeVariable(variable, pipeName)) {
+        crashd_main(pipeName.c_str(), std::move(callback));
+    }
+    if (variable.find('=') != std::string::npos) {
+        Log(s_log, 2, "[CrashHandler::Initialize] The program name '", program,
+            "' can't stand in the name of an environment variable.");
+        return false;
+    }
+    platform::SecondCopy daemon;
+    if (!CreateChannel() || !StartDaemon(variable, argv, daemon)) {
+        return false;
+    }
+    ProtectThisThread();
+    // What a walk needs is made now, while there is memory.
+    StackWalker().LoadModules();
+    PrepareRecord(program);
+    platform::CatchFaults(OnFault);
+    return Connect(daemon);
+}
+
+void CrashHandler::ProtectThisThread() noexcept {
+    platform::KeepFaultStack();
+}
+
+long CrashHandlerCustomExceptionFilter(ExceptionPointers* pointers) {
+    if (pointers == nullptr) {
+        return 0;
+    }
+    FillRecord(*pointers);
+    LastWalk walk = {{s_record.pid, nullptr, s_record.tid, &s_record}, pointers->context};
+    platform::DoGuarded(Walk, &walk, MILLISECONDS_TO_WALK);
+    platform::DoGuarded(Send, nullptr, MILLISECONDS_TO_SEND);
+    platform::EndByFault(*pointers);
+}
+
+}  // namespace zel

@@ -1,0 +1,89 @@
+#include "zel/crashd/ZelStackWalker.h"
+
+#include "zel/platform/PathName.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+namespace zel {
+
+namespace {
+
+constexpr char LINE_END[] = {' ', '\n'};
+
+const char* Known(const char* text) {
+    return text[0] == '\0' ? "???" : text;
+}
+
+const char* ChooseName(const StackWalker::CallstackEntry& entry) {
+    if (entry.fullyUndecoratedName[0] != '\0') {
+        return entry.fullyUndecoratedName;
+    }
+    return Known(entry.undecoratedName[0] != '\0' ? entry.undecoratedName : entry.symbolName);
+}
+
+unsigned LowBits(std::uint64_t address) {
+    return static_cast<unsigned>(address & 0xFFFFFFFFU);
+}
+
+// What a buffer has kept of a text whose whole length snprintf gave.
+template <unsigned Size>
+unsigned KeptOf(int length) {
+    return std::min(static_cast<unsigned>(length), Size - 1);
+}
+
+}  // namespace
+
+ZelStackWalker::ZelStackWalker(unsigned long processId, void* process, unsigned threadId,
+                               zel_crash_msg_s* record)
+    : StackWalker(processId, process, OfCrash()),
+      m_threadId(threadId),
+      m_record(record),
+      m_assertsPosition(record == nullptr ? nullptr : record->asserts),
+      m_ancillaryPosition(record == nullptr ? nullptr : record->ancillary) {}
+
+ZelStackWalker::~ZelStackWalker() = default;
+
+void ZelStackWalker::OnCallstackEntry(CallstackEntryType type, CallstackEntry& entry) {
+    constexpr unsigned size = sizeof(zel_crash_msg_s::ancillary);
+    constexpr unsigned endSize = sizeof(LINE_END);
+    if (m_record == nullptr || m_ancillaryPosition == nullptr || type == LastEntry ||
+        entry.frameAddress == 0) {
+        return;
+    }
+    unsigned length = KeptOf<sizeof(m_line)>(
+        std::snprintf(m_line, sizeof(m_line), "%u %s 0x%08X %s (%s:%d)", m_frameCounter++,
+                      Known(entry.moduleName), LowBits(entry.frameAddress), ChooseName(entry),
+                      platform::FileOfPath(Known(entry.sourceFile)), entry.lineNumber));
+    unsigned used = m_ancillaryUsed + length + endSize;
+    if (used > size) {
+        if (m_ancillaryUsed + endSize > size - 1) {
+            return;
+        }
+        used = size - 1;
+        length = used - endSize - m_ancillaryUsed;
+    }
+    std::memcpy(m_ancillaryPosition, m_line, length);
+    std::memcpy(m_ancillaryPosition + length, LINE_END, endSize);
+    m_ancillaryPosition += length + endSize;
+    m_ancillaryUsed = used;
+}
+
+void ZelStackWalker::OnDbgHelpErr(const char* function, unsigned long error,
+                                  unsigned long long address) {
+    if (m_record == nullptr || m_assertsPosition == nullptr) {
+        return;
+    }
+    const unsigned length = KeptOf<sizeof(m_errorEntry)>(std::snprintf(
+        m_errorEntry, sizeof(m_errorEntry), "0x%08X:%s:%lu", LowBits(address), function, error));
+    if (m_assertsUsed + length + 1 > sizeof(m_record->asserts)) {
+        return;
+    }
+    std::memcpy(m_assertsPosition, m_errorEntry, length);
+    m_assertsPosition[length] = ';';
+    m_assertsPosition += length + 1;
+    m_assertsUsed += length + 1;
+}
+
+}  // namespace zel

@@ -1,0 +1,8 @@
+#pragma once
+
+namespace zel::platform {
+
+// The name behind the directories of a path, which is a part of it; all of it if it has none.
+const char* FileOfPath(const char* path) noexcept;
+
+}  // namespace zel::platform

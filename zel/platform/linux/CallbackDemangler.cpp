@@ -1,0 +1,42 @@
+#include "zel/platform/StackTrace.h"
+
+#include <algorithm>
+#include <cstring>
+
+// Part of the C++ runtime of GCC, and the only form of its demangler that takes no memory.
+extern "C" int __gcclibcxx_demangle_callback(const char* name,
+                                             void (*take)(const char* text, std::size_t length,
+                                                          void* argument),
+                                             void* argument);
+
+namespace zel::platform {
+
+namespace {
+
+// It lies on the stack, and its work takes as much of that as a name is long.
+constexpr std::size_t longestName = 1023;
+
+struct Text {
+    char* position;
+    std::size_t room;
+};
+
+void Append(const char* part, std::size_t length, void* argument) {
+    Text& text = *static_cast<Text*>(argument);
+    const std::size_t kept = std::min(length, text.room);
+    text.position = std::copy_n(part, kept, text.position);
+    text.room -= kept;
+}
+
+}  // namespace
+
+bool UndecorateName(const char* name, bool, char* buffer, std::size_t size) {
+    Text text = {buffer, size - 1};
+    // Without the mark of a function's name it would be read as that of a type.
+    const bool isKnown = std::strncmp(name, "_Z", 2) == 0 && std::strlen(name) <= longestName &&
+                         __gcclibcxx_demangle_callback(name, Append, &text) == 0;
+    (isKnown ? text.position : buffer)[0] = '\0';
+    return isKnown;
+}
+
+}  // namespace zel::platform

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <csignal>
+#include <cstdint>
+#include <ucontext.h>
+
+namespace zel::platform {
+
+// The code of FaultRecord for a signal; 0 if there is none that fits.
+std::uint32_t CodeOfSignal(const siginfo_t& signal, const ucontext_t& context) noexcept;
+
+}  // namespace zel::platform

@@ -1,0 +1,207 @@
+#include "zel/platform/SecondCopy.h"
+
+#include "zel/platform/linux/CrashChannelPlace.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <iterator>
+#include <poll.h>
+#include <spawn.h>
+#include <string_view>
+#include <sys/auxv.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace zel::platform {
+
+namespace {
+
+constexpr const char* ownProgram = "/proc/self/exe";
+constexpr int politeSignals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2,
+                                 SIGALRM, SIGTSTP, SIGTTIN, SIGTTOU, SIGPIPE};
+
+bool HasForeignRights() noexcept {
+    return getauxval(AT_SECURE) != 0;
+}
+
+// The texts of a block, each with its zero.
+std::vector<char*> Split(std::string& block) {
+    std::vector<char*> texts;
+    for (std::size_t i = 0; i < block.size(); i += std::string_view(&block[i]).size() + 1) {
+        texts.push_back(&block[i]);
+    }
+    return texts;
+}
+
+std::string ReadCommandLine() {
+    std::ifstream in("/proc/self/cmdline", std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+std::vector<char*> EnvironmentWith(const std::string& variable, std::string& setting) {
+    std::vector<char*> environment;
+    const std::string start = variable + '=';
+    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+        if (!std::string_view(*entry).starts_with(start)) {
+            environment.push_back(*entry);
+        }
+    }
+    environment.push_back(setting.data());
+    environment.push_back(nullptr);
+    return environment;
+}
+
+// The path, as tools that run a program in their own process lead "/proc/self/exe" elsewhere, and
+// process listings would show the program under that name.
+std::string FindProgram() {
+    std::string path(256, '\0');
+    for (;;) {
+        const ssize_t length = readlink(ownProgram, path.data(), path.size());
+        if (length < 0) {
+            return ownProgram;
+        }
+        if (static_cast<std::size_t>(length) < path.size()) {
+            path.resize(static_cast<std::size_t>(length));
+            return path;
+        }
+        path.resize(2 * path.size());
+    }
+}
+
+// What happens in the copy ahead of the program.
+class Preparation {
+public:
+    explicit Preparation(int reader) noexcept {
+        posix_spawnattr_init(&m_attributes);
+        posix_spawn_file_actions_init(&m_actions);
+        sigset_t none;
+        sigset_t all;
+        sigemptyset(&none);
+        sigfillset(&all);
+        m_error |= posix_spawnattr_setsigmask(&m_attributes, &none);
+        m_error |= posix_spawnattr_setsigdefault(&m_attributes, &all);
+        m_error |= posix_spawnattr_setflags(
+            &m_attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+        m_error |= posix_spawn_file_actions_adddup2(&m_actions, reader, crashChannelPlace);
+        m_error |= posix_spawn_file_actions_addclosefrom_np(&m_actions, crashChannelPlace + 1);
+        Silence(STDIN_FILENO);
+        Silence(STDOUT_FILENO);
+        if (fcntl(STDERR_FILENO, F_GETFD) < 0) {
+            Silence(STDERR_FILENO);
+        }
+    }
+
+    ~Preparation() {
+        posix_spawn_file_actions_destroy(&m_actions);
+        posix_spawnattr_destroy(&m_attributes);
+    }
+
+    Preparation(const Preparation&) = delete;
+    Preparation& operator=(const Preparation&) = delete;
+
+    // The error number.
+    int Start(const char* program, char** arguments, char** environment, pid_t& process) {
+        return m_error != 0 ? ENOMEM
+                            : posix_spawn(&process, program, &m_actions, &m_attributes, arguments,
+                                          environment);
+    }
+
+private:
+    void Silence(int stream) noexcept {
+        m_error |= posix_spawn_file_actions_addopen(&m_actions, stream, "/dev/null", O_RDWR, 0);
+    }
+
+    posix_spawnattr_t m_attributes;
+    posix_spawn_file_actions_t m_actions;
+    int m_error = 0;
+};
+
+// True if the process ended in time.
+bool WaitForEnd(pid_t process, int seconds) noexcept {
+    const int descriptor = static_cast<int>(syscall(SYS_pidfd_open, process, 0));
+    if (descriptor < 0) {
+        return true;
+    }
+    constexpr int thousand = 1000;
+    pollfd end = {descriptor, POLLIN, 0};
+    int ready = 0;
+    do {
+        ready = poll(&end, 1, seconds * thousand);
+    } while (ready < 0 && errno == EINTR);
+    close(descriptor);
+    return ready != 0;
+}
+
+}  // namespace
+
+bool SecondCopy::Start(const std::string& variable, CrashChannel& channel, char** arguments) {
+    if (HasForeignRights()) {
+        errno = EPERM;
+        return false;
+    }
+    std::string commandLine = ReadCommandLine();
+    std::vector<char*> ownArguments = Split(commandLine);
+    ownArguments.push_back(nullptr);
+    std::string setting = variable + '=' + crashChannelName;
+    std::vector<char*> environment = EnvironmentWith(variable, setting);
+    char** const used = ownArguments[0] != nullptr ? ownArguments.data() : arguments;
+
+    Preparation preparation(channel.GetReader());
+    pid_t process = 0;
+    int error = preparation.Start(FindProgram().c_str(), used, environment.data(), process);
+    if (error != 0) {
+        // The file may have been removed or replaced since the program began.
+        error = preparation.Start(ownProgram, used, environment.data(), process);
+    }
+    channel.CloseReader();
+    m_process = static_cast<unsigned long>(process);
+    errno = error;
+    return error == 0;
+}
+
+bool SecondCopy::HasFailed(const CrashChannel& channel) const noexcept {
+    siginfo_t end = {};
+    const int found =
+        waitid(P_PID, static_cast<id_t>(m_process), &end, WEXITED | WNOHANG | WNOWAIT);
+    return (found != 0 || end.si_pid != 0) && !channel.HasReader();
+}
+
+bool SecondCopy::WaitUntilListening(const CrashChannel& channel, int seconds) noexcept {
+    const auto process = static_cast<pid_t>(m_process);
+    if (!WaitForEnd(process, seconds)) {
+        kill(process, SIGKILL);
+    }
+    // Somebody else may have asked for any child's end and have got this one.
+    while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
+    }
+    return channel.HasReader();
+}
+
+bool TakeVariable(const std::string& variable, std::string& value) {
+    const char* const found = HasForeignRights() ? nullptr : std::getenv(variable.c_str());
+    if (found == nullptr) {
+        return false;
+    }
+    value = found;
+    unsetenv(variable.c_str());
+    return true;
+}
+
+PoliteSignalsIgnored::PoliteSignalsIgnored() noexcept {
+    for (const int signal : politeSignals) {
+        std::signal(signal, SIG_IGN);
+    }
+}
+
+PoliteSignalsIgnored::~PoliteSignalsIgnored() {
+    for (const int signal : politeSignals) {
+        std::signal(signal, SIG_DFL);
+    }
+}
+
+}  // namespace zel::platform
