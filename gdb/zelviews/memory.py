@@ -1,0 +1,110 @@
+"""Reads strings, arrays and pointers in the program's memory, and trusts none of them."""
+
+from itertools import islice
+
+import gdb
+
+READ_ERRORS = (gdb.error, OverflowError, TypeError, ValueError)
+UNREADABLE = "<unreadable>"
+
+_NO_LIMIT = 1 << 24
+_LONG_STRING = "std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >"
+_ESCAPES = {'"': '\\"', "\\": "\\\\", "\n": "\\n", "\r": "\\r", "\t": "\\t"}
+
+
+class Text:
+    """Characters one behind the other."""
+
+    def __init__(self, start, length):
+        self.start = start
+        self.length = int(length)
+
+    @staticmethod
+    def of(string):
+        """What a std::string holds."""
+        return Text(string["_M_dataplus"]["_M_p"], string["_M_string_length"])
+
+    def lazily(self):
+        """For GDB to read and quote when it comes to print it, as far as it prints texts."""
+        return self.start.lazy_string(length=self.length)
+
+    def quoted(self):
+        """In quotes, as far as GDB prints texts."""
+        shown = min(self.length, limit())
+        memory = gdb.selected_inferior().read_memory(self.start, shown) if shown else b""
+        cut = "..." if shown < self.length else ""
+        return f'"{_escape(bytes(memory))}"{cut}'
+
+
+class Array:
+    """Elements one behind the other. Where the bounds make no sense the length is None."""
+
+    def __init__(self, start, end):
+        size = start.type.target().sizeof
+        length, rest = divmod(int(end) - int(start), size)
+        self.start = start
+        self.length = length if length >= 0 and rest == 0 else None
+
+    @staticmethod
+    def of(vector):
+        """What a std::vector holds."""
+        bounds = vector["_M_impl"]
+        return Array(bounds["_M_start"], bounds["_M_finish"])
+
+    def __iter__(self):
+        for i in range(self.length or 0):
+            element = (self.start + i).dereference()
+            element.fetch_lazy()
+            yield element
+
+    def count(self, one, many):
+        """The number of elements in words."""
+        if self.length is None:
+            return f"{many} {UNREADABLE}"
+        return f"{self.length} {one if self.length == 1 else many}"
+
+    def quoted(self):
+        """An array of std::string in braces, as far as GDB prints arrays."""
+        shown = [quote(string) for string in islice(self, limit())]
+        cut = "..." if len(shown) < (self.length or 0) else ""
+        return f"{{{', '.join(shown)}}}{cut}"
+
+
+def limit():
+    """How many characters or elements GDB prints."""
+    return gdb.parameter("print elements") or _NO_LIMIT
+
+
+def quote(string):
+    """A std::string in quotes."""
+    try:
+        return Text.of(string).quoted()
+    except READ_ERRORS:
+        return UNREADABLE
+
+
+def target_of(pointer):
+    """The object behind a pointer, for GDB to print."""
+    if not pointer:
+        return "null"
+    try:
+        target = pointer.dereference()
+        target.fetch_lazy()
+        return target
+    except READ_ERRORS:
+        return f"{int(pointer):#x} {UNREADABLE}"
+
+
+def class_of(pointer):
+    """The name of the class of a polymorphic object, from the symbol of its virtual table."""
+    address = gdb.lookup_type("void").pointer()
+    table = gdb.Value(int(pointer)).cast(address.pointer()).dereference()
+    _, found, name = table.format_string(symbols=True).partition("<vtable for ")
+    if not found:
+        return "of unknown class"
+    return name.rpartition("+")[0].replace(_LONG_STRING, "std::string")
+
+
+def _escape(raw):
+    text = raw.decode(errors="backslashreplace")
+    return "".join(_ESCAPES.get(c, c if c.isprintable() else f"\\x{ord(c):02x}") for c in text)
