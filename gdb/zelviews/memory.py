@@ -8,7 +8,7 @@ READ_ERRORS = (gdb.error, OverflowError, TypeError, ValueError)
 UNREADABLE = "<unreadable>"
 
 _NO_LIMIT = 1 << 24
-_LONG_STRING = "std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >"
+STRING = "std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >"
 _ESCAPES = {'"': '\\"', "\\": "\\\\", "\n": "\\n", "\r": "\\r", "\t": "\\t"}
 
 
@@ -40,7 +40,7 @@ class Array:
     """Elements one behind the other. Where the bounds make no sense the length is None."""
 
     def __init__(self, start, end):
-        size = start.type.target().sizeof
+        size = start.type.strip_typedefs().target().sizeof
         length, rest = divmod(int(end) - int(start), size)
         self.start = start
         self.length = length if length >= 0 and rest == 0 else None
@@ -102,9 +102,14 @@ def class_of(pointer):
     _, found, name = table.format_string(symbols=True).partition("<vtable for ")
     if not found:
         return "of unknown class"
-    return name.rpartition("+")[0].replace(_LONG_STRING, "std::string")
+    return name.rpartition("+")[0].replace(STRING, "std::string")
 
 
 def _escape(raw):
-    text = raw.decode(errors="backslashreplace")
-    return "".join(_ESCAPES.get(c, c if c.isprintable() else f"\\x{ord(c):02x}") for c in text)
+    return "".join(map(_escape_one, raw.decode(errors="surrogateescape")))
+
+
+def _escape_one(char):
+    if char in _ESCAPES:
+        return _ESCAPES[char]
+    return char if char.isprintable() else f"\\x{ord(char) & 0xFF:02x}"

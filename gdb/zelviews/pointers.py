@@ -49,6 +49,8 @@ class WeakPtrView(View):
 
 def _count_of(pointer):
     try:
+        if not pointer.dereference().type.strip_typedefs().fields():
+            return "count unknown"
         counted = pointer.cast(gdb.lookup_type("zel::RCObject").pointer())
         return f"count {int(counted['m_refCount'])}"
     except READ_ERRORS:

@@ -2,7 +2,7 @@
 
 import gdb
 
-from .memory import Array, Text, class_of, quote
+from .memory import STRING, Array, Text, class_of, quote
 from .view import ListView
 
 # Type name and type of an element by its code.
@@ -17,78 +17,76 @@ _ELEMENTS = {
     0x28: ("S64", "long long"),
     0x44: ("F32", "float"),
     0x48: ("D64", "double"),
-    0x80: ("string", "std::string"),
+    0x80: ("string", STRING),
 }
 _ELEMENT_BITS = 0x0FF
 _ARRAY_BIT = 0x200
 
 
-class VariantBaseView(ListView):
-    NAME = "VariantBase"
-    FIELDS = ("m_valueCode", "m_isFixed")
+class VariantView(ListView):
+    """A Variant<T>, whose code says what T is."""
+
+    NAME = "Variant"
+    FIELDS = ("m_valueCode", "m_isFixed", "m_value")
 
     def describe(self):
-        if self._element() is None:
-            return f"VariantBase {class_of(self.value.address)}"
-        name, _ = self._element()
-        if not self._is_array():
-            return f"Variant {name} = {self._scalar()}"
-        values = self._array()
+        code = self._code()
+        known = _ELEMENTS.get(code & ~_ARRAY_BIT)
+        if known is None:
+            return f"Variant of unknown type {code:#x}"
+        name, _ = known
+        if code & _ARRAY_BIT == 0:
+            return f"Variant {name} = {_text_of(self._held())}"
+        values = Array.of(self._held())
         if self.value["m_isFixed"] and values.length is not None:
             return f"Variant {name}[{values.length}]"
         return f"Variant {name}[], {values.count('element', 'elements')}"
 
     def parts(self):
-        if self._element() is None or not self._is_array():
-            return
-        for i, value in enumerate(self._array()):
-            yield f"[{i}]", self._printable(value)
+        if self._code() & ~_ELEMENT_BITS == _ARRAY_BIT:
+            for i, value in enumerate(Array.of(self._held())):
+                yield f"[{i}]", _part_of(value)
 
     def _code(self):
         return int(self.value["m_valueCode"])
 
-    def _element(self):
-        known = self._code() & ~(_ELEMENT_BITS | _ARRAY_BIT) == 0
-        return _ELEMENTS.get(self._code() & _ELEMENT_BITS) if known else None
-
-    def _is_array(self):
-        return self._code() & _ARRAY_BIT != 0
-
-    def _type(self):
-        _, name = self._element()
-        return gdb.lookup_type(name).strip_typedefs()
-
-    def _scalar(self):
-        value = self._place(self._type()).dereference()
-        if value.type.code == gdb.TYPE_CODE_STRUCT:
-            return quote(value)
-        return self._printable(value).format_string()
-
-    # A vector begins with pointers to its first element and behind its last one.
-    def _array(self):
-        bounds = self._place(self._type().pointer())
-        return Array(bounds[0], bounds[1])
-
-    def _printable(self, value):
-        if value.type.code == gdb.TYPE_CODE_STRUCT:
-            return Text.of(value).lazily()
-        return value.cast(gdb.lookup_type("int")) if value.type.sizeof == 1 else value
-
-    # The value stands behind the last field of the base, at the next address that suits it. A
-    # program that names no Variant<T> has no type to tell that.
-    def _place(self, kind):
-        last = self.value["m_valueCode"]
-        end = int(last.address) + last.type.sizeof
-        alignment = kind.alignof
-        return gdb.Value(-(-end // alignment) * alignment).cast(kind.pointer())
+    def _held(self):
+        return self.value["m_value"]
 
 
-class VariantView(VariantBaseView):
-    NAME = "Variant"
-    FIELDS = (*VariantBaseView.FIELDS, "m_value")
+class VariantBaseView(VariantView):
+    """A variant seen through its base."""
 
-    def _place(self, kind):
-        return self.value["m_value"].address.cast(kind.pointer())
+    NAME = "VariantBase"
+    FIELDS = ("m_valueCode", "m_isFixed")
+
+    def describe(self):
+        if self._code() == 0:
+            return f"VariantBase {class_of(self.value.address)}"
+        return super().describe()
+
+    def _held(self):
+        _, held = _ELEMENTS[self._code() & _ELEMENT_BITS]
+        if self._code() & _ARRAY_BIT:
+            held = f"std::vector<{held}, std::allocator<{held} > >"
+        variant = gdb.lookup_type(f"zel::Variant<{held} >")
+        return self.value.address.reinterpret_cast(variant.pointer())["m_value"]
 
 
-VIEWS = (VariantBaseView, VariantView)
+def _text_of(value):
+    if value.type.strip_typedefs().code == gdb.TYPE_CODE_STRUCT:
+        return quote(value)
+    return _as_number(value).format_string()
+
+
+def _part_of(value):
+    if value.type.strip_typedefs().code == gdb.TYPE_CODE_STRUCT:
+        return Text.of(value).lazily()
+    return _as_number(value)
+
+
+def _as_number(value):
+    return value.cast(gdb.lookup_type("int")) if value.type.sizeof == 1 else value
+
+
+VIEWS = (VariantView, VariantBaseView)

@@ -1,0 +1,41 @@
+// Puts the types that the debugger's views know into the library's debug information, whatever the
+// rest of it is compiled with. Compilers describe a class with virtual functions only in the file
+// that defines them, and so a program that is compiled for the debugger doesn't bring them.
+
+#include "zel/data/DataTable.h"
+#include "zel/data/DataTree.h"
+#include "zel/foundation/EventSource.h"
+#include "zel/foundation/MemOS.h"
+#include "zel/variant/Variant.h"
+
+namespace zel {
+
+namespace {
+
+struct ShownTypes {
+    MemOS* memOS;
+    DataTree* dataTree;
+    DataTable* dataTable;
+    DataRow* dataRow;
+    EventSource<std::string>* stringSource;
+    EventSource<TimerThread*>* timerSource;
+    EventSinkList<std::string>* stringSinks;
+    EventSinkList<TimerThread*>* timerSinks;
+};
+
+template <class T>
+struct ShownVariants {
+    Variant<T>* scalar;
+    Variant<std::vector<T>>* array;
+};
+
+[[gnu::used]] void Describe(ShownTypes) {}
+
+#define ZEL_DESCRIBE(T, ...) \
+    [[gnu::used]] void Describe(ShownVariants<T>) {}
+ZEL_FOR_EACH_ELEMENT(ZEL_DESCRIBE)
+#undef ZEL_DESCRIBE
+
+}  // namespace
+
+}  // namespace zel
