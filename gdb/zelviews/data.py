@@ -4,7 +4,7 @@ from .memory import Array, Text, quote, target_of
 from .view import ListView, View
 
 
-class DataTreeView(ListView):
+class DataTreeView(View):
     NAME = "DataTree"
     FIELDS = ("m_name", "m_value", "m_children")
 

@@ -1,5 +1,6 @@
 """Reads strings, arrays and pointers in the program's memory, and trusts none of them."""
 
+import re
 from itertools import islice
 
 import gdb
@@ -7,8 +8,8 @@ import gdb
 READ_ERRORS = (gdb.error, OverflowError, TypeError, ValueError)
 UNREADABLE = "<unreadable>"
 
-_NO_LIMIT = 1 << 24
 STRING = "std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >"
+_NO_LIMIT = 1 << 24
 _ESCAPES = {'"': '\\"', "\\": "\\\\", "\n": "\\n", "\r": "\\r", "\t": "\\t"}
 
 
@@ -65,14 +66,24 @@ class Array:
 
     def quoted(self):
         """An array of std::string in braces, as far as GDB prints arrays."""
-        shown = [quote(string) for string in islice(self, limit())]
+        try:
+            shown = [quote(string) for string in islice(self, limit())]
+        except READ_ERRORS:
+            return UNREADABLE
         cut = "..." if len(shown) < (self.length or 0) else ""
         return f"{{{', '.join(shown)}}}{cut}"
 
 
 def limit():
     """How many characters or elements GDB prints."""
-    return gdb.parameter("print elements") or _NO_LIMIT
+    return print_option("max_elements", "print elements") or _NO_LIMIT
+
+
+def print_option(name, setting):
+    """How the command that is running prints, as far as this GDB tells more than the setting."""
+    if hasattr(gdb, "print_options"):
+        return gdb.print_options()[name]
+    return gdb.parameter(setting)
 
 
 def quote(string):
@@ -102,7 +113,7 @@ def class_of(pointer):
     _, found, name = table.format_string(symbols=True).partition("<vtable for ")
     if not found:
         return "of unknown class"
-    return name.rpartition("+")[0].replace(STRING, "std::string")
+    return re.sub(f"{STRING}( (?=>))?", "std::string", name.rpartition("+")[0])
 
 
 def _escape(raw):

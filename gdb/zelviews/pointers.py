@@ -2,7 +2,7 @@
 
 import gdb
 
-from .memory import READ_ERRORS, UNREADABLE, target_of
+from .memory import READ_ERRORS, UNREADABLE, print_option, target_of
 from .view import View
 
 
@@ -49,7 +49,7 @@ class WeakPtrView(View):
 
 def _count_of(pointer):
     try:
-        if not pointer.dereference().type.strip_typedefs().fields():
+        if not pointer.type.target().strip_typedefs().fields():
             return "count unknown"
         counted = pointer.cast(gdb.lookup_type("zel::RCObject").pointer())
         return f"count {int(counted['m_refCount'])}"
@@ -60,7 +60,8 @@ def _count_of(pointer):
 def _as_told(pointer):
     """The pointer to the derived object if `set print object on` asks for it."""
     try:
-        return pointer.cast(pointer.dynamic_type) if gdb.parameter("print object") else pointer
+        derived = print_option("actual_objects", "print object")
+        return pointer.cast(pointer.dynamic_type) if derived else pointer
     except READ_ERRORS:
         return pointer
 

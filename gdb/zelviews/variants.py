@@ -33,7 +33,7 @@ class VariantView(ListView):
         code = self._code()
         known = _ELEMENTS.get(code & ~_ARRAY_BIT)
         if known is None:
-            return f"Variant of unknown type {code:#x}"
+            return f"Variant of unknown type {code & 0xFFFFFFFF:#x}"
         name, _ = known
         if code & _ARRAY_BIT == 0:
             return f"Variant {name} = {_text_of(self._held())}"

@@ -34,13 +34,18 @@ class View:
         try:
             return self.describe()
         except READ_ERRORS:
-            return f"{self.NAME} {UNREADABLE}"
+            return self._unreadable()
 
     def children(self):
+        if self.to_string() == self._unreadable():
+            return
         try:
             yield from self.parts()
         except READ_ERRORS:
             yield "more", UNREADABLE
+
+    def _unreadable(self):
+        return f"{self.NAME} {UNREADABLE}"
 
 
 class ListView(View):

@@ -6,8 +6,7 @@
 #include "zel/foundation/MemOS.h"
 #include "zel/variant/Variant.h"
 
-#include <array>
-#include <cstddef>
+#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,15 +15,12 @@ using namespace zel;
 
 namespace {
 
-class Named : public RCObject {
-public:
-    explicit Named(int number) : m_number(number) {}
-    int m_number;
+struct Base : RCObject {
+    int m_number = 7;
 };
 
-class Better : public Named {
-public:
-    using Named::Named;
+struct Derived : Base {
+    int m_extra = 8;
 };
 
 class Printer : public EventSink<std::string> {
@@ -37,28 +33,31 @@ public:
     using Variant<double>::Variant;
 };
 
-// Memory that never held the object it is taken for, filled with one byte.
+// An object that was never made: its memory is filled with one byte.
 template <class T>
-class Broken {
-public:
-    explicit Broken(int byte) { m_memory.fill(static_cast<std::byte>(byte)); }
-    const T& Get() const { return *reinterpret_cast<const T*>(m_memory.data()); }
+union Broken {
+    explicit Broken(unsigned char byte) { std::fill_n(m_bytes, sizeof(T), byte); }
+    ~Broken() {}
 
-private:
-    alignas(T) std::array<std::byte, sizeof(T)> m_memory;
+    unsigned char m_bytes[sizeof(T)];
+    T m_object;
 };
 
 struct BrokenObjects {
-    explicit BrokenObjects(int byte)
-        : pointer(byte), weak(byte), text(byte), number(byte), array(byte), variant(byte),
-          tree(byte), table(byte), row(byte), source(byte) {}
+    explicit BrokenObjects(unsigned char byte)
+        : pointer(byte),
+          weak(byte),
+          text(byte),
+          variant(byte),
+          tree(byte),
+          table(byte),
+          row(byte),
+          source(byte) {}
 
     Broken<RCPtr<DataTree>> pointer;
     Broken<WeakPtr<DataTree>> weak;
     Broken<MemOS> text;
-    Broken<Variant<float>> number;
-    Broken<Variant<std::vector<std::string>>> array;
-    Broken<VariantBase> variant;
+    Broken<Variant<std::vector<std::string>>> variant;
     Broken<DataTree> tree;
     Broken<DataTable> table;
     Broken<DataRow> row;
@@ -70,18 +69,28 @@ __attribute__((noinline)) void Show() {
 }
 
 RCPtr<DataTree> MakeWideTree() {
-    RCPtr<DataTree> wide(new DataTree("wide", ""));
+    RCPtr<DataTree> wide(new DataTree("wide", "v"));
     for (int i = 0; i < 100000; ++i) {
         wide->AppendChild(new DataTree("n", "v"));
     }
     return wide;
 }
 
+RCPtr<DataTree> MakeDeepTree() {
+    RCPtr<DataTree> deep(new DataTree("100000", ""));
+    for (int i = 100000; i-- > 0;) {
+        const RCPtr<DataTree> parent(new DataTree(std::to_string(i), ""));
+        parent->AppendChild(deep);
+        deep = parent;
+    }
+    return deep;
+}
+
 RCPtr<DataTable> MakeUsers() {
     RCPtr<DataTable> users(new DataTable);
     users->AddField("name");
     users->AddField("shell");
-    const std::vector<std::vector<std::string>> rows = {{"ada", "/bin/sh"}, {}, {"a\"b\n", "", "ä"}};
+    const std::vector<std::vector<std::string>> rows = {{"ada", "/bin/sh"}, {}, {"a\"b"}};
     for (const std::vector<std::string>& cells : rows) {
         const RCPtr<DataRow> row = users->CreateRow();
         row->Assign(cells);
@@ -91,49 +100,47 @@ RCPtr<DataTable> MakeUsers() {
 }
 
 template <class T>
-RCPtr<VariantBase> Make(T value, bool isFixed = false) {
-    return new Variant<T>(std::move(value), isFixed);
+RCPtr<VariantBase> Make(T value) {
+    return new Variant<T>(std::move(value));
 }
 
 }  // namespace
 
 int main() {
-    const RCPtr<Named> none;
-    const RCPtr<Named> named(new Better(7));
-    const RCPtr<Named> second = named;
-    const WeakPtr<Named> weakNone;
-    const WeakPtr<Named> weak(named);
-    const WeakPtr<Named> gone(RCPtr<Named>(new Named(8)));
+    const RCPtr<DataTree> none;
+    const RCPtr<DataTree> leaf(new DataTree("interval", "60"));
+    const RCPtr<DataTree> second = leaf;
+    const RCPtr<Base> derived(new Derived);
+    const WeakPtr<DataTree> weakNone;
+    const WeakPtr<DataTree> weak(leaf);
+    const WeakPtr<DataTree> gone(RCPtr<DataTree>(new DataTree("gone", "")));
 
     MemOS empty;
     MemOS message;
-    message << "Node \"x\" " << 42;
+    message << "Node \"x\"\t" << 42 << "\x01\xFF\xC3\xA4";
     MemOS longText;
     longText << std::string(5000, '-');
 
     const Variant<unsigned char> byte(65);
     const Variant<std::string> word("ein Wort");
     const OwnVariant own(0.25);
+    const RCPtr<VariantBase> byName = VariantBase::CreateByTypeName("U32[3]");
     const std::vector<RCPtr<VariantBase>> variants = {
         Make<signed char>(-5),
         Make<unsigned short>(65535),
         Make<long long>(-9000000000),
         Make(2.5F),
-        Make(0.1),
-        Make<std::string>(""),
-        Make<std::vector<unsigned char>>({1, 65}),
-        Make<std::vector<float>>({1, 2.5F, 3}, true),
-        Make<std::vector<std::string>>({"a", "", std::string(30, 'z')}),
-        Make<std::vector<int>>({}),
-        Make(std::vector<double>(1000000)),
+        Make(std::string()),
+        Make(std::vector<unsigned char>{1, 65}),
+        Make(std::vector<std::string>{"a", "", "z\n"}),
+        Make(std::vector<int>()),
+        Make(std::vector<double>(1000000, 0.5)),
     };
-    // Its type is named nowhere in this program.
-    const RCPtr<VariantBase> byName = VariantBase::CreateByTypeName("U32[3]");
 
-    const RCPtr<DataTree> leaf(new DataTree("interval", "60"));
-    const RCPtr<DataTree> station = DataTree::FromString(R"(["station" ."name" = "Harbour"
-        ["logger" ."interval" = "60"] ])");
+    const RCPtr<DataTree> station =
+        DataTree::FromString(R"(["station" ."name" = "Harbour" ["logger" ."interval" = "60"]])");
     const RCPtr<DataTree> wide = MakeWideTree();
+    const RCPtr<DataTree> deep = MakeDeepTree();
     const RCPtr<DataTable> users = MakeUsers();
 
     EventSource<std::string> quiet;
@@ -142,7 +149,6 @@ int main() {
     changed.Connect([](const std::string&) {});
 
     const BrokenObjects zeros(0x00);
-    const BrokenObjects letters(0x41);
     const BrokenObjects ones(0xFF);
     Show();
     return 0;
