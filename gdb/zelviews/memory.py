@@ -116,8 +116,10 @@ def class_of(pointer):
     return re.sub(f"{STRING}( (?=>))?", "std::string", name.rpartition("+")[0])
 
 
+# GDB fails on a character that its output has no place for.
 def _escape(raw):
-    return "".join(map(_escape_one, raw.decode(errors="surrogateescape")))
+    charset = gdb.host_charset() if hasattr(gdb, "host_charset") else "ascii"
+    return "".join(map(_escape_one, raw.decode(charset, "surrogateescape")))
 
 
 def _escape_one(char):

@@ -19,7 +19,13 @@ class View:
         if value.type.code in (gdb.TYPE_CODE_REF, gdb.TYPE_CODE_RVALUE_REF):
             value = value.referenced_value()
         known = all(_has_field(value.type.strip_typedefs(), name) for name in cls.FIELDS)
-        return cls(value) if known else None
+        if not known:
+            return None
+        view = cls(value)
+        # A front end shows no text of what has children.
+        if view._has_parts():
+            view.children = view._readable_parts
+        return view
 
     def __init__(self, value):
         self.value = value
@@ -34,18 +40,20 @@ class View:
         try:
             return self.describe()
         except READ_ERRORS:
-            return self._unreadable()
+            return f"{self.NAME} {UNREADABLE}"
 
-    def children(self):
-        if self.to_string() == self._unreadable():
-            return
+    def _has_parts(self):
+        try:
+            self.describe()
+        except READ_ERRORS:
+            return False
+        return next(self._readable_parts(), None) is not None
+
+    def _readable_parts(self):
         try:
             yield from self.parts()
         except READ_ERRORS:
             yield "more", UNREADABLE
-
-    def _unreadable(self):
-        return f"{self.NAME} {UNREADABLE}"
 
 
 class ListView(View):

@@ -56,8 +56,7 @@ CHECKS = (
     ("quiet", "EventSource, 0 sinks"),
     (
         "changed",
-        "EventSource, 2 sinks = {0x Printer, "
-        "0x zel::EventSource<std::string>::CallableSink<main::{lambda(std::string const&)#1}>}",
+        "EventSource, 2 sinks = {0x Printer, 0x zel::EventSource<std::string>::CallableSink<Listener>}",
     ),
     ("zeros.pointer.m_object", "null"),
     ("zeros.weak.m_object", "null"),

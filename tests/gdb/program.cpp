@@ -28,6 +28,10 @@ public:
     bool OnEvent(const std::string&) override { return true; }
 };
 
+struct Listener {
+    void operator()(const std::string&) const {}
+};
+
 class OwnVariant : public Variant<double> {
 public:
     using Variant<double>::Variant;
@@ -146,7 +150,7 @@ int main() {
     EventSource<std::string> quiet;
     EventSource<std::string> changed;
     changed.AddSink(new Printer);
-    changed.Connect([](const std::string&) {});
+    changed.Connect(Listener());
 
     const BrokenObjects zeros(0x00);
     const BrokenObjects ones(0xFF);
