@@ -1,6 +1,4 @@
-// Puts the types that the debugger's views know into the library's debug information, whatever the
-// rest of it is compiled with. Compilers describe a class with virtual functions only in the file
-// that defines them, and so a program that is compiled for the debugger doesn't bring them.
+// The classes that the debugger's views show, named so that this file's debug information has them.
 
 #include "zel/data/DataTable.h"
 #include "zel/data/DataTree.h"

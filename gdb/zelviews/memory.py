@@ -10,6 +10,8 @@ UNREADABLE = "<unreadable>"
 
 STRING = "std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >"
 _NO_LIMIT = 1 << 24
+# GDB takes a longer text for an empty one.
+_LONGEST = (1 << 31) - 1
 _ESCAPES = {'"': '\\"', "\\": "\\\\", "\n": "\\n", "\r": "\\r", "\t": "\\t"}
 
 
@@ -27,7 +29,8 @@ class Text:
 
     def lazily(self):
         """For GDB to read and quote when it comes to print it, as far as it prints texts."""
-        return self.start.lazy_string(length=self.length)
+        sound = 0 <= self.length <= _LONGEST
+        return self.start.lazy_string(length=self.length) if sound else UNREADABLE
 
     def quoted(self):
         """In quotes, as far as GDB prints texts."""
@@ -66,11 +69,13 @@ class Array:
 
     def quoted(self):
         """An array of std::string in braces, as far as GDB prints arrays."""
+        if self.length is None:
+            return UNREADABLE
         try:
             shown = [quote(string) for string in islice(self, limit())]
         except READ_ERRORS:
             return UNREADABLE
-        cut = "..." if len(shown) < (self.length or 0) else ""
+        cut = "..." if len(shown) < self.length else ""
         return f"{{{', '.join(shown)}}}{cut}"
 
 
