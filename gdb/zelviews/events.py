@@ -1,6 +1,6 @@
 """EventSource."""
 
-from .memory import UNREADABLE, READ_ERRORS, Array, class_of
+from .memory import READ_ERRORS, UNREADABLE, Array, class_of
 from .view import ListView
 
 

@@ -5,7 +5,8 @@ from itertools import islice
 
 import gdb
 
-READ_ERRORS = (gdb.error, OverflowError, TypeError, ValueError)
+# What reading raises where memory, type or layout isn't what it should be.
+READ_ERRORS = (gdb.error, AttributeError, LookupError, OverflowError, TypeError, ValueError)
 UNREADABLE = "<unreadable>"
 
 STRING = "std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >"

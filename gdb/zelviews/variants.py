@@ -19,7 +19,6 @@ _ELEMENTS = {
     0x48: ("D64", "double"),
     0x80: ("string", STRING),
 }
-_ELEMENT_BITS = 0x0FF
 _ARRAY_BIT = 0x200
 
 
@@ -43,7 +42,7 @@ class VariantView(ListView):
         return f"Variant {name}[], {values.count('element', 'elements')}"
 
     def parts(self):
-        if self._code() & ~_ELEMENT_BITS == _ARRAY_BIT:
+        if self._code() & ~_ARRAY_BIT in _ELEMENTS and self._code() & _ARRAY_BIT:
             for i, value in enumerate(Array.of(self._held())):
                 yield f"[{i}]", _part_of(value)
 
@@ -66,7 +65,7 @@ class VariantBaseView(VariantView):
         return super().describe()
 
     def _held(self):
-        _, held = _ELEMENTS[self._code() & _ELEMENT_BITS]
+        _, held = _ELEMENTS[self._code() & ~_ARRAY_BIT]
         if self._code() & _ARRAY_BIT:
             held = f"std::vector<{held}, std::allocator<{held} > >"
         variant = gdb.lookup_type(f"zel::Variant<{held} >")

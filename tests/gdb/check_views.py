@@ -90,7 +90,7 @@ def main():
         shown = show(expression)
         if shown != expected:
             failures += 1
-            print(f"Failure: {expression}\n  shows    {shown}\n  expected {expected}")
+            print(f"print {expression}: Failure\n  shows    {shown}\n  expected {expected}")
     print(f"{len(CHECKS) - failures} of {len(CHECKS)} views are as expected")
     gdb.execute(f"quit {min(failures, 1)}")
 
