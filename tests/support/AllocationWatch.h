@@ -9,6 +9,12 @@ namespace zel::test {
 // How many blocks the calling thread has asked for so far.
 std::size_t CountAllocations() noexcept;
 
+// How many of them it was refused.
+std::size_t CountRefusals() noexcept;
+
+// How many it has got and hasn't given back.
+long CountBlocksHeld() noexcept;
+
 // Lets the calling thread's next `count` requests succeed and all later ones fail; -1 ends it.
 void FailAllocationsAfter(long count) noexcept;
 
