@@ -2,6 +2,8 @@
 
 #include "zel/variant/VariantConversionImp.h"
 
+#include <iterator>
+
 // SetValue and GetValue of VariantBase: the one gate through which values enter and leave.
 
 namespace zel {
@@ -99,9 +101,13 @@ inline bool GetConverted(const VariantBase* variant, int elementCode,
         using E = typename decltype(tag)::Element;
         if constexpr (NumericElement<E>) {
             if (auto* const values = VariantAccess::FindValue<std::vector<E>>(variant)) {
+                std::vector<std::string> read;
+                read.reserve(values->size());
                 for (const E& value : *values) {
-                    texts->push_back(StringUtils::NumberAsString(value));
+                    read.push_back(StringUtils::NumberAsString(value));
                 }
+                texts->insert(texts->end(), std::make_move_iterator(read.begin()),
+                              std::make_move_iterator(read.end()));
                 return true;
             }
         }
@@ -191,7 +197,7 @@ bool VariantBase::StoreValue(const T& value, bool throwOnError) {
                 CountElements(value), " elements, but variant is fixed at ", count, " elements");
         }
         if (T* const own = VariantAccess::FindValue<T>(this)) {
-            *own = value;
+            AssignWhole(*own, value);
             return true;
         }
         return StoreWidened(*this, value) || SetOtherType(*this, value, throwOnError);
@@ -236,7 +242,7 @@ template <class T>
 bool VariantBase::FetchValue(T* value, bool throwOnError) const {
     CriticalSectionLock lock(&m_cs);
     if (const T* const own = VariantAccess::FindValue<T>(this)) {
-        *value = *own;
+        AssignWhole(*value, *own);
         return true;
     }
     if constexpr (std::is_same_v<T, std::string>) {
