@@ -1,93 +1,20 @@
 #include "zel/bridge/CFuncBinder.h"
-#include "zel/core/Logger.h"
+#include "zel/core/StringUtils.h"
 #include "zel/data/DataTable.h"
 #include "zel/data/DataTree.h"
 #include "zel/foundation/EventSource.h"
 #include "zel/foundation/Log.h"
-#include "zel/foundation/MemOS.h"
-#include "zel/variant/Variant.h"
 
-#include "tests/support/AllocationWatch.h"
+#include "tests/faults/Sweep.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <list>
-#include <memory>
-#include <new>
-#include <sstream>
 
 namespace zel {
 namespace {
 
-// Too long for any string to hold in itself.
-const std::string LONG(60, 'x');
-
-// A thing in a state that a text tells, and a change of it: true if it was made, false or
-// std::bad_alloc if memory ran out.
-struct Trial {
-    std::function<bool()> change;
-    std::function<std::string()> state;
-};
-
-struct Scenario {
-    std::string name;
-    std::function<Trial()> begin;
-};
-
-template <class Thing, class Change, class State>
-Trial On(Thing thing, Change change, State state) {
-    const auto held = std::make_shared<Thing>(std::move(thing));
-    return {[=] {
-                if constexpr (std::is_void_v<decltype(change(*held))>) {
-                    change(*held);
-                    return true;
-                } else {
-                    return change(*held);
-                }
-            },
-            [=] { return state(*held); }};
-}
-
-bool Change(const Trial& trial) {
-    try {
-        return trial.change();
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
-}
-
-// Lets every request from the `step`th on fail. True if none was made.
-bool PassesStep(const Scenario& scenario, long step, const std::string& expected) {
-    const long heldBefore = test::CountBlocksHeld();
-    const std::size_t refusalsBefore = test::CountRefusals();
-    {
-        const Trial trial = scenario.begin();
-        const std::string before = trial.state();
-        test::FailAllocationsAfter(step);
-        const bool isDone = Change(trial);
-        test::FailAllocationsAfter(-1);
-        EXPECT_EQ(trial.state(), isDone ? expected : before) << "with " << step << " allocations";
-        EXPECT_TRUE(isDone || Change(trial));
-        EXPECT_EQ(trial.state(), expected) << "after " << step << " allocations and a new try";
-    }
-    EXPECT_EQ(test::CountBlocksHeld(), heldBefore) << "leak after " << step << " allocations";
-    return test::CountRefusals() == refusalsBefore;
-}
-
-void Sweep(const std::vector<Scenario>& scenarios) {
-    for (const Scenario& scenario : scenarios) {
-        SCOPED_TRACE(scenario.name);
-        const Trial unhurt = scenario.begin();
-        ASSERT_TRUE(Change(unhurt));
-        const std::string expected = unhurt.state();
-        long step = 0;
-        while (!PassesStep(scenario, step, expected) && !testing::Test::HasFailure()) {
-            ++step;
-        }
-        EXPECT_GT(step, 0) << "nothing was allocated";
-    }
-}
+using namespace test;
 
 struct Named : RCObject {
     explicit Named(std::string text) : name(std::move(text)) {}
@@ -128,21 +55,6 @@ Scenario OnRadio(const char* name, std::function<void(Radio&)> change) {
             }};
 }
 
-// What a stream holds, unless it tells by its state that it doesn't hold all.
-bool TakeText(std::ostringstream& out, std::string& text) {
-    if (out.good()) {
-        text = out.str();
-    }
-    return out.good();
-}
-
-// Changes that bring something about beside what is there: at first an empty text.
-Scenario OfText(std::string name, std::function<bool(std::string&)> make) {
-    return {std::move(name), [make = std::move(make)] {
-                return On(std::string(), make, [](const std::string& text) { return text; });
-            }};
-}
-
 TEST(AllocationSweepTest, Foundation) {
     Sweep({
         {"objects and weak pointers",
@@ -178,8 +90,6 @@ TEST(AllocationSweepTest, Foundation) {
                }),
     });
 }
-
-// ---- trees and tables --------------------------------------------------------------------------
 
 using Tree = RCPtr<DataTree>;
 
@@ -293,95 +203,6 @@ TEST(AllocationSweepTest, ATableKeepsTheRowsAheadOfAFailure) {
         EXPECT_EQ(written.size(), rows * (LONG.size() + 4));
     }
 }
-
-// ---- variants ----------------------------------------------------------------------------------
-
-using Value = RCPtr<VariantBase>;
-
-std::string BytesOf(const Value& value) {
-    std::ostringstream out;
-    return value && value->WriteValueToStream(out) ? out.str() : "none";
-}
-
-Value MakeValue(const std::string& type, const std::string& text) {
-    const Value value = VariantBase::CreateByTypeName(type);
-    EXPECT_TRUE(value->ReadValueFromString(text, false));
-    return value;
-}
-
-void AddVariantScenarios(const std::string& type, const std::string& before,
-                         const std::string& after, std::vector<Scenario>& scenarios) {
-    const std::string bytes = BytesOf(MakeValue(type, after));
-    const auto add = [&](const char* name, std::function<bool(Value&)> change) {
-        scenarios.push_back(
-            {type + ' ' + name, [=] { return On(MakeValue(type, before), change, BytesOf); }});
-    };
-    add("create", [=](Value& value) {
-        value = VariantBase::CreateByTypeName(type);
-        return true;
-    });
-    add("clone", [](Value& value) {
-        const Value copy = value->Clone();
-        copy->SetMaximumValue();
-        EXPECT_FALSE(copy->IsEqual(value, false, false, true));
-        value = copy;
-        return true;
-    });
-    add("text", [=](Value& value) { return value->ReadValueFromString(after, false); });
-    add("set from text", [=](Value& value) { return value->SetValue(after, false); });
-    add("stream", [=](Value& value) {
-        std::istringstream in(bytes);
-        return value->ReadValueFromStream(in);
-    });
-    add("buffer", [=](Value& value) {
-        std::string block = bytes;
-        unsigned long long left = block.size();
-        return value->ReadValueFromBuffer(block.data(), left, true) != nullptr;
-    });
-    const auto addWriter = [&](const char* name, auto write) {
-        scenarios.push_back(OfText(
-            type + ' ' + name,
-            [=, value = MakeValue(type, after)](std::string& text) { return write(value, text); }));
-    };
-    addWriter("to text", [](const Value& value, std::string& text) {
-        text = value->WriteValueToString(true);
-        return true;
-    });
-    addWriter("to a stream", [](const Value& value, std::string& text) {
-        std::ostringstream out;
-        return value->WriteValueToStream(out) && TakeText(out, text);
-    });
-    addWriter("to strings", [](const Value& value, std::string& text) {
-        std::vector<std::string> texts;
-        const bool isDone = !value->IsArray() || value->GetValue(&texts, false);
-        return isDone && value->GetValue(&text, false);
-    });
-    if (type.ends_with("[]")) {
-        add("add", [=](Value& value) {
-            return value->AddElementToVectorAsString(0, after.substr(0, after.find('`')).c_str(),
-                                                     false);
-        });
-        add("remove", [](Value& value) { return value->RemoveElementFromVector(0, false); });
-        add("lengthen", [](Value& value) {
-            value->SetNumberOfElements(50);
-            return true;
-        });
-    }
-}
-
-TEST(AllocationSweepTest, Variants) {
-    std::vector<Scenario> scenarios;
-    const std::string texts = LONG + '`' + LONG + "`short";
-#define ZEL_ADD(Type, Name, ...)                                                            \
-    AddVariantScenarios(Name, "7", NumericElement<Type> ? "9" : LONG, scenarios);           \
-    AddVariantScenarios(Name "[]", "7", NumericElement<Type> ? "1`2`3" : texts, scenarios); \
-    AddVariantScenarios(Name "[3]", "7`8`9", NumericElement<Type> ? "1`2`3" : texts, scenarios);
-    ZEL_FOR_EACH_ELEMENT(ZEL_ADD)
-#undef ZEL_ADD
-    Sweep(scenarios);
-}
-
-// ---- bridge and log ----------------------------------------------------------------------------
 
 struct Registry {
     Registry() { CBinder::Prepare(); }
