@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zel/core/Logger.h"
+
 #include "tests/support/AllocationWatch.h"
 
 #include <gtest/gtest.h>
@@ -11,9 +13,9 @@
 #include <string>
 #include <vector>
 
-// Scenarios that run again and again, each time with one allocation more before memory is out, up
-// to the run that nothing fails in. A change is made or not made, and nothing in between; nothing
-// leaks, and the thing can be used as before.
+// Scenarios that run again and again, each time with one allocation more ahead of the one that
+// fails, alone or with all behind it, up to the run that nothing fails in. A change is made or not
+// made, and nothing in between; nothing leaks, and the thing can be used as before.
 namespace zel::test {
 
 // Too long for any string to hold in itself.
@@ -53,14 +55,15 @@ inline bool Change(const Trial& trial) {
     }
 }
 
-// Lets every request from the `step`th on fail. True if none was made.
-inline bool PassesStep(const Scenario& scenario, long step, const std::string& expected) {
+// Lets the request behind `step` others fail. True if there was none.
+inline bool PassesStep(const Scenario& scenario, long step, bool onlyOne,
+                       const std::string& expected) {
     const long heldBefore = CountBlocksHeld();
     const std::size_t refusalsBefore = CountRefusals();
     {
         const Trial trial = scenario.begin();
         const std::string before = trial.state();
-        FailAllocationsAfter(step);
+        FailAllocationsAfter(step, onlyOne);
         const bool isDone = Change(trial);
         FailAllocationsAfter(-1);
         EXPECT_EQ(trial.state(), isDone ? expected : before) << "with " << step << " allocations";
@@ -71,15 +74,42 @@ inline bool PassesStep(const Scenario& scenario, long step, const std::string& e
     return CountRefusals() == refusalsBefore;
 }
 
+// Every message that there is to log is made.
+class LoggingScope {
+public:
+    LoggingScope() {
+        constexpr int everything = 6;
+        m_logger->SetGlobalLogLevel(everything);
+        m_logger->SetAreaLevel("Variant", everything);
+        m_logger->AddSink(new NoSink);
+        m_logger->Start();
+        Logger::SetInstance(m_logger);
+    }
+
+    ~LoggingScope() { Logger::SetInstance(nullptr); }
+    LoggingScope(const LoggingScope&) = delete;
+    LoggingScope& operator=(const LoggingScope&) = delete;
+
+private:
+    class NoSink : public LogSink {
+        void Write(const LogRecord&) override {}
+    };
+
+    const RCPtr<Logger> m_logger{new Logger};
+};
+
 inline void Sweep(const std::vector<Scenario>& scenarios) {
+    const LoggingScope logging;
     for (const Scenario& scenario : scenarios) {
         SCOPED_TRACE(scenario.name);
         const Trial unhurt = scenario.begin();
         ASSERT_TRUE(Change(unhurt));
         const std::string expected = unhurt.state();
-        long step = 0;
-        while (!PassesStep(scenario, step, expected) && !testing::Test::HasFailure()) {
-            ++step;
+        for (const bool onlyOne : {false, true}) {
+            long step = 0;
+            while (!PassesStep(scenario, step, onlyOne, expected) && !testing::Test::HasFailure()) {
+                ++step;
+            }
         }
     }
 }

@@ -81,6 +81,11 @@ void AddVariantScenarios(const std::string& type, const std::string& before,
                                      Joined);
                              }});
     }
+    if (type == "D64[]" || type == "D64[3]") {
+        add("set from numbers", [](Value& value) {
+            return value->SetValue(std::vector<float>{1, 2, 3}, false);
+        });
+    }
     if (type.ends_with("[]")) {
         add("add", [=](Value& value) {
             return value->AddElementToVectorAsString(0, after.substr(0, after.find('`')).c_str(),

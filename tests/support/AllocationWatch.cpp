@@ -12,6 +12,7 @@ thread_local std::size_t t_allocations = 0;
 thread_local std::size_t t_refusals = 0;
 thread_local long t_blocksHeld = 0;
 thread_local long t_allocationsLeft = -1;
+thread_local bool t_failsOnlyOne = false;
 std::atomic<const void*> s_watchedBlock{nullptr};
 void (*s_onFree)() = nullptr;
 
@@ -19,6 +20,7 @@ void* Allocate(std::size_t size) {
     ++t_allocations;
     if (t_allocationsLeft == 0) {
         ++t_refusals;
+        t_allocationsLeft -= t_failsOnlyOne ? 1 : 0;
         throw std::bad_alloc();
     }
     t_allocationsLeft -= t_allocationsLeft > 0 ? 1 : 0;
@@ -52,8 +54,9 @@ long CountBlocksHeld() noexcept {
     return t_blocksHeld;
 }
 
-void FailAllocationsAfter(long count) noexcept {
+void FailAllocationsAfter(long count, bool onlyOne) noexcept {
     t_allocationsLeft = count;
+    t_failsOnlyOne = onlyOne;
 }
 
 void WatchBlock(const void* block, void (*onFree)()) noexcept {

@@ -15,8 +15,9 @@ std::size_t CountRefusals() noexcept;
 // How many it has got and hasn't given back.
 long CountBlocksHeld() noexcept;
 
-// Lets the calling thread's next `count` requests succeed and all later ones fail; -1 ends it.
-void FailAllocationsAfter(long count) noexcept;
+// Lets the calling thread's next `count` requests succeed and all later ones fail, or `onlyOne`;
+// -1 ends it.
+void FailAllocationsAfter(long count, bool onlyOne = false) noexcept;
 
 // Calls `onFree` once when `block` is given back.
 void WatchBlock(const void* block, void (*onFree)()) noexcept;

@@ -204,12 +204,13 @@ bool VariantBase::StoreValue(const T& value, bool throwOnError) {
     }
 }
 
-// The level-5 line of a value that isn't in the caller's type already.
+// The level-5 line of a value that isn't in the caller's type already. It allocates nothing, as the
+// caller has the value by now.
 inline void LogFetched(const VariantBase& variant, const std::type_info& target) {
     if (s_variantLog.IsEnabled(5)) {
         Log(s_variantLog, 5,
             "[VariantBase::GetValue] Able to secondarily convert variant value of type ",
-            variant.GetType(), " to object of type ", target.name());
+            variant.GetTypeInfo().name(), " to object of type ", target.name());
     }
 }
 
