@@ -9,7 +9,6 @@
 #include <functional>
 #include <memory>
 #include <new>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -112,21 +111,6 @@ inline void Sweep(const std::vector<Scenario>& scenarios) {
             }
         }
     }
-}
-
-// What a stream holds, unless it tells by its state that it doesn't hold all.
-inline bool TakeText(std::ostringstream& out, std::string& text) {
-    if (out.good()) {
-        text = out.str();
-    }
-    return out.good();
-}
-
-// Changes that bring something about beside what is there: at first an empty text.
-inline Scenario OfText(std::string name, std::function<bool(std::string&)> make) {
-    return {std::move(name), [make = std::move(make)] {
-                return On(std::string(), make, [](const std::string& text) { return text; });
-            }};
 }
 
 }  // namespace zel::test

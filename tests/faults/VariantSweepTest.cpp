@@ -4,22 +4,20 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 namespace zel {
 namespace {
 
 using namespace test;
 
 using Value = RCPtr<VariantBase>;
-
 using Texts = std::vector<std::string>;
-
-std::string Joined(const Texts& texts) {
-    return Variant<Texts>(texts).WriteValueToString(true);
-}
 
 std::string BytesOf(const Value& value) {
     std::ostringstream out;
-    return value && value->WriteValueToStream(out) ? out.str() : "none";
+    EXPECT_TRUE(value->WriteValueToStream(out));
+    return out.str();
 }
 
 Value MakeValue(const std::string& type, const std::string& text) {
@@ -28,96 +26,143 @@ Value MakeValue(const std::string& type, const std::string& text) {
     return value;
 }
 
-void AddVariantScenarios(const std::string& type, const std::string& before,
-                         const std::string& after, std::vector<Scenario>& scenarios) {
-    const std::string bytes = BytesOf(MakeValue(type, after));
-    const auto add = [&](const char* name, std::function<bool(Value&)> change) {
-        scenarios.push_back(
-            {type + ' ' + name, [=] { return On(MakeValue(type, before), change, BytesOf); }});
-    };
-    add("create", [=](Value& value) {
-        value = VariantBase::CreateByTypeName(type);
-        return true;
-    });
-    add("clone", [](Value& value) {
-        const Value copy = value->Clone();
-        copy->SetMaximumValue();
-        EXPECT_FALSE(copy->IsEqual(value, false, false, true));
-        value = copy;
-        return true;
-    });
-    add("text", [=](Value& value) { return value->ReadValueFromString(after, false); });
-    add("set from text", [=](Value& value) { return value->SetValue(after, false); });
-    add("stream", [=](Value& value) {
-        std::istringstream in(bytes);
-        return value->ReadValueFromStream(in);
-    });
-    add("buffer", [=](Value& value) {
-        std::string block = bytes;
-        unsigned long long left = block.size();
-        return value->ReadValueFromBuffer(block.data(), left, true) != nullptr;
-    });
-    const auto addWriter = [&](const char* name, auto write) {
-        scenarios.push_back(OfText(
-            type + ' ' + name,
-            [=, value = MakeValue(type, after)](std::string& text) { return write(value, text); }));
-    };
-    addWriter("to text", [](const Value& value, std::string& text) {
-        text = value->WriteValueToString(true);
-        return true;
-    });
-    addWriter("to a stream", [](const Value& value, std::string& text) {
-        std::ostringstream out;
-        return value->WriteValueToStream(out) && TakeText(out, text);
-    });
-    addWriter("to a string",
-              [](const Value& value, std::string& text) { return value->GetValue(&text, false); });
-    if (type.ends_with(']')) {
-        scenarios.push_back({type + " to strings", [=] {
-                                 const Value value = MakeValue(type, after);
+// A type, a value that its variant has and another, as text and as bytes.
+struct Sample {
+    std::string type;
+    std::string before;
+    std::string after;
+    std::string bytes = BytesOf(MakeValue(type, after));
+};
+
+// What a variant is changed to. What is made of it in another form is kept as a variant too.
+const struct {
+    const char* name;
+    const char* shape;  // what the names of the types end in
+    bool (*change)(Value& value, const Sample& sample);
+} s_changes[] = {
+    {"make by name", "",
+     [](Value& value, const Sample& sample) {
+         value = VariantBase::CreateByTypeName(sample.type);
+         return true;
+     }},
+    {"clone and compare", "",
+     [](Value& value, const Sample&) {
+         const Value copy = value->Clone();
+         copy->SetMaximumValue();
+         const bool isOther = copy->IsNotEqual(value, true, false, true);
+         value = copy;
+         return isOther;
+     }},
+    {"set text", "",
+     [](Value& value, const Sample& sample) { return value->SetValue(sample.after, false); }},
+    {"set numbers", "D64[3]",
+     [](Value& value, const Sample&) {
+         return value->SetValue(std::vector<float>{1, 2, 3}, false);
+     }},
+    {"read text", "",
+     [](Value& value, const Sample& sample) {
+         return value->ReadValueFromString(sample.after, false);
+     }},
+    {"read a stream", "",
+     [](Value& value, const Sample& sample) {
+         std::istringstream in(sample.bytes);
+         return value->ReadValueFromStream(in);
+     }},
+    {"read a buffer", "",
+     [](Value& value, const Sample& sample) {
+         std::string block = sample.bytes;
+         unsigned long long left = block.size();
+         return value->ReadValueFromBuffer(block.data(), left, true) != nullptr;
+     }},
+    {"get text", "",
+     [](Value& value, const Sample&) {
+         std::string text;
+         const bool isDone = value->GetValue(&text, false);
+         value = isDone ? Value(new Variant<std::string>(text)) : value;
+         return isDone;
+     }},
+    {"write text", "",
+     [](Value& value, const Sample&) {
+         value = new Variant<std::string>(value->WriteValueToString(true));
+         return true;
+     }},
+    {"write a stream", "",
+     [](Value& value, const Sample&) {
+         std::ostringstream out;
+         const bool isDone = value->WriteValueToStream(out) && out.good();
+         value = isDone ? Value(new Variant<std::string>(out.str())) : value;
+         return isDone;
+     }},
+    {"write a buffer", "",
+     [](Value& value, const Sample&) {
+         std::string block(300, '\0');
+         unsigned long long left = block.size();
+         const bool isDone = value->WriteValueToBuffer(block.data(), left, true) != nullptr;
+         value = isDone ? Value(new Variant<std::string>(block)) : value;
+         return isDone;
+     }},
+    {"add an element", "[]",
+     [](Value& value, const Sample& sample) {
+         const std::string element = sample.after.substr(0, sample.after.find('`'));
+         return value->AddElementToVectorAsString(0, element.c_str(), false);
+     }},
+    {"remove an element", "[]",
+     [](Value& value, const Sample&) { return value->RemoveElementFromVector(0, false); }},
+    {"lengthen", "]",
+     [](Value& value, const Sample&) {
+         value->SetNumberOfElements(50);
+         return true;
+     }},
+};
+
+std::string Joined(const Texts& texts) {
+    return Variant<Texts>(texts).WriteValueToString(true);
+}
+
+void SweepType(const Sample& sample) {
+    std::vector<Scenario> scenarios;
+    for (const auto& row : s_changes) {
+        if (sample.type.ends_with(row.shape)) {
+            scenarios.push_back({sample.type + ": " + row.name, [&] {
+                                     return On(
+                                         MakeValue(sample.type, sample.before),
+                                         [&](Value& value) { return row.change(value, sample); },
+                                         BytesOf);
+                                 }});
+        }
+    }
+    if (sample.type.ends_with(']')) {
+        scenarios.push_back({sample.type + ": get texts", [&] {
+                                 const Value value = MakeValue(sample.type, sample.after);
                                  return On(
                                      Texts({"kept", "kept"}),
                                      [=](Texts& texts) { return value->GetValue(&texts, false); },
                                      Joined);
                              }});
     }
-    if (type == "D64[]" || type == "D64[3]") {
-        add("set from numbers", [](Value& value) {
-            return value->SetValue(std::vector<float>{1, 2, 3}, false);
-        });
-    }
-    if (type.ends_with("[]")) {
-        add("add", [=](Value& value) {
-            return value->AddElementToVectorAsString(0, after.substr(0, after.find('`')).c_str(),
-                                                     false);
-        });
-        add("remove", [](Value& value) { return value->RemoveElementFromVector(0, false); });
-        add("lengthen", [](Value& value) {
-            value->SetNumberOfElements(50);
-            return true;
-        });
-    }
+    Sweep(scenarios);
 }
 
 TEST(VariantSweepTest, EveryTypeInEveryForm) {
-    std::vector<Scenario> scenarios;
     const std::string texts = LONG + '`' + LONG + "`short";
-#define ZEL_ADD(Type, Name, ...)                                                            \
-    AddVariantScenarios(Name, "7", NumericElement<Type> ? "9" : LONG, scenarios);           \
-    AddVariantScenarios(Name "[]", "7", NumericElement<Type> ? "1`2`3" : texts, scenarios); \
-    AddVariantScenarios(Name "[3]", "7`8`9", NumericElement<Type> ? "1`2`3" : texts, scenarios);
-    ZEL_FOR_EACH_ELEMENT(ZEL_ADD)
-#undef ZEL_ADD
-    scenarios.push_back(
-        {"assign", [] {
-             return On(
-                 Variant<Texts>({"a", "b"}),
-                 [](auto& value) {
-                     value = Variant<Texts>({LONG, LONG}, true);
-                 },
-                 [](const auto& value) { return Joined(value.GetValue()) + value.GetTypeName(); });
-         }});
-    Sweep(scenarios);
+#define ZEL_SWEEP(Type, Name, ...)                                       \
+    SweepType({Name, "7", NumericElement<Type> ? "9" : LONG});           \
+    SweepType({Name "[]", "7", NumericElement<Type> ? "1`2`3" : texts}); \
+    SweepType({Name "[3]", "7`8`9", NumericElement<Type> ? "1`2`3" : texts});
+    ZEL_FOR_EACH_ELEMENT(ZEL_SWEEP)
+#undef ZEL_SWEEP
+}
+
+TEST(VariantSweepTest, Assignment) {
+    Sweep(
+        {{"assign", [] {
+              return On(
+                  Variant<Texts>({"a", "b"}),
+                  [](auto& value) {
+                      value = Variant<Texts>({LONG, LONG}, true);
+                  },
+                  [](const auto& value) { return Joined(value.GetValue()) + value.GetTypeName(); });
+          }}});
 }
 
 }  // namespace
