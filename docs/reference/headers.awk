@@ -6,8 +6,8 @@
 #   - a comment behind a field is that field's
 #   - lines set in by four more blanks are code
 #
-# Special members that need no words count as documented, and so do macros that the file undefines
-# and instances of templates, which it leaves out.
+# Copies, moves, destructors and the constructors of exceptions need no words. Macros that the file
+# undefines and instances of templates are left out.
 
 function push(text) { block[++blockSize] = text }
 
@@ -21,6 +21,7 @@ function escape(text,    parts, count, i, result) {
             gsub(/&/, "\\&amp;", parts[i])
             gsub(/</, "\\&lt;", parts[i])
             gsub(/>/, "\\&gt;", parts[i])
+            gsub(/&gt;::/, "\\&gt;\\::", parts[i])
         }
         result = result (i > 1 ? "`" : "") parts[i]
         if (i < count) inBackticks = !inBackticks
@@ -52,6 +53,14 @@ function bare(line) {
     gsub(/'([^'\\]|\\.)*'/, "C", line)
     sub(/\/\/.*/, "", line)
     return line
+}
+
+# Where the comment behind the code of a line begins; 0 without one.
+function commentIn(line,    column) {
+    for (column = 1; column < length(line); ++column) {
+        if (substr(line, column, 2) == "//" && bare(substr(line, 1, column - 1)) !~ /"/) return column
+    }
+    return 0
 }
 
 # Follows the braces: what is open, and whether that is a function's body or an initialiser.
@@ -86,9 +95,9 @@ function follow(code,    i, c, head) {
 }
 
 function isTrivial(code) {
-    return code ~ /= (default|delete);/ || code ~ /^ *(virtual )?~[A-Za-z]+\(\)/ ||
+    return code ~ /= (default|delete);/ || code ~ /^ *[A-Za-z]+Ex\(const std::string& / || code ~ /^ *(virtual )?~[A-Za-z]+\(\)/ ||
            code ~ /^ *([A-Za-z]+)\((const )?[A-Za-z]+&&? *[a-z]*\)/ && isCopyOf(code) ||
-           code ~ /^ *[A-Za-z]+& operator=\((const )?[A-Za-z]+&?&? [a-z]*\)/
+           code ~ /^ *[A-Za-z]+& operator=\((const )?[A-Za-z]+&?&? ?[a-z]*\)/
 }
 
 # Whether the one parameter of a constructor is of its own class.
@@ -107,7 +116,7 @@ function begin(code) {
         emit("")
         shared = 1
     } else if (isTrivial(code)) {
-        print "/// <!-- needs no words -->"
+        print "/// @htmlonly @endhtmlonly"
     } else if (shared) {
         blockSize = sharedSize
         emit("")
@@ -159,8 +168,11 @@ bodies > 0 {
 { trailing = 0 }
 
 /^ *$/ || /^ *#/ && !/^ *# *define/ {
-    if (blockSize > 0 && depth == 0) emit("@file")
-    else if (blockSize > 0) for (i = 1; i <= blockSize; ++i) print ""
+    if (blockSize > 0 && depth == 0) {
+        for (i = 1; i <= blockSize; ++i) fileText = fileText block[i]
+        emit("@file")
+    }
+    else for (i = 1; i <= blockSize; ++i) print ""
     if ($0 ~ /#/) inMacro = /\\$/
     isLeftOut = 0
     blockSize = shared = 0
@@ -174,6 +186,7 @@ bodies > 0 {
     isLeftOut = name in undefined
     inMacro = /\\$/
     if (blockSize > 0) emit("")
+    else if (index(fileText, name)) print "/// The comment of the file tells what it is for."
     blockSize = shared = 0
     print isLeftOut ? "" : $0
     next
@@ -198,13 +211,10 @@ statement == "" && /^ *extern template/ {
     }
     before = depth
     line = $0
-    if (match(line, /[;,}{] *\/\/ /) && code !~ /\{ *$|^ *}/) {
-        column = match(line, /\/\/ [^"]*$/)
-        if (column) {
-            inBackticks = 0
-            line = substr(line, 1, column - 1) "///<" escape(substr(line, column + 2))
-            trailing = column
-        }
+    if (code ~ /[;,}] *$/ && code !~ /^ *}/ && (column = commentIn(line))) {
+        inBackticks = 0
+        line = substr(line, 1, column - 1) "///<" escape(substr(line, column + 2))
+        trailing = column
     }
     print line
     follow(code)

@@ -33,6 +33,7 @@ function linkTo(text, target) {
         sub(/.*\//, "", target)
         return "@ref " target " \"" text "\""
     }
+    if (target !~ /\.md$/) return text
     target = nameOf(target)
     if (isFront && !(target in isPart)) {
         isPart[target] = 1
@@ -54,6 +55,13 @@ function links(line,    result, text, target) {
     return result line
 }
 
+function literally(text) {
+    gsub(/[\\"@%#]/, "\\\\&", text)
+    gsub(/</, "\\&lt;", text)
+    gsub(/::/, "\\\\::", text)
+    return text
+}
+
 function names(line,    parts, count, i, result) {
     count = split(line, parts, "`")
     for (i = 1; i <= count; ++i) {
@@ -62,6 +70,8 @@ function names(line,    parts, count, i, result) {
         } else if (parts[i] in classes && !(parts[i] in told)) {
             told[parts[i]] = 1
             result = result "<tt>@ref " classes[parts[i]] parts[i] " \"" parts[i] "\"</tt>"
+        } else if (parts[i] ~ /\\|^::/) {
+            result = result "<tt>" literally(parts[i]) "</tt>"
         } else {
             result = result "`" parts[i] (i < count ? "`" : "")
         }

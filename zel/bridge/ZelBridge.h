@@ -38,6 +38,7 @@
 extern "C" {
 #endif
 
+// Calls what is registered for the key, with the arguments behind it, by the rules above.
 ZEL_ADVANCED_API void ZelCppBridge(void* function, ...);
 
 #ifdef __cplusplus

@@ -86,6 +86,7 @@ public:
     virtual bool IsNotEqual(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
                             bool requireAll) const;
 
+    // The order of the two values, by the rule told at IsEqual.
     virtual bool IsLessThan(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
                             bool requireAny) const = 0;
     virtual bool IsLessThanOrEqualTo(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
@@ -147,6 +148,7 @@ public:
     void* ReadValueFromBuffer(void* buffer, unsigned long long& bytes, bool withSize);
     void* WriteValueToBuffer(void* buffer, unsigned long long& bytes, bool withSize);
 
+    // Whether it is an array, of either kind. Unlocked.
     bool IsArray() const { return (GetTypeID() & TypeID::ARRAY_BITS) != 0; }
 
     // The name that CreateByTypeName takes. Throws Exception for a class outside the 22.
@@ -185,6 +187,7 @@ protected:
         return *this;
     }
 
+    // Whether an array keeps its size, and the variant's lock, which guards the value.
     bool m_isFixed = false;
     mutable CriticalSection m_cs;
 
