@@ -4,7 +4,7 @@
 #   - the first link from the README to a page makes that page a part of it
 #   - `Name` leads to the class of that name, once in a paragraph; NAMES lists those there are
 #   - a fence of dot is drawn
-#   - <!-- @snippet FILE NAME --> is the part of an example between two lines that hold [NAME]
+#   - <!-- @snippet FILE NAME --> is the function NAME of an example
 
 BEGIN {
     while ((getline line < NAMES) > 0) classes[line] = 1
@@ -34,12 +34,14 @@ function linkTo(text, target) {
         return "@ref " target " \"" text "\""
     }
     if (target !~ /\.md$/) return text
+    # A link that shows its path shows the title of its page instead.
+    text = text ~ /\.md$/ ? "" : " \"" text "\""
     target = nameOf(target)
     if (isFront && !(target in isPart)) {
         isPart[target] = 1
-        return "@subpage " target " \"" text "\""
+        return "@subpage " target text
     }
-    return "@ref " target " \"" text "\""
+    return "@ref " target text
 }
 
 function links(line,    result, text, target) {
@@ -79,6 +81,25 @@ function names(line,    parts, count, i, result) {
     return result
 }
 
+# A function with the comment above it, as code that is set back to the left. One that isn't there is
+# an unknown command, which Doxygen complains of.
+function functionOf(file, name,    line, code, indent, comment) {
+    while ((getline line < file) > 0) {
+        if (code == "" && line ~ ("(^|[ :*&~])" name "\\(.*[^;]$")) {
+            match(line, /^ */)
+            indent = RLENGTH
+            code = comment substr(line, indent + 1)
+        } else if (code != "") {
+            code = code "\n" substr(line, indent + 1)
+            if (match(line, /^ *}/) && RLENGTH == indent + 1) break
+        }
+        match(line, /^ */)
+        comment = line ~ /^ *\/\// ? comment substr(line, RLENGTH + 1) "\n" : ""
+    }
+    close(file)
+    return code == "" ? "@missing " file " " name : "```cpp\n" code "\n```\n"
+}
+
 FNR == 1 {
     isFront = FILENAME ~ /README\.md$/
 }
@@ -106,7 +127,7 @@ inFence || /^    / {
 }
 
 /^<!-- @snippet .* -->$/ {
-    print "@snippet " $3 " " $4
+    print functionOf($3, $4)
     next
 }
 

@@ -45,7 +45,7 @@ public:
     virtual std::string GetType() const = 0;
     virtual const std::type_info& GetTypeInfo() const = 0;
 
-    // Unlocked.
+    // The identifier of the type, as TypeID tells. Unlocked.
     virtual int GetTypeID() const = 0;
 
     // 1 for a scalar; a string is a scalar. Like GetSize, never more than an int can count.
@@ -55,7 +55,7 @@ public:
     // scalar.
     virtual void SetNumberOfElements(unsigned int count) = 0;
 
-    // sizeof one element. Unlocked.
+    // The sizeof of one element. Unlocked.
     virtual int GetSizeOfElement() const = 0;
 
     // The bytes of all numbers, or the characters of all strings.
