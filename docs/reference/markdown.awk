@@ -7,7 +7,10 @@
 #   - <!-- @snippet FILE NAME --> is the function NAME of an example
 
 BEGIN {
-    while ((getline line < NAMES) > 0) classes[line] = 1
+    while ((getline line < NAMES) > 0) {
+        split(line, words, " ")
+        classes[words[1]] = words[2]
+    }
 }
 
 function nameOf(path) {
@@ -71,7 +74,7 @@ function names(line,    parts, count, i, result) {
             result = result parts[i]
         } else if (parts[i] in classes && !(parts[i] in told)) {
             told[parts[i]] = 1
-            result = result "<tt>@ref " classes[parts[i]] parts[i] " \"" parts[i] "\"</tt>"
+            result = result "<tt>@ref " classes[parts[i]] " \"" parts[i] "\"</tt>"
         } else if (parts[i] ~ /\\|^::/) {
             result = result "<tt>" literally(parts[i]) "</tt>"
         } else {
@@ -113,6 +116,13 @@ FNR == 1 {
         isDot = $0 == "```dot"
         print isDot ? "@dot" : $0
     }
+    next
+}
+isDot && /^digraph/ {
+    print
+    print "graph [fontname=Helvetica, fontsize=11, color=gray60, labeljust=l]"
+    print "node [fontname=Helvetica, fontsize=11, height=0.35, color=gray40]"
+    print "edge [fontname=Helvetica, fontsize=10, arrowsize=0.7, color=gray40]"
     next
 }
 inFence || /^    / {

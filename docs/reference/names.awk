@@ -1,5 +1,10 @@
-# The classes in headers that are written as Doxygen has them, and the namespaces they stand in.
-/^namespace [A-Za-z:]+ \{/ { space[FILENAME] = space[FILENAME] $2 "::" }
+# The classes and namespaces in headers that are written as Doxygen has them, each with its whole name.
+/^namespace [A-Za-z:]+ \{/ && $2 != "platform" {
+    space[FILENAME] = space[FILENAME] $2 "::"
+    name = $2
+    sub(/.*::/, "", name)
+    if (name !~ /^zel$|Imp$/) print name, substr(space[FILENAME], 1, length(space[FILENAME]) - 2)
+}
 /^}  \/\/ namespace / { sub(/[A-Za-z]+::$/, "", space[FILENAME]) }
 /^(class|struct) .*[A-Za-z]+( final)?( : .*)? \{/ {
     name = $0
