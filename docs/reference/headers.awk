@@ -132,6 +132,20 @@ BEGIN {
     close(ARGV[1])
 }
 
+FNR == 1 { print "/// @file" }
+
+# The private part of a class is left out, up to its end or to the next part.
+hidden {
+    if ($0 ~ /^ *(public|protected):/ && depth == hidden) {
+        hidden = 0
+    } else {
+        if ($0 !~ /^ *#/) follow(bare($0))
+        if (depth < hidden) hidden = 0
+    }
+    print hidden ? "" : $0
+    next
+}
+
 # Continued preprocessor lines and instances that are left out.
 inMacro {
     inMacro = /\\$/
@@ -173,7 +187,10 @@ bodies > 0 {
         emit("@file")
     }
     else for (i = 1; i <= blockSize; ++i) print ""
-    if ($0 ~ /#/) inMacro = /\\$/
+    if ($0 ~ /#/) {
+        inMacro = /\\$/
+        statement = ""
+    }
     isLeftOut = 0
     blockSize = shared = 0
     print
@@ -203,6 +220,7 @@ statement == "" && /^ *extern template/ {
     code = bare($0)
     if (code ~ /^ *(public|protected|private):/) {
         shared = blockSize = 0
+        if (code ~ /private/) hidden = depth
         print
         next
     }

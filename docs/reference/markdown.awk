@@ -88,7 +88,7 @@ function names(line,    parts, count, i, result) {
 # an unknown command, which Doxygen complains of.
 function functionOf(file, name,    line, code, indent, comment) {
     while ((getline line < file) > 0) {
-        if (code == "" && line ~ ("(^|[ :*&~])" name "\\(.*[^;]$")) {
+        if (code == "" && line ~ ("(^|[ :*&~])" name "\\(.*[^;}]$")) {
             match(line, /^ */)
             indent = RLENGTH
             code = comment substr(line, indent + 1)

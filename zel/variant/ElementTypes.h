@@ -18,6 +18,7 @@
     USE(float, "F32", 0x44, "float")                   \
     USE(double, "D64", 0x48, "double")
 
+// The same with the string behind the numbers.
 #define ZEL_FOR_EACH_ELEMENT(USE)     \
     ZEL_FOR_EACH_NUMERIC_ELEMENT(USE) \
     USE(std::string, "string", 0x80, "std::string")
@@ -90,6 +91,7 @@ struct ValueTraits<std::vector<E>> {
 template <class T>
 concept VariantValue = VariantElement<typename ValueTraits<T>::Element>;
 
+// Compiles for the type of a value only, and else tells which there are.
 #define ZEL_ASSERT_VARIANT_VALUE(T)                                                             \
     static_assert(::zel::VariantValue<T>,                                                       \
                   "a variant holds unsigned char, unsigned short, unsigned int, unsigned long " \
