@@ -75,7 +75,7 @@ function names(line,    parts, count, i, result) {
         } else if (parts[i] in classes && !(parts[i] in told)) {
             told[parts[i]] = 1
             result = result "<tt>@ref " classes[parts[i]] " \"" parts[i] "\"</tt>"
-        } else if (parts[i] ~ /\\|^::/) {
+        } else if (parts[i] ~ /["\\]|^::/) {
             result = result "<tt>" literally(parts[i]) "</tt>"
         } else {
             result = result "`" parts[i] (i < count ? "`" : "")

@@ -39,7 +39,8 @@ public:
     static RCPtr<Logger> GetInstance();
     static void SetInstance(RCPtr<Logger> logger);
 
-    // Begin and end the writing of messages; sinks and levels stay as they are.
+    // Begin and end the writing of messages, and tell whether they are written. Sinks and levels
+    // stay as they are.
     void Start();
     void Stop();
     bool IsStarted() const;
