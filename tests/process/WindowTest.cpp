@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <sstream>
+#include <stdexcept>
 #include <thread>
 #include <xcb/xcb_ewmh.h>
 
@@ -30,6 +31,9 @@ public:
     explicit Screen(bool isManaged) : m_isManaged(isManaged) {
         ::setenv("DISPLAY", (":" + m_server.ReadLine()).c_str(), 1);
         m_connection = xcb_connect(nullptr, nullptr);
+        if (xcb_connection_has_error(m_connection) != 0) {
+            throw std::runtime_error("Xvfb doesn't serve");
+        }
         xcb_ewmh_init_atoms_replies(&m_hints, xcb_ewmh_init_atoms(m_connection, &m_hints), nullptr);
         if (isManaged) {
             m_manager.emplace(std::vector<std::string>{"openbox", "--sm-disable"});
