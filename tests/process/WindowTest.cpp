@@ -120,8 +120,8 @@ TEST_P(WindowTest, RaisesTheUppermostOfThoseWithThatTitleAndGivesItTheKeyboard) 
     ASSERT_TRUE(!GetParam() || Becomes([&] { return screen.HasManager(); }));
     const std::string longTitle(300, 'x');
     const std::string longest = longTitle.substr(0, 254);
-    const test::Child first(
-        {ZEL_SHOW_WINDOW, "Orders", "Open orders", "Open orders", "", longTitle});
+    const test::UniqueProgram program(ZEL_SHOW_WINDOW);
+    const test::Child first({program.path, "Orders", "Open orders", "Open orders", "", longTitle});
     const test::Child second({ZEL_SHOW_WINDOW, "Open orders"});
     xcb_window_t lower = 0, upper = 0, orders = 0, untitled = 0, longOne = 0, foreign = 0;
     std::istringstream(first.ReadLine()) >> orders >> lower >> upper >> untitled >> longOne;
@@ -146,7 +146,7 @@ TEST_P(WindowTest, RaisesTheUppermostOfThoseWithThatTitleAndGivesItTheKeyboard) 
         ProcessUtils::SwitchToProcess(row.pid, row.title);
         EXPECT_TRUE(Becomes([&] { return screen.IsInFront(row.inFront); })) << row.title;
     }
-    ProcessUtils::SwitchToProcess("ZEL_SHOW_window", "orders");
+    ProcessUtils::SwitchToProcess("ZEL" + program.name.substr(3), "orders");
     EXPECT_TRUE(Becomes([&] { return screen.IsInFront(orders); }));
     ProcessUtils::SwitchToProcess("zel_no_such_process", "orders");
 }
