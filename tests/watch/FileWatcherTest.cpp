@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
@@ -153,7 +154,13 @@ TEST_P(RandomChangesTest, AreSeenToTheLastOneAfterEveryBurst) {
     EXPECT_EQ(m_seen, ListAll(m_root));
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, RandomChangesTest, ::testing::Range(1U, 21U));
+// Each seed makes 2000 changes; a long run asks for more of them.
+unsigned CountSeeds() {
+    const char* const seeds = std::getenv("ZEL_RANDOM_SEEDS");
+    return seeds == nullptr ? 20 : static_cast<unsigned>(std::atoi(seeds));
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, RandomChangesTest, ::testing::Range(1U, CountSeeds() + 1));
 
 TEST_F(FileWatcherTest, FollowsThePathAsDirectoriesAndLinksOnItComeAndGo) {
     const fs::path way = m_folder / "way";
