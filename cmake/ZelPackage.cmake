@@ -6,15 +6,22 @@ include(CMakePackageConfigHelpers)
 set(packageFolder ${CMAKE_INSTALL_LIBDIR}/cmake/zelAdvanced)
 set(pkgConfigFolder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-install(TARGETS zelCore zelAdvanced EXPORT zelAdvancedTargets FILE_SET HEADERS)
-install(EXPORT zelAdvancedTargets NAMESPACE zel:: DESTINATION ${packageFolder})
+function(zel_install target component)
+    install(TARGETS ${target} EXPORT zelAdvancedTargets
+        LIBRARY COMPONENT ${component} NAMELINK_COMPONENT development
+        FILE_SET HEADERS COMPONENT development)
+endfunction()
+zel_install(zelCore core)
+zel_install(zelAdvanced advanced)
+install(EXPORT zelAdvancedTargets NAMESPACE zel:: DESTINATION ${packageFolder}
+    COMPONENT development)
 
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/zelAdvancedConfigVersion.cmake
     COMPATIBILITY SameMinorVersion)
 install(FILES
     ${PROJECT_SOURCE_DIR}/cmake/zelAdvancedConfig.cmake
     ${PROJECT_BINARY_DIR}/zelAdvancedConfigVersion.cmake
-    DESTINATION ${packageFolder})
+    DESTINATION ${packageFolder} COMPONENT development)
 
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
     BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}/${pkgConfigFolder}
@@ -22,5 +29,6 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
 foreach(package zelcore zeladvanced)
     configure_file(${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in
         ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
-    install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${pkgConfigFolder})
+    install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${pkgConfigFolder}
+        COMPONENT development)
 endforeach()

@@ -18,6 +18,7 @@ struct Side {
     std::function<void(benchmark::State&)> run;
     double aim = NO_AIM;  // of a peer: the share of its figure that ours should be at most
     int threads = 1;
+    bool isWallClock = false;  // for what is done on other threads than the caller's
 };
 
 // Declares benchmarks of several ways of doing one thing, at file scope and in any number of files.
@@ -25,8 +26,9 @@ struct Side {
 //     const Comparison s_locks("lock and unlock", {{Side::OURS, Lock<CriticalSection>},
 //                                                  {"std::mutex", Lock<std::mutex>, 0.6}});
 //
-// A side's figure is the time of an iteration, of wall clock if it runs on several threads, or what
-// its function reports by ReportPerNode or as the one counter of the state, named by its unit.
+// A side's figure is the time of an iteration, of wall clock if it runs on several threads or asks
+// for it, or what its function reports by ReportPerNode or as the one counter of the state, named
+// by its unit.
 class Comparison {
 public:
     Comparison(std::string what, const std::vector<Side>& sides);

@@ -30,8 +30,9 @@ void Register(const std::string& what, const Side& side) {
     };
     auto* const registered =
         benchmark::RegisterBenchmark(BenchmarkName(what, side.name).c_str(), run);
-    if (side.threads > 1) {
-        registered->Threads(side.threads)->UseRealTime();
+    registered->Threads(side.threads);
+    if (side.threads > 1 || side.isWallClock) {
+        registered->UseRealTime();
     }
 }
 

@@ -59,4 +59,16 @@ int Exception::GetLine() const noexcept {
     return m_details->line;
 }
 
+std::string DescribeCurrentException() {
+    try {
+        throw;
+    } catch (const Exception& exception) {
+        return exception.AsStringEx();
+    } catch (const std::exception& exception) {
+        return exception.what();
+    } catch (...) {
+        return "It is of no known type.";
+    }
+}
+
 }  // namespace zel

@@ -40,4 +40,8 @@ private:
     std::shared_ptr<const Details> m_details;
 };
 
+// What is known of the exception that is being handled, of whatever type: AsStringEx of an
+// Exception, what() of a standard one. For the log of whoever can't let it pass.
+ZEL_CORE_API std::string DescribeCurrentException();
+
 }  // namespace zel

@@ -1,6 +1,7 @@
 #include "zel/core/FileUtils.h"
 
 #include "zel/core/Exception.h"
+#include "zel/core/LineReader.h"
 #include "zel/core/Logger.h"
 #include "zel/core/StreamScanner.h"
 #include "zel/core/StringUtils.h"
@@ -20,14 +21,6 @@ const LoggingRegisterHelper s_log("FileUtils", -1, nullptr);
                                  "Line is longer than the " + StringUtils::AsString(limit) +
                                      " characters that the buffer holds",
                                  s_log.GetName(), line));
-}
-
-// Copies what finds place behind the first `used` bytes, a zero with it, and tells how much did.
-std::size_t CopyBounded(std::string_view text, char* buffer, std::size_t size, std::size_t used) {
-    const std::size_t taken = std::min(text.size(), size - 1 - used);
-    std::copy_n(text.data(), taken, buffer + used);
-    buffer[used + taken] = '\0';
-    return taken;
 }
 
 }  // namespace
@@ -52,27 +45,18 @@ bool ReadLine(std::istream& in, char* buffer, std::size_t size, std::size_t* len
     if (size == 0) {
         ThrowLineTooLong(size, __LINE__);
     }
-    StreamScanner scanner(in);
-    std::size_t used = 0;
-    bool isWhole = false;
-    // Asking for a byte that isn't there puts the stream in the state that ends its readers' loops.
-    const bool any = scanner.Peek() != StreamScanner::End || scanner.Get() != StreamScanner::End;
-    while (!isWhole && scanner.Peek() != StreamScanner::End) {
-        std::string_view run = scanner.GetRun();
-        const std::size_t feed = run.find('\n');
-        isWhole = feed != std::string_view::npos;
-        run = isWhole ? run.substr(0, feed + (keepLineFeed ? 1 : 0)) : run;
-        const std::size_t taken = CopyBounded(run, buffer, size, used);
-        scanner.Skip(taken);
-        if (taken < run.size()) {
-            ThrowLineTooLong(size, __LINE__);
-        }
-        scanner.Skip(isWhole && !keepLineFeed ? 1 : 0);
-        used += taken;
+    LineReader reader(in, buffer, size - 1);
+    std::string_view line;
+    const LineReader::Result result = reader.Read(&line, keepLineFeed);
+    if (line.data() != buffer) {
+        std::copy(line.begin(), line.end(), buffer);
     }
-    CopyBounded({}, buffer, size, used);
-    *length = used;
-    return any;
+    buffer[line.size()] = '\0';
+    *length = line.size();
+    if (result == LineReader::Result::TooLong) {
+        ThrowLineTooLong(size, __LINE__);
+    }
+    return result == LineReader::Result::Line;
 }
 
 }  // namespace zel::FileUtils

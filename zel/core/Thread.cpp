@@ -6,7 +6,6 @@
 #include "zel/platform/ThreadInfo.h"
 
 #include <chrono>
-#include <exception>
 #include <utility>
 
 namespace zel {
@@ -15,24 +14,12 @@ namespace {
 
 const LoggingRegisterHelper s_log("Thread", -1, nullptr);
 
-std::string Describe(const std::exception_ptr& escaped) {
-    try {
-        std::rethrow_exception(escaped);
-    } catch (const Exception& exception) {
-        return exception.AsStringEx();
-    } catch (const std::exception& exception) {
-        return exception.what();
-    } catch (...) {
-        return "It is of no known type.";
-    }
-}
-
 // Logs the exception that is being handled.
 void LogEscape(const std::string& thread) noexcept {
     try {
-        s_log.Write(2, __LINE__,
-                    "Thread \"" + thread + "\" ended by an exception. " +
-                        Describe(std::current_exception()));
+        s_log.Write(
+            2, __LINE__,
+            "Thread \"" + thread + "\" ended by an exception. " + DescribeCurrentException());
     } catch (...) {
         // Without memory for the line there is nobody left to tell.
     }
@@ -108,6 +95,10 @@ void Thread::SleepFor(int milliseconds) {
     if (milliseconds > 0) {
         std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
     }
+}
+
+void Thread::BePunctual() noexcept {
+    platform::MakeCurrentThreadPunctual();
 }
 
 void Thread::RunGuarded() noexcept {

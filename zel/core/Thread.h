@@ -56,6 +56,10 @@ public:
     // Puts the calling thread to sleep, on the monotonic clock; 0 or less doesn't.
     static void SleepFor(int milliseconds);
 
+    // Makes the calling thread's waits and sleeps end as near to their time as the system can; by
+    // default it may let them last some 50 microseconds longer, to save wake-ups.
+    static void BePunctual() noexcept;
+
 protected:
     // May be set by a derived class up to the start.
     std::string m_name;

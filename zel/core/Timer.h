@@ -16,14 +16,24 @@ public:
 
     // Seconds since the construction or the last Start.
     double GetElapsedTime() const noexcept {
-        const Clock::duration elapsed(Now() - m_start.load(std::memory_order_relaxed));
-        return std::chrono::duration<double>(elapsed).count();
+        return ToSeconds(Now() - m_start.load(std::memory_order_relaxed));
+    }
+
+    // Seconds on the clock of all stopwatches, from a moment that is the same for all of them; and
+    // when this one was started. To compare many of them at one and the same moment.
+    static double GetTime() noexcept { return ToSeconds(Now()); }
+    double GetStartTime() const noexcept {
+        return ToSeconds(m_start.load(std::memory_order_relaxed));
     }
 
 private:
     using Clock = std::chrono::steady_clock;
 
     static Clock::rep Now() noexcept { return Clock::now().time_since_epoch().count(); }
+
+    static double ToSeconds(Clock::rep ticks) noexcept {
+        return std::chrono::duration<double>(Clock::duration(ticks)).count();
+    }
 
     std::atomic<Clock::rep> m_start;
 };

@@ -1,4 +1,5 @@
 #include "zel/core/StringUtils.h"
+#include "zel/data/BlockWriter.h"
 #include "zel/data/DataTree.h"
 #include "zel/foundation/MemOS.h"
 
@@ -12,9 +13,10 @@ namespace zel {
 class DataTreeWriter {
 public:
     DataTreeWriter(std::ostream& out, int level)
-        : m_out(out), m_isCompact(level < 0), m_level(m_isCompact ? 0 : std::size_t(level)) {
-        m_text.reserve(2 * BLOCK);
-    }
+        : m_out(out),
+          m_text(m_out.GetText()),
+          m_isCompact(level < 0),
+          m_level(m_isCompact ? 0 : std::size_t(level)) {}
 
     void Write(const DataTree& root) {
         Begin(root);
@@ -28,11 +30,10 @@ public:
                 EndItem(']');
             }
         }
-        Flush();
+        m_out.Flush();
     }
 
 private:
-    static constexpr std::size_t BLOCK = 4096;
     static constexpr std::size_t SPACES_PER_LEVEL = 3;
 
     struct OpenTag {
@@ -74,21 +75,14 @@ private:
         if (!m_isCompact) {
             m_text += '\n';
         }
-        if (m_text.size() >= BLOCK) {
-            Flush();
-        }
+        m_out.EndItem();
     }
 
-    void Flush() {
-        m_out.write(m_text.data(), static_cast<std::streamsize>(m_text.size()));
-        m_text.clear();
-    }
-
-    std::ostream& m_out;
+    BlockWriter m_out;
+    std::string& m_text;
     const bool m_isCompact;
     const std::size_t m_level;
     std::vector<OpenTag> m_open;
-    std::string m_text;
 };
 
 void DataTree::WriteTo(std::ostream& out, int level) const {

@@ -27,6 +27,9 @@ public:
 
     WeakPtr(const RCPtr<T>& object) noexcept : WeakPtr(object.Get()) {}
 
+    template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+    WeakPtr(const RCPtr<U>& object) noexcept : WeakPtr(static_cast<T*>(object.Get())) {}
+
     WeakPtr(const WeakPtr& other) noexcept {
         CriticalSectionLock lock(RCUtils::s_cs);
         Hold(other.m_rcInfo);

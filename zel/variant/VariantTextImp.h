@@ -84,23 +84,23 @@ public:
         return m_isAtEnd ? 0 : static_cast<std::size_t>(separators) + 1;
     }
 
-    // Takes the next token if it is a number as most are: decimal digits, with a minus or without.
+    // Takes the tokens ahead that are numbers as most are: decimal digits, with a minus or without.
     template <class T>
-    bool TakePlainNumber(T& value) {
-        const char* const begin = m_rest.data();
-        const char* const end = begin + m_rest.size();
-        const char* const digits = begin + (begin != end && *begin == '-' ? 1 : 0);
-        if (digits == end || *digits < '0' || *digits > '9') {
-            return false;
+    void TakePlainNumbers(std::vector<T>& values) {
+        const char* next = m_rest.data();
+        const char* const end = next + m_rest.size();
+        while (!m_isAtEnd && BeginsPlainly<T>(next, end)) {
+            Wide<T> value{};
+            const auto [stop, error] = std::from_chars(next, end, value);
+            if (error != std::errc() ||
+                (stop != end && *stop != VariantBase::STRING_VECTOR_SEPARATOR)) {
+                break;
+            }
+            values.push_back(static_cast<T>(value));
+            m_isAtEnd = stop == end;
+            next = stop + (m_isAtEnd ? 0 : 1);
         }
-        const auto [stop, error] = std::from_chars(begin, end, value);
-        if (error != std::errc() ||
-            (stop != end && *stop != VariantBase::STRING_VECTOR_SEPARATOR)) {
-            return false;
-        }
-        m_isAtEnd = stop == end;
-        m_rest.remove_prefix(static_cast<std::size_t>(stop - begin) + (m_isAtEnd ? 0 : 1));
-        return true;
+        m_rest = std::string_view(next, static_cast<std::size_t>(end - next));
     }
 
     bool IsAtEnd() const { return m_isAtEnd; }
@@ -115,6 +115,17 @@ public:
     }
 
 private:
+    // std::from_chars takes nothing but plain integers, but more than plain fractions.
+    template <class T>
+    static bool BeginsPlainly(const char* next, const char* end) {
+        if constexpr (std::is_integral_v<T>) {
+            return true;
+        } else {
+            const char* const digits = next + (next != end && *next == '-' ? 1 : 0);
+            return digits != end && *digits >= '0' && *digits <= '9';
+        }
+    }
+
     std::string_view m_rest;
     bool m_isAtEnd;
 };
@@ -225,13 +236,13 @@ bool ReadVectorValueFromStringImp(zel::VariantBase* variant, const std::string& 
     }
     std::vector<T> values;
     while (!tokens.IsAtEnd()) {
-        VariantText::Wide<T> value{};
         if constexpr (NumericElement<T>) {
-            if (tokens.TakePlainNumber(value)) {
-                values.push_back(static_cast<T>(value));
-                continue;
+            tokens.TakePlainNumbers(values);
+            if (tokens.IsAtEnd()) {
+                break;
             }
         }
+        VariantText::Wide<T> value{};
         const std::string_view token = tokens.GetNext();
         if (!VariantText::ReadElement<T>(token, value)) {
             Log(s_variantLog, 3, "[ReadVectorValueFromStringImp< ", VariantText::Tag<T>,

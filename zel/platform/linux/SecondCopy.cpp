@@ -1,6 +1,7 @@
 #include "zel/platform/SecondCopy.h"
 
 #include "zel/platform/linux/CrashChannelPlace.h"
+#include "zel/platform/linux/Descriptor.h"
 
 #include <cerrno>
 #include <csignal>
@@ -123,17 +124,16 @@ private:
 
 // True if the process ended in time.
 bool WaitForEnd(pid_t process, int seconds) noexcept {
-    const int descriptor = static_cast<int>(syscall(SYS_pidfd_open, process, 0));
-    if (descriptor < 0) {
+    const Descriptor descriptor(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
+    if (!descriptor.IsOpen()) {
         return true;
     }
     constexpr int thousand = 1000;
-    pollfd end = {descriptor, POLLIN, 0};
+    pollfd end = {descriptor.Get(), POLLIN, 0};
     int ready = 0;
     do {
         ready = poll(&end, 1, seconds * thousand);
     } while (ready < 0 && errno == EINTR);
-    close(descriptor);
     return ready != 0;
 }
 

@@ -1,0 +1,37 @@
+#include "bench/data/RowsBench.h"
+
+#define CSV_IO_NO_THREAD
+#include <array>
+#include <csv.h>
+
+namespace zel::bench {
+
+namespace {
+
+struct FastCppCsvParser {
+    using Table = PlainRows;
+
+    static Table Read(const std::string& path) {
+        // The comma behind the last cell makes one cell more for this reader.
+        io::CSVReader<RowsFile::CELLS + 1> in(path);
+        Table table;
+        std::array<char*, RowsFile::CELLS + 1> cell;
+        while (std::apply([&in](auto&... cells) { return in.read_row(cells...); }, cell)) {
+            table.emplace_back(cell.begin(), cell.end() - 1);
+        }
+        return table;
+    }
+
+    static std::size_t CountRows(const Table& table) { return table.size(); }
+};
+
+using namespace Rows;
+
+const Side s_small{"fast-cpp-csv-parser", ReadFile<FastCppCsvParser, SMALL>, 0.85};
+const Side s_large{"fast-cpp-csv-parser", ReadFile<FastCppCsvParser, LARGE>, 0.85};
+const Comparison s_readSmall(READ_SMALL, {s_small});
+const Comparison s_readLarge(READ_LARGE, {s_large});
+
+}  // namespace
+
+}  // namespace zel::bench

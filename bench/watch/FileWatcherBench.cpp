@@ -1,0 +1,180 @@
+#include "zel/watch/FileWatcher.h"
+
+#include "zel/core/Timer.h"
+
+#include "bench/support/Comparison.h"
+#include "bench/watch/Tree.h"
+
+#include <array>
+#include <atomic>
+#include <cstdio>
+#include <fcntl.h>
+#include <fstream>
+#include <memory>
+#include <semaphore>
+#include <sys/inotify.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace zel::bench {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Each way of watching a directory has a WaitForEvent that comes back when a file has appeared.
+
+class ByUs {
+public:
+    explicit ByUs(const fs::path& directory)
+        : m_watcher(new FileWatcher(directory.c_str(), false, true, -1)) {
+        m_watcher->FileAdded.Connect([this](const std::string&) { m_seen.release(); });
+        m_watcher->FileRemoved.Connect([this](const std::string&) { m_gone.release(); });
+        m_watcher->Start();
+    }
+
+    ~ByUs() {
+        m_watcher->RequestStop();
+        m_watcher->Join();
+    }
+
+    void WaitForEvent() { m_seen.acquire(); }
+    void WaitUntilGone() { m_gone.acquire(); }
+
+private:
+    std::counting_semaphore<> m_seen{0};
+    std::counting_semaphore<> m_gone{0};
+    const RCPtr<FileWatcher> m_watcher;
+};
+
+class ByInotify {
+public:
+    explicit ByInotify(const fs::path& directory) {
+        m_watch = ::inotify_add_watch(m_instance, directory.c_str(), IN_CREATE | IN_DELETE);
+        m_thread = std::thread([this] { Read(); });
+    }
+
+    ~ByInotify() {
+        m_stop = true;
+        ::inotify_rm_watch(m_instance, m_watch);  // is an event, which wakes the thread
+        m_thread.join();
+        ::close(m_instance);
+    }
+
+    void WaitForEvent() { m_seen.acquire(); }
+    void WaitUntilGone() { m_gone.acquire(); }
+
+private:
+    void Read() {
+        alignas(inotify_event) std::array<char, 4096> block;
+        while (!m_stop) {
+            const ssize_t size = ::read(m_instance, block.data(), block.size());
+            for (ssize_t at = 0; at < size;) {
+                const auto* const event = reinterpret_cast<const inotify_event*>(&block[at]);
+                if ((event->mask & IN_CREATE) != 0) {
+                    m_seen.release();
+                } else if ((event->mask & IN_DELETE) != 0) {
+                    m_gone.release();
+                }
+                at += static_cast<ssize_t>(sizeof *event + event->len);
+            }
+        }
+    }
+
+    const int m_instance = ::inotify_init1(IN_CLOEXEC);
+    int m_watch = -1;
+    std::counting_semaphore<> m_seen{0};
+    std::counting_semaphore<> m_gone{0};
+    std::atomic<bool> m_stop{false};
+    std::thread m_thread;
+};
+
+// The program of that name, which writes a line for each event.
+class ByInotifyWait {
+public:
+    static bool IsThere() { return std::system("command -v inotifywait >/dev/null") == 0; }
+
+    explicit ByInotifyWait(const fs::path& directory) {
+        int ends[2] = {};
+        Require(::pipe(ends) == 0, "there is a pipe");
+        m_program = ::fork();
+        if (m_program == 0) {
+            ::dup2(ends[1], STDOUT_FILENO);
+            ::dup2(ends[1], STDERR_FILENO);
+            ::execlp("inotifywait", "inotifywait", "-m", "-e", "create", "-e", "delete",
+                     directory.c_str(), nullptr);
+            ::_exit(127);
+        }
+        ::close(ends[1]);
+        m_lines = ::fdopen(ends[0], "r");
+        while (ReadLine() && std::string(m_line.data()) != "Watches established.\n") {
+        }
+    }
+
+    ~ByInotifyWait() {
+        ::kill(m_program, SIGTERM);
+        ::waitpid(m_program, nullptr, 0);
+        std::fclose(m_lines);
+    }
+
+    void WaitForEvent() { Require(ReadLine(), "inotifywait tells of a file"); }
+    void WaitUntilGone() { Require(ReadLine(), "inotifywait tells that it is gone"); }
+
+private:
+    bool ReadLine() {
+        return std::fgets(m_line.data(), static_cast<int>(m_line.size()), m_lines) != nullptr;
+    }
+
+    pid_t m_program = -1;
+    std::FILE* m_lines = nullptr;
+    std::array<char, 4096> m_line{};
+};
+
+// The time from before the creation of a file to its event.
+template <class Way>
+void MeasureEvents(benchmark::State& state, const fs::path& directory) {
+    Way way(directory);
+    const fs::path file = directory / "new";
+    double seconds = 0;
+    for (auto _ : state) {
+        const Timer timer;
+        ::close(::open(file.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
+        way.WaitForEvent();
+        seconds += timer.GetElapsedTime();
+        fs::remove(file);
+        way.WaitUntilGone();
+    }
+    constexpr double microseconds = 1e6;
+    state.counters["us"] =
+        benchmark::Counter(seconds * microseconds, benchmark::Counter::kAvgIterations);
+}
+
+template <class Way>
+void InEmptyDirectory(benchmark::State& state) {
+    const Folder folder;
+    MeasureEvents<Way>(state, folder.GetPath());
+}
+
+void ByProgram(benchmark::State& state) {
+    if (!ByInotifyWait::IsThere()) {
+        state.SkipWithError("no inotifywait here");
+        return;
+    }
+    InEmptyDirectory<ByInotifyWait>(state);
+}
+
+void InLargeTree(benchmark::State& state) {
+    MeasureEvents<ByUs>(state, LargeTree());
+}
+
+const Comparison s_event("from a file to its event, empty directory",
+                         {{Side::OURS, InEmptyDirectory<ByUs>},
+                          {"inotify", InEmptyDirectory<ByInotify>, 1.5},
+                          {"inotifywait", ByProgram, 0.75}});
+
+const Comparison s_eventInTree("the same in a tree of 100,000 files", {{Side::OURS, InLargeTree}});
+
+}  // namespace
+
+}  // namespace zel::bench

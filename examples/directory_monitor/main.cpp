@@ -1,0 +1,92 @@
+// Prints which files and directories appear and disappear in directories until it is interrupted.
+
+#include "zel/watch/FileWatcher.h"
+
+#include <algorithm>
+#include <csignal>
+#include <exception>
+#include <iostream>
+#include <string>
+#include <syncstream>
+#include <vector>
+
+using zel::FileWatcher;
+using zel::RCPtr;
+
+namespace {
+
+constexpr const char* USAGE = R"(usage: directory_monitor PATH...
+
+Prints a line for each file and directory that appears (+) or disappears (-) below the paths, which
+need not exist yet. Ctrl-C ends it.
+)";
+
+volatile std::sig_atomic_t s_isInterrupted = 0;
+
+void OnInterrupt(int) {
+    s_isInterrupted = 1;
+}
+
+// One line, whatever the name holds.
+std::string Printable(std::string path) {
+    std::ranges::replace_if(
+        path, [](unsigned char c) { return c < ' ' || c == '\x7F'; }, '?');
+    return path;
+}
+
+// Gives a sink that prints; the watchers' threads print at once.
+auto Print(const char* mark) {
+    return [mark](const std::string& path) {
+        std::osyncstream(std::cout) << mark << Printable(path) << std::endl;
+    };
+}
+
+RCPtr<FileWatcher> Watch(const char* path) {
+    constexpr bool reportExisting = false;
+    constexpr bool recursive = true;
+    constexpr double noPolling = -1;
+    RCPtr<FileWatcher> watcher(new FileWatcher(path, reportExisting, recursive, noPolling));
+    watcher->FileAdded.Connect(Print("+ file      "));
+    watcher->FileRemoved.Connect(Print("- file      "));
+    watcher->DirAdded.Connect(Print("+ directory "));
+    watcher->DirRemoved.Connect(Print("- directory "));
+    watcher->Start();
+    return watcher;
+}
+
+void Stop(const std::vector<RCPtr<FileWatcher>>& watchers) {
+    for (const RCPtr<FileWatcher>& watcher : watchers) {
+        watcher->RequestStop();
+    }
+    for (const RCPtr<FileWatcher>& watcher : watchers) {
+        watcher->Join();
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    constexpr int failed = 1;
+    constexpr int wrongUsage = 2;
+    if (argc < 2) {
+        std::cerr << USAGE;
+        return wrongUsage;
+    }
+    try {
+        std::signal(SIGINT, OnInterrupt);
+        std::vector<RCPtr<FileWatcher>> watchers;
+        for (int i = 1; i < argc; ++i) {
+            watchers.push_back(Watch(argv[i]));
+            std::osyncstream(std::cout) << "watching " << Printable(argv[i]) << std::endl;
+        }
+        while (s_isInterrupted == 0) {
+            zel::Thread::SleepFor(50);
+        }
+        Stop(watchers);
+        std::cout << "interrupted" << std::endl;
+        return 0;
+    } catch (const std::exception& ex) {
+        std::cerr << "directory_monitor: " << ex.what() << std::endl;
+        return failed;
+    }
+}

@@ -1,0 +1,102 @@
+// Reads a file of delimited text as a table, keeps the rows whose cell holds a text, and writes
+// them in the delimited form.
+
+#include "zel/data/DataTable.h"
+
+#include <exception>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+using zel::DataRow;
+using zel::DataTable;
+using zel::RCPtr;
+
+namespace {
+
+constexpr std::string_view USAGE =
+    R"(usage: table_filter FILE SEPARATORS FIELDS FIELD TEXT
+
+Reads FILE, a record a line, and writes the records whose FIELD holds TEXT, with a header line,
+each cell followed by a comma. SEPARATORS are the characters that part cells. FIELDS names the
+columns, with a comma between them; with - the first line of FILE does. Cells missing at the end
+of a record are empty, cells too many are an error.
+)";
+
+void AddFields(DataTable& table, const std::string& names) {
+    std::istringstream in(names);
+    for (std::string name; std::getline(in, name, ',');) {
+        table.AddField(name);
+    }
+}
+
+RCPtr<DataTable> ReadTable(const std::string& path, const char* separators,
+                           const std::string& fields) {
+    std::ifstream in(path);
+    if (!in) {
+        throw std::runtime_error("can't open " + path);
+    }
+    const bool hasHeader = fields == "-";
+    RCPtr<DataTable> table(new DataTable);
+    if (!hasHeader) {
+        AddFields(*table, fields);
+    }
+    table->ReadFromCSV(in, separators, hasHeader, hasHeader, false, false);
+    return table;
+}
+
+void Widen(DataRow& row, std::size_t fields) {
+    if (row.GetFieldCount() > fields) {
+        throw std::runtime_error(
+            "the record of " + row.GetField(0) + " has " + std::to_string(row.GetFieldCount()) +
+            " cells, which is more than " + std::to_string(fields) + " fields");
+    }
+    row.SetFieldCount(static_cast<unsigned int>(fields), "");
+}
+
+RCPtr<DataTable> Filter(DataTable& all, const std::string& field, const std::string& text) {
+    if (all.GetFieldIndex(field) < 0) {
+        throw std::runtime_error("there is no field " + field);
+    }
+    RCPtr<DataTable> kept(new DataTable);
+    const int fields = static_cast<int>(all.GetFieldCount());
+    for (int i = 0; i < fields; ++i) {
+        kept->AddField(all.GetField(i));
+    }
+    const int rows = static_cast<int>(all.GetRowCount());
+    for (int i = 0; i < rows; ++i) {
+        const RCPtr<DataRow> row = all.GetRow(i);
+        if (row->GetField(0).starts_with('#')) {
+            continue;
+        }
+        Widen(*row, all.GetFieldCount());
+        if (row->GetField(field).find(text) != std::string::npos) {
+            kept->AppendRow(row);
+        }
+    }
+    return kept;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    constexpr int wrongInput = 1;
+    constexpr int wrongUsage = 2;
+    constexpr int arguments = 6;
+    if (argc != arguments) {
+        std::cerr << USAGE;
+        return wrongUsage;
+    }
+    try {
+        const RCPtr<DataTable> table = ReadTable(argv[1], argv[2], argv[3]);
+        Filter(*table, argv[4], argv[5])->WriteToCSV(std::cout, ',');
+        std::cerr << table->GetRowCount() << " records read\n";
+        return std::cout ? 0 : wrongInput;
+    } catch (const std::exception& ex) {
+        std::cerr << "table_filter: " << argv[1] << ": " << ex.what() << '\n';
+    }
+    return wrongInput;
+}

@@ -1,0 +1,324 @@
+// The watcher over the system as it is.
+
+#include "zel/watch/FileWatcher.h"
+
+#include "tests/support/RecordingLogSink.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <ctime>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <mutex>
+#include <random>
+#include <sched.h>
+#include <set>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace zel {
+namespace {
+
+namespace fs = std::filesystem;
+using Paths = std::set<std::string>;
+
+constexpr std::chrono::seconds longEnough(30);
+
+void Touch(const fs::path& path) {
+    std::ofstream(path) << "text";
+}
+
+// The paths in a directory, those of directories with a separator at their end.
+Paths ListAll(const fs::path& root) {
+    Paths paths;
+    if (fs::is_directory(root)) {
+        for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root)) {
+            const bool isDirectory = entry.is_directory() && !entry.is_symlink();
+            paths.insert(entry.path().string() + (isDirectory ? "/" : ""));
+        }
+    }
+    return paths;
+}
+
+class FileWatcherTest : public ::testing::Test {
+protected:
+    FileWatcherTest() {
+        // A file system in memory, where there is one: tens of thousands of changes are made.
+        const fs::path memory = "/dev/shm";
+        std::string name = (fs::exists(memory) ? memory : fs::temp_directory_path()) / "zel_XXXXXX";
+        m_folder = ::mkdtemp(name.data());
+        m_root = m_folder / "root";
+    }
+
+    ~FileWatcherTest() override {
+        if (m_watcher) {
+            m_watcher->RequestStop();
+            m_watcher->Join();
+        }
+        fs::remove_all(m_folder);
+    }
+
+    void Watch(const fs::path& path) {
+        m_watcher = new FileWatcher(path.c_str(), true, true, -1);
+        const auto keep = [this](bool isThere, const char* end) {
+            return [=, this](const std::string& entry) {
+                const std::lock_guard lock(m_mutex);
+                isThere ? void(m_seen.insert(entry + end)) : void(m_seen.erase(entry + end));
+                m_changed.notify_all();
+            };
+        };
+        m_watcher->FileAdded.Connect(keep(true, ""));
+        m_watcher->FileRemoved.Connect(keep(false, ""));
+        m_watcher->DirAdded.Connect(keep(true, "/"));
+        m_watcher->DirRemoved.Connect(keep(false, "/"));
+    }
+
+    bool TicksUntil(const std::function<bool()>& isSo) {
+        const auto end = std::chrono::steady_clock::now() + longEnough;
+        while (!isSo() && std::chrono::steady_clock::now() < end) {
+            m_watcher->Tick();
+        }
+        return isSo();
+    }
+
+    // Whether the events come to what is there now.
+    bool TicksUntilTrue() {
+        return TicksUntil([&, truth = ListAll(m_root)] { return m_seen == truth; });
+    }
+
+    fs::path m_folder;
+    fs::path m_root;
+    RCPtr<FileWatcher> m_watcher;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    Paths m_seen;
+};
+
+// Changes in a small tree, with another one beside it that directories are moved from and to.
+class RandomChanges {
+public:
+    RandomChanges(const fs::path& root, const fs::path& outside, unsigned seed)
+        : m_root(root), m_outside(outside), m_random(seed) {}
+
+    void Make() {
+        std::error_code ignored;
+        switch (m_random() % 8) {
+            case 0:
+            case 1:
+                fs::create_directories(Pick(m_root), ignored);
+                return Touch(Pick(m_root));
+            case 2:
+                return Touch(Pick(m_root));
+            case 3:
+            case 4:
+                return fs::rename(Pick(m_root), Pick(m_root), ignored);
+            case 5:
+                fs::create_directories(Pick(m_outside), ignored);
+                return fs::rename(Pick(m_outside), Pick(m_root), ignored);
+            case 6:
+                return m_random() % 2 == 0 ? void(fs::remove_all(Pick(m_root), ignored))
+                                           : fs::rename(Pick(m_root), Pick(m_outside), ignored);
+            default:
+                return fs::create_directory_symlink(m_root, Pick(m_root), ignored);
+        }
+    }
+
+private:
+    fs::path Pick(fs::path path) {
+        static const char* const s_names[] = {"a", "b\n", "\xff", "d *"};
+        for (auto depth = m_random() % 4 + 1; depth > 0; --depth) {
+            path /= s_names[m_random() % std::size(s_names)];
+        }
+        return path;
+    }
+
+    const fs::path m_root;
+    const fs::path m_outside;
+    std::mt19937 m_random;
+};
+
+class RandomChangesTest : public FileWatcherTest, public ::testing::WithParamInterface<unsigned> {};
+
+TEST_P(RandomChangesTest, AreSeenToTheLastOneAfterEveryBurst) {
+    fs::create_directory(m_root);
+    Watch(m_root);
+    m_watcher->Start();
+    RandomChanges changes(m_root, m_folder / "outside", GetParam());
+    for (int burst = 1; burst <= 40; ++burst) {
+        for (int i = 0; i < 50; ++i) {
+            changes.Make();
+        }
+        std::unique_lock lock(m_mutex);
+        const auto isTrue = [&, truth = ListAll(m_root)] { return m_seen == truth; };
+        ASSERT_TRUE(m_changed.wait_for(lock, longEnough, isTrue)) << burst;
+    }
+    const auto asked = std::chrono::steady_clock::now();
+    m_watcher->RequestStop();
+    m_watcher->Join();
+    EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds(1));
+    EXPECT_EQ(m_seen, ListAll(m_root));
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, RandomChangesTest, ::testing::Range(1U, 21U));
+
+TEST_F(FileWatcherTest, FollowsThePathAsDirectoriesAndLinksOnItComeAndGo) {
+    const fs::path way = m_folder / "way";
+    m_root = way / "link" / "root";
+    const std::function<void()> steps[] = {
+        [&] { fs::create_directory(way); },
+        [&] { fs::create_directory_symlink("../here", way / "link"); },
+        [&] { fs::create_directories(m_folder / "here/root/a/b"); },
+        [&] { Touch(m_root / "a/b/f"); },
+        [&] { fs::rename(m_folder / "here", m_folder / "there"); },
+        [&] { Touch(m_folder / "there/root/unseen"); },
+        [&] {
+            fs::remove(way / "link");
+            fs::create_directory_symlink(m_folder / "there", way / "link");
+        },
+        [&] { Touch(m_root / "seen"); },
+        [&] { fs::remove_all(m_folder / "there/root"); },
+        [&] { Touch(m_root); },
+        [&] {
+            fs::remove(m_root);
+            fs::create_directories(m_root / "again");
+        },
+        [&] { Touch(m_root / "again/f"); },
+    };
+    Watch(m_root);
+    for (std::size_t i = 0; i < std::size(steps); ++i) {
+        steps[i]();
+        EXPECT_TRUE(TicksUntilTrue()) << i;
+    }
+}
+
+TEST_F(FileWatcherTest, LosesNothingWhenTheQueueOfEventsOverflows) {
+    fs::create_directory(m_root);
+    Watch(m_root);
+    m_watcher->Tick();
+    for (int i = 0; i < 10'000; ++i) {
+        Touch(m_root / "f");
+        fs::remove(m_root / "f");
+    }
+    fs::create_directories(m_root / "late/one");
+    EXPECT_TRUE(TicksUntilTrue());
+    Touch(m_root / "late/one/f");
+    EXPECT_TRUE(TicksUntilTrue());
+}
+
+TEST_F(FileWatcherTest, MakesNoListingAndNextToNoWorkWhileNamesStay) {
+    fs::create_directory(m_root);
+    for (int i = 0; i < 10'000; ++i) {
+        fs::create_directories(m_root / std::to_string(i % 100) / std::to_string(i));
+    }
+    Touch(m_root / "f");
+    Watch(m_root);
+    m_watcher->Tick();
+    EXPECT_EQ(ListAll(m_root), m_seen);
+    Touch(m_root / "f");
+    fs::permissions(m_root / "f", fs::perms::owner_read);
+    Touch(m_folder / "beside");
+
+    const test::ScopedLogger log;
+    log.logger->SetAreaLevel("FileWatcher", 5);
+    timespec before = {};
+    timespec after = {};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &before);
+    constexpr int ticks = 20;  // a second
+    for (int i = 0; i < ticks; ++i) {
+        m_watcher->Tick();
+    }
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &after);
+    const std::vector<std::string> lines = log.sink->TakeLines();
+    EXPECT_EQ(lines.size(), ticks);
+    EXPECT_EQ(lines, std::vector<std::string>(ticks, lines[0])) << lines[0];
+    constexpr long hundredth = 10'000'000;
+    EXPECT_LT((after.tv_sec - before.tv_sec) * 1'000'000'000 + after.tv_nsec - before.tv_nsec,
+              hundredth);
+}
+
+bool SetLimit(const char* name, int value) {
+    std::ofstream file(std::string("/proc/sys/user/") + name);
+    return static_cast<bool>(file << value << std::flush);
+}
+
+bool SetDescriptors(rlim_t count) {
+    rlimit limit = {};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = count;
+    return ::setrlimit(RLIMIT_NOFILE, &limit) == 0;
+}
+
+// The sanitizer's own checks take descriptors.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool mayTakeDescriptors = false;
+#else
+constexpr bool mayTakeDescriptors = true;
+#endif
+
+// A process of its own may limit itself.
+int RunInChild(const std::function<int()>& work) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(work());
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST_F(FileWatcherTest, LooksAtIntervalsWhereALimitIsHitAndSaysWhichOne) {
+    constexpr int done = 0;
+    constexpr int cannotLimit = 77;
+    const struct {
+        const char* raisedBy;
+        bool canList;
+        std::function<bool(bool isTight)> limit;
+    } rows[] = {
+        {"fs.inotify.max_user_watches", true,
+         [](bool isTight) { return SetLimit("max_inotify_watches", isTight ? 12 : 10'000); }},
+        {"fs.inotify.max_user_instances", true,
+         [](bool isTight) { return SetLimit("max_inotify_instances", isTight ? 0 : 10); }},
+        {"RLIMIT_NOFILE", false, [](bool isTight) { return SetDescriptors(isTight ? 0 : 1000); }},
+    };
+    for (const auto& row : rows) {
+        if (!row.canList && !mayTakeDescriptors) {
+            continue;
+        }
+        fs::remove_all(m_root);
+        fs::create_directories(m_root / "a/b/c/d/e/f/g/h/i/j/k/l/m");
+        const int status = RunInChild([&] {
+            const test::ScopedLogger log;
+            if (::unshare(CLONE_NEWUSER) != 0 || !row.limit(true)) {
+                return cannotLimit;
+            }
+            Watch(m_root);
+            m_watcher->Tick();
+            m_watcher->InitChangeHandle();
+            const std::vector<std::string> lines = log.sink->TakeLines();
+            if (lines.size() != 1 || lines[0].find(row.raisedBy) == std::string::npos) {
+                return 1;
+            }
+            if (row.canList) {
+                Touch(m_root / "a/b/c/d/e/f/g/h/i/j/k/l/m/n");
+                EXPECT_TRUE(TicksUntilTrue());
+            }
+            row.limit(false);
+            Touch(m_root / "f");
+            EXPECT_TRUE(TicksUntilTrue());
+            EXPECT_EQ(log.sink->TakeLines(), std::vector<std::string>());
+            return HasFailure() ? 1 : done;
+        });
+        if (status == cannotLimit) {
+            GTEST_SKIP() << "a process can't limit itself here: " << row.raisedBy;
+        }
+        EXPECT_EQ(status, done) << row.raisedBy;
+    }
+}
+
+}  // namespace
+}  // namespace zel

@@ -1,0 +1,125 @@
+#include "zel/bridge/CFuncBinder.h"
+
+#include "zel/core/Thread.h"
+#include "zel/foundation/CriticalSectionLock.h"
+#include "zel/foundation/Log.h"
+
+#include <memory>
+#include <utility>
+
+namespace zel {
+
+namespace {
+
+const LogArea s_log("CFuncBinder", 2);
+
+// Both guarded by s_cs.
+int s_useCount = 0;
+CBinder* s_instance = nullptr;
+
+}  // namespace
+
+CriticalSection s_cs;
+
+CFuncBinderBase::~CFuncBinderBase() = default;
+
+void CFuncBinderBase::Register(void* function) {
+    CBinder* const registry = CBinder::GetBinder();
+    if (registry != nullptr) {
+        registry->Register(function, this);
+    }
+}
+
+CBinder::~CBinder() {
+    while (!m_binders.empty()) {
+        // A binder's destructor may come back here, and must not find itself.
+        delete m_binders.extract(m_binders.begin()).mapped();
+    }
+}
+
+void CBinder::Prepare() {
+    CriticalSectionLock lock(&s_cs);
+    if (s_useCount == 0) {
+        s_instance = new CBinder;
+    }
+    ++s_useCount;
+}
+
+void CBinder::Release() {
+    CriticalSectionLock lock(&s_cs);
+    if (s_useCount != 0 && --s_useCount == 0) {
+        delete std::exchange(s_instance, nullptr);
+    }
+}
+
+CBinder* CBinder::GetBinder() {
+    constexpr int millisecondsToWriteALine = 150;
+    {
+        CriticalSectionLock lock(&s_cs);
+        if (s_useCount != 0) {
+            return s_instance;
+        }
+        Log(s_log, 1,
+            "[CBinder::GetBinder] You forgot to call CBinder::Prepare() before calling this "
+            "function: the program will probably SEGFAULT now...");
+    }
+    Thread::SleepFor(millisecondsToWriteALine);
+    return nullptr;
+}
+
+void CBinder::Register(void* function, CFuncBinderBase* binder) {
+    if (function == nullptr || binder == nullptr) {
+        return;
+    }
+    CriticalSectionLock lock(&s_cs);
+    CFuncBinderBase* const before = std::exchange(m_binders[function], binder);
+    if (before != binder) {
+        delete before;
+    }
+}
+
+void CBinder::Call(void* function, CArguments arguments) {
+    CriticalSectionLock lock(&s_cs);
+    const auto found = m_binders.find(function);
+    if (found != m_binders.end()) {
+        found->second->Invoke(function, arguments);
+    }
+}
+
+namespace {
+
+void CallRegistered(void* function, CArguments arguments) {
+    // Held from look-up to call, as another thread's last Release destroys the registry.
+    CriticalSectionLock lock(&s_cs);
+    if (s_instance != nullptr) {
+        s_instance->Call(function, arguments);
+        return;
+    }
+    lock.Unlock();
+    CBinder::GetBinder();
+}
+
+template <class List>
+CArguments AddressOf(List& list) {
+    if constexpr (std::is_same_v<CArguments, std::va_list>) {
+        return list;
+    } else {
+        return &list;
+    }
+}
+
+}  // namespace
+
+}  // namespace zel
+
+void ZelCppBridge(void* function, ...) {
+    std::va_list arguments;
+    va_start(arguments, function);
+    try {
+        zel::CallRegistered(function, zel::AddressOf(arguments));
+    } catch (...) {
+        va_end(arguments);
+        throw;
+    }
+    va_end(arguments);
+}

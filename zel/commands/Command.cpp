@@ -1,0 +1,9 @@
+#include "zel/commands/Command.h"
+
+namespace zel {
+
+Command::~Command() = default;
+
+void Command::Run() {}
+
+}  // namespace zel

@@ -1,0 +1,7 @@
+#include "zel/commands/CommandProcessor.h"
+
+namespace zel {
+
+CommandProcessor::~CommandProcessor() = default;
+
+}  // namespace zel

@@ -1,0 +1,117 @@
+#include "zel/data/DataTable.h"
+
+#include "zel/foundation/Log.h"
+
+#include <utility>
+
+namespace zel {
+
+namespace {
+
+const LogArea s_log("DataTable", 3);
+
+template <class T>
+bool IsPosition(int index, const std::vector<T>& items) {
+    return index >= 0 && static_cast<std::size_t>(index) < items.size();
+}
+
+}  // namespace
+
+DataTableEx::DataTableEx(const std::string& message, const std::string& file, int line)
+    : Exception("DataTableEx", message, file, line) {}
+
+void DataTable::AddField(const std::string& name) {
+    const auto [place, isNew] = m_fieldIndex.emplace(name, static_cast<int>(m_fieldNames.size()));
+    if (!isNew) {
+        return;
+    }
+    try {
+        m_fieldNames.push_back(name);
+    } catch (...) {
+        m_fieldIndex.erase(place);
+        throw;
+    }
+}
+
+std::size_t DataTable::GetFieldCount() const {
+    return m_fieldNames.size();
+}
+
+std::string DataTable::GetField(int index) const {
+    if (!IsPosition(index, m_fieldNames)) {
+        Throw<DataTableEx>(s_log, "Index out of range");
+    }
+    return m_fieldNames[static_cast<std::size_t>(index)];
+}
+
+int DataTable::GetFieldIndex(const std::string& name) const {
+    const auto found = m_fieldIndex.find(name);
+    return found == m_fieldIndex.end() ? -1 : found->second;
+}
+
+RCPtr<DataRow> DataTable::CreateRow() {
+    return RCPtr<DataRow>(new DataRow(WeakPtr<DataTable>(this)));
+}
+
+void DataTable::AppendRow(RCPtr<DataRow> row) {
+    m_rows.push_back(std::move(row));
+}
+
+std::size_t DataTable::GetRowCount() const {
+    return m_rows.size();
+}
+
+RCPtr<DataRow> DataTable::GetRow(int index) const {
+    if (!IsPosition(index, m_rows)) {
+        Throw<DataTableEx>(s_log, "Invalid row index");
+    }
+    return m_rows[static_cast<std::size_t>(index)];
+}
+
+DataRow::DataRow(WeakPtr<DataTable> table) : m_table(std::move(table)) {}
+
+std::size_t DataRow::GetFieldCount() const {
+    return m_cells.size();
+}
+
+void DataRow::SetFieldCount(unsigned int count, const std::string& fill) {
+    m_cells.resize(count, fill);
+}
+
+void DataRow::Assign(const std::vector<std::string>& values) {
+    Assign(std::vector<std::string>(values));
+}
+
+void DataRow::Assign(std::vector<std::string>&& values) noexcept {
+    m_cells = std::move(values);
+}
+
+std::string DataRow::GetField(int index) const {
+    return m_cells[CheckIndex(index)];
+}
+
+std::string DataRow::GetField(const std::string& name) const {
+    return GetField(FindField(name));
+}
+
+void DataRow::SetField(int index, const std::string& value) {
+    m_cells[CheckIndex(index)] = value;
+}
+
+void DataRow::SetField(const std::string& name, const std::string& value) {
+    SetField(FindField(name), value);
+}
+
+int DataRow::FindField(const std::string& name) const {
+    const RCPtr<DataTable> table = m_table.GetRCPtr();
+    return table ? table->GetFieldIndex(name) : -1;
+}
+
+std::size_t DataRow::CheckIndex(int index) const {
+    if (!IsPosition(index, m_cells)) {
+        Throw<DataTableEx>(s_log, "Field index out of range");
+    }
+    return static_cast<std::size_t>(index);
+}
+
+}  // namespace zel

@@ -1,0 +1,150 @@
+#include "zel/core/LineReader.h"
+#include "zel/data/DataTable.h"
+#include "zel/foundation/Log.h"
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <memory>
+#include <utility>
+
+namespace zel {
+
+namespace {
+
+const LogArea s_log("DataTable", 3);
+
+constexpr std::size_t LONGEST_LINE = 99'999;
+
+// The characters that part cells.
+class SeparatorSet {
+public:
+    explicit SeparatorSet(const char* separators) {
+        for (; *separators != '\0'; ++separators) {
+            m_isIn[static_cast<unsigned char>(*separators)] = true;
+        }
+    }
+
+    bool Has(char c) const { return m_isIn[static_cast<unsigned char>(c)]; }
+
+    const char* Find(const char* begin, const char* end) const {
+        return std::find_if(begin, end, [this](char c) { return Has(c); });
+    }
+
+    const char* FindOther(const char* begin, const char* end) const {
+        return std::find_if_not(begin, end, [this](char c) { return Has(c); });
+    }
+
+private:
+    std::array<bool, UCHAR_MAX + 1> m_isIn{};
+};
+
+}  // namespace
+
+// Reads one input into one table.
+class DataTableReader {
+public:
+    struct Flags {
+        bool strictFieldCount;
+        bool hasHeader;
+        bool collapseSeparators;
+        bool skipToBlankLine;
+    };
+
+    DataTableReader(DataTable* table, std::istream& in, const char* separators, Flags flags)
+        : m_table(table),
+          m_block(std::make_unique_for_overwrite<char[]>(LONGEST_LINE)),
+          m_lines(in, m_block.get(), LONGEST_LINE),
+          m_separators(separators),
+          m_flags(flags) {}
+
+    void Read() {
+        bool isHeaderDue = m_flags.hasHeader;
+        bool isSkipping = m_flags.skipToBlankLine;
+        std::string_view line;
+        while (ReadLine(&line)) {
+            if (line.empty()) {
+                isSkipping = false;
+            } else if (isSkipping) {
+                continue;
+            } else if (std::exchange(isHeaderDue, false)) {
+                AddFields(Split(line));
+            } else {
+                AddRecord(Split(line));
+            }
+        }
+    }
+
+private:
+    bool ReadLine(std::string_view* line) {
+        const LineReader::Result result = m_lines.Read(line);
+        if (result == LineReader::Result::End) {
+            return false;
+        }
+        ++m_lineNumber;
+        if (result == LineReader::Result::TooLong) {
+            Throw<Exception>(s_log, "Line ", m_lineNumber, " is longer than ", LONGEST_LINE,
+                             " characters");
+        }
+        *line = line->substr(0, line->find('\r'));
+        return true;
+    }
+
+    std::vector<std::string> Split(std::string_view line) {
+        std::vector<std::string> parts;
+        parts.reserve(m_expectedParts);
+        const char* next = line.data();
+        const char* const end = next + line.size();
+        while (next != end) {
+            const char* const stop = m_separators.Find(next, end);
+            parts.emplace_back(next, stop);
+            next = stop == end ? end : StepOver(stop, end);
+        }
+        m_expectedParts = parts.size();
+        return parts;
+    }
+
+    const char* StepOver(const char* separator, const char* end) const {
+        return m_flags.collapseSeparators ? m_separators.FindOther(separator, end) : separator + 1;
+    }
+
+    void AddFields(const std::vector<std::string>& names) {
+        for (const std::string& name : names) {
+            m_table->AddField(name);
+        }
+    }
+
+    void AddRecord(std::vector<std::string> parts) {
+        const std::size_t fields = m_table->GetFieldCount();
+        if (fields != 0 && parts.size() != fields) {
+            if (m_flags.strictFieldCount) {
+                Throw<DataTableEx>(s_log, "On line ", m_lineNumber, ", record should have ", fields,
+                                   " field(s) but has ", parts.size(), " instead");
+            }
+            if (m_flags.hasHeader) {
+                return;
+            }
+        }
+        RCPtr<DataRow> row = m_table->CreateRow();
+        row->Assign(std::move(parts));
+        m_table->AppendRow(std::move(row));
+    }
+
+    DataTable* m_table;
+    std::unique_ptr<char[]> m_block;
+    LineReader m_lines;
+    SeparatorSet m_separators;
+    const Flags m_flags;
+    std::size_t m_lineNumber = 0;
+    // Most lines have as many parts as the one before.
+    std::size_t m_expectedParts = 0;
+};
+
+void DataTable::ReadFromCSV(std::istream& in, const char* separators, bool strictFieldCount,
+                            bool hasHeader, bool collapseSeparators, bool skipToBlankLine) {
+    DataTableReader(this, in, separators,
+                    {strictFieldCount, hasHeader, collapseSeparators, skipToBlankLine})
+        .Read();
+}
+
+}  // namespace zel

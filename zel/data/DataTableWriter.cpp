@@ -1,0 +1,32 @@
+#include "zel/data/BlockWriter.h"
+#include "zel/data/DataTable.h"
+
+namespace zel {
+
+namespace {
+
+void WriteLine(BlockWriter& out, const std::vector<std::string>& cells, char separator) {
+    for (const std::string& cell : cells) {
+        out.GetText() += cell;
+        out.GetText() += separator;
+        out.EndItem();
+    }
+    out.GetText() += '\n';
+    out.EndItem();
+}
+
+}  // namespace
+
+void DataTable::WriteToCSV(std::ostream& out, char separator) const {
+    BlockWriter writer(out);
+    if (!m_fieldNames.empty()) {
+        WriteLine(writer, m_fieldNames, separator);
+    }
+    for (const RCPtr<DataRow>& row : m_rows) {
+        WriteLine(writer, row->m_cells, separator);
+    }
+    writer.Flush();
+    out.flush();
+}
+
+}  // namespace zel

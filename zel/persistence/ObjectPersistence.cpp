@@ -1,0 +1,43 @@
+#include "zel/persistence/ObjectPersistence.h"
+
+#include "zel/foundation/Log.h"
+
+namespace zel::ObjectPersistence {
+
+namespace {
+
+const LogArea s_log("ObjectPersistence", 3);
+const StaticInit<DynamicObjectStatics> s_dynamicObjectStatics;
+
+}  // namespace
+
+SerEx::SerEx(const std::string& message, const std::string& file, int line)
+    : SerEx("SerEx", message, file, line) {}
+
+SerEx::SerEx(const std::string& type, const std::string& message, const std::string& file, int line)
+    : Exception(type, message, file, line) {}
+
+VersionClashEx::VersionClashEx(const std::string& message, const std::string& file, int line)
+    : SerEx("VersionClashEx", message, file, line) {}
+
+PersistentObjectEx::PersistentObjectEx(const std::string& message, const std::string& file,
+                                       int line)
+    : Exception("PersistentObjectEx", message, file, line) {}
+
+PersistentObject::~PersistentObject() = default;
+
+void PersistentObject::VersionCheck(const char* fieldName, int addedVersion, int objectVersion,
+                                    const char* className) const {
+    if (addedVersion > objectVersion) {
+        Throw<VersionClashEx>(s_log, "Access to field ", fieldName, " is illegal for a version ",
+                              objectVersion, " ", className,
+                              " because this field was added in class version ", addedVersion);
+    }
+}
+
+void PersistentObject::ThrowPersistentObjectDetailsEx(const char* file, int line,
+                                                      const char* message) {
+    Raise(s_log, PersistentObjectEx(message, file, line));
+}
+
+}  // namespace zel::ObjectPersistence

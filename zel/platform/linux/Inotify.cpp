@@ -1,0 +1,38 @@
+#include "zel/platform/linux/Inotify.h"
+
+#include <cerrno>
+#include <poll.h>
+
+namespace zel::platform {
+
+bool Inotify::Open() noexcept {
+    if (!m_instance.IsOpen()) {
+        m_instance = Descriptor(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    }
+    return m_instance.IsOpen();
+}
+
+int Inotify::Add(const std::string& directory) noexcept {
+    constexpr std::uint32_t names = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
+    constexpr std::uint32_t itself = IN_DELETE_SELF | IN_MOVE_SELF;
+    return ::inotify_add_watch(m_instance.Get(), directory.c_str(),
+                               names | itself | IN_ONLYDIR | IN_DONT_FOLLOW);
+}
+
+void Inotify::Remove(int watch) noexcept {
+    ::inotify_rm_watch(m_instance.Get(), watch);
+}
+
+bool Inotify::WaitForEvents(int milliseconds) noexcept {
+    // Without an instance this only sleeps: poll passes over a negative descriptor.
+    pollfd waiting{m_instance.Get(), POLLIN, 0};
+    return ::poll(&waiting, 1, milliseconds) > 0;
+}
+
+bool Inotify::Fill() noexcept {
+    const ssize_t got = ::read(m_instance.Get(), m_block.data(), m_block.size());
+    m_size = got > 0 ? static_cast<std::size_t>(got) : 0;
+    return m_size != 0;
+}
+
+}  // namespace zel::platform

@@ -1,0 +1,140 @@
+#include "zel/foundation/Log.h"
+#include "zel/platform/DirectoryWalk.h"
+#include "zel/platform/NameOrder.h"
+#include "zel/watch/FileWatcher.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+#include <vector>
+
+namespace zel {
+
+namespace {
+
+const LogArea s_log("FileWatcher", 3);
+
+using Listing = std::set<std::string, StrcmpiPred>;
+using platform::DirectoryWalk;
+
+// The names in one directory, in the order in which the paths below them stand in a listing: the
+// name of a directory is taken with the separator that follows it there.
+class SortedNames {
+public:
+    SortedNames(const std::string& directory, DirectoryWalk::Link link) {
+        DirectoryWalk walk(directory, link);
+        platform::DirectoryEntry entry;
+        while (walk.Next(entry)) {
+            if (!entry.isDirectory || (entry.name != "." && entry.name != "..")) {
+                Add(entry);
+            }
+        }
+        std::sort(m_names.begin(), m_names.end(), [this](const Name& a, const Name& b) {
+            const int order = platform::CompareNames(KeyOf(a), KeyOf(b));
+            // Of two names that are one entry it is always the same that stands in the listing.
+            return order != 0 ? order < 0 : KeyOf(a) < KeyOf(b);
+        });
+    }
+
+    template <class Visit>
+    void ForEach(Visit visit) const {
+        for (const Name& name : m_names) {
+            visit(KeyOf(name).substr(0, name.length), name.length != name.keyLength);
+        }
+    }
+
+private:
+    struct Name {
+        std::size_t start;
+        std::size_t length;
+        std::size_t keyLength;
+    };
+
+    void Add(const platform::DirectoryEntry& entry) {
+        const std::size_t start = m_text.size();
+        m_text += entry.name;
+        if (entry.isDirectory) {
+            m_text += DirectoryWalk::SEPARATOR;
+        }
+        m_names.push_back({start, entry.name.size(), m_text.size() - start});
+    }
+
+    std::string_view KeyOf(const Name& name) const {
+        return std::string_view(m_text).substr(name.start, name.keyLength);
+    }
+
+    std::string m_text;
+    std::vector<Name> m_names;
+};
+
+// Puts paths into a set one behind the other, which takes no search while they come in its order.
+class Inserter {
+public:
+    explicit Inserter(Listing& listing) : m_listing(listing), m_hint(listing.end()) {}
+
+    void Insert(std::string path) {
+        const auto inserted = m_listing.emplace_hint(m_hint, std::move(path));
+        // Going on to the end would go over all levels of the set, each time.
+        const bool isLast = &*inserted == &*m_listing.rbegin();
+        m_hint = isLast ? m_listing.end() : std::next(inserted);
+    }
+
+    std::size_t GetSize() const { return m_listing.size(); }
+
+private:
+    Listing& m_listing;
+    Listing::iterator m_hint;
+};
+
+class Lister {
+public:
+    Lister(bool recursive, Listing& files, Listing& dirs)
+        : m_recursive(recursive), m_files(files), m_dirs(dirs) {}
+
+    // The directory is closed before those below it are opened, as descriptors are few.
+    void List(const std::string& directory, DirectoryWalk::Link link) {
+        Log(s_log, 6, "EnumFilesAndDirs: ", directory, " (",
+            m_recursive ? "recursive" : "non-recursive", ")");
+        SortedNames(directory, link).ForEach([&](std::string_view name, bool isDirectory) {
+            std::string path = Join(directory, name);
+            if (!isDirectory) {
+                m_files.Insert(std::move(path));
+                return;
+            }
+            m_dirs.Insert(path);
+            if (m_recursive) {
+                List(path, DirectoryWalk::Link::Refuse);
+            }
+        });
+        Log(s_log, 5, "EnumFilesAndDirs: found ", m_files.GetSize(), " files, and ",
+            m_dirs.GetSize(), "dirs.");
+    }
+
+private:
+    static std::string Join(const std::string& directory, std::string_view name) {
+        std::string path;
+        path.reserve(directory.size() + 1 + name.size());
+        path += directory;
+        path += DirectoryWalk::SEPARATOR;
+        path += name;
+        return path;
+    }
+
+    const bool m_recursive;
+    Inserter m_files;
+    Inserter m_dirs;
+};
+
+}  // namespace
+
+bool StrcmpiPred::operator()(const std::string& a, const std::string& b) const noexcept {
+    return platform::CompareNames(a, b) < 0;
+}
+
+void FileWatcher::EnumFilesAndDirs(const char* dir, bool recursive,
+                                   std::set<std::string, StrcmpiPred>* files,
+                                   std::set<std::string, StrcmpiPred>* dirs) {
+    Lister(recursive, *files, *dirs).List(dir, DirectoryWalk::Link::Follow);
+}
+
+}  // namespace zel
