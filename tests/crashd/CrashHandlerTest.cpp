@@ -46,7 +46,7 @@ const Row deaths[] = {
      "0 crashd_tests [^ ]* [^ ]*DieOnSmashedStack"},
     {"abort", SIGABRT, "EXCEPTION_NONCONTINUABLE_EXCEPTION", "0 libc[^]*DieByAbort"},
     {"throw", SIGABRT, "EXCEPTION_NONCONTINUABLE_EXCEPTION", "0 libc[^]*DieByThrow"},
-    {"pure", SIGABRT, "EXCEPTION_NONCONTINUABLE_EXCEPTION", "0 libc[^]*Unfinished"},
+    {"pure", SIGABRT, "EXCEPTION_NONCONTINUABLE_EXCEPTION", "0 libc[^]*DieByPureCall"},
     {"heap", SIGABRT, "EXCEPTION_NONCONTINUABLE_EXCEPTION", "0 libc[^]*DieByHeap"},
 };
 

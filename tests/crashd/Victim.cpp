@@ -251,7 +251,7 @@ void DieInPlugin(Death die) {
 Death s_lastDeath = nullptr;
 
 struct DyingAtExit {
-    ~DyingAtExit() {
+    ~DyingAtExit() noexcept(false) {
         if (s_lastDeath != nullptr) {
             s_lastDeath();
         }
