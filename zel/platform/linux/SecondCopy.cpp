@@ -39,6 +39,18 @@ std::vector<char*> Split(std::string& block) {
     return texts;
 }
 
+// A copy that goes by another name than its program doesn't find its variable, and would start the
+// next copy, and that one more.
+bool IsStrayCopy(const std::string& variable) {
+    const std::string end = variable.back() + std::string("=") + crashChannelName;
+    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+        if (std::string_view(*entry).ends_with(end)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 std::string ReadCommandLine() {
     std::ifstream in("/proc/self/cmdline", std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};
@@ -140,7 +152,7 @@ bool WaitForEnd(pid_t process, int seconds) noexcept {
 }  // namespace
 
 bool SecondCopy::Start(const std::string& variable, CrashChannel& channel, char** arguments) {
-    if (HasForeignRights()) {
+    if (HasForeignRights() || IsStrayCopy(variable)) {
         errno = EPERM;
         return false;
     }
