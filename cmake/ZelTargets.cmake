@@ -97,6 +97,20 @@ function(zel_night name)
     add_dependencies(zel_night ${name})
 endfunction()
 
+# zel_fuzzer(<name> <source>)
+# A fuzz target, which starts from the inputs in corpus/<name>. ZEL_SANITIZE brings the counters
+# that it is steered by into the libraries.
+function(zel_fuzzer name source)
+    if(NOT IS_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name})
+        message(FATAL_ERROR "The fuzz target ${name} has no corpus/${name} to start from")
+    endif()
+    add_executable(${name} ${source})
+    zel_compile_settings(${name})
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+    target_link_libraries(${name} PRIVATE zel::advanced zel_fuzz_main)
+    add_dependencies(zel_fuzz ${name})
+endfunction()
+
 # zel_benchmark(<room> <source>...)
 # One program for the benchmarks of a room.
 function(zel_benchmark room)

@@ -9,17 +9,23 @@ namespace zel::test {
 namespace {
 
 thread_local std::size_t t_allocations = 0;
+thread_local std::size_t t_refusals = 0;
+thread_local long t_blocksHeld = 0;
 thread_local long t_allocationsLeft = -1;
+thread_local bool t_failsOnlyOne = false;
 std::atomic<const void*> s_watchedBlock{nullptr};
 void (*s_onFree)() = nullptr;
 
 void* Allocate(std::size_t size) {
     ++t_allocations;
     if (t_allocationsLeft == 0) {
+        ++t_refusals;
+        t_allocationsLeft -= t_failsOnlyOne ? 1 : 0;
         throw std::bad_alloc();
     }
     t_allocationsLeft -= t_allocationsLeft > 0 ? 1 : 0;
     if (void* const block = std::malloc(size == 0 ? 1 : size)) {
+        ++t_blocksHeld;
         return block;
     }
     throw std::bad_alloc();
@@ -30,6 +36,7 @@ void Free(void* block) noexcept {
     if (block != nullptr && s_watchedBlock.compare_exchange_strong(watched, nullptr)) {
         s_onFree();
     }
+    t_blocksHeld -= block != nullptr ? 1 : 0;
     std::free(block);
 }
 
@@ -39,8 +46,17 @@ std::size_t CountAllocations() noexcept {
     return t_allocations;
 }
 
-void FailAllocationsAfter(long count) noexcept {
+std::size_t CountRefusals() noexcept {
+    return t_refusals;
+}
+
+long CountBlocksHeld() noexcept {
+    return t_blocksHeld;
+}
+
+void FailAllocationsAfter(long count, bool onlyOne) noexcept {
     t_allocationsLeft = count;
+    t_failsOnlyOne = onlyOne;
 }
 
 void WatchBlock(const void* block, void (*onFree)()) noexcept {

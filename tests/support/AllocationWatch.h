@@ -9,8 +9,15 @@ namespace zel::test {
 // How many blocks the calling thread has asked for so far.
 std::size_t CountAllocations() noexcept;
 
-// Lets the calling thread's next `count` requests succeed and all later ones fail; -1 ends it.
-void FailAllocationsAfter(long count) noexcept;
+// How many of them it was refused.
+std::size_t CountRefusals() noexcept;
+
+// How many it has got and hasn't given back.
+long CountBlocksHeld() noexcept;
+
+// Lets the calling thread's next `count` requests succeed and all later ones fail, or `onlyOne`;
+// -1 ends it.
+void FailAllocationsAfter(long count, bool onlyOne = false) noexcept;
 
 // Calls `onFree` once when `block` is given back.
 void WatchBlock(const void* block, void (*onFree)()) noexcept;

@@ -94,7 +94,8 @@ bool RegisterFunction(void* function, Callable callable) {
     if (registry == nullptr || function == nullptr) {
         return false;
     }
-    registry->Register(function, binder.release());
+    registry->Register(function, binder.get());
+    binder.release();
     return true;
 }
 

@@ -9,8 +9,8 @@ namespace zel {
 inline constexpr std::uint32_t MAGIC = 0xCAFE2BAD;
 
 // What a crashed program tells its daemon, 4096 bytes in all, which pass the channel as they lie in
-// memory. A text ends at its first zero byte; the daemon sees to it that each has one. Addresses are
-// the low 32 bits.
+// memory. A text ends at its first zero byte; the daemon sees to it that each has one. Addresses
+// are the low 32 bits.
 struct zel_crash_msg_s {
     std::uint32_t magic;  // MAGIC, or 0 where the daemon tells of a fault of its own
     char prog_name[20];   // without directories, cut to what fits

@@ -102,13 +102,17 @@ RCPtr<DataTree> DataTree::GetChild(const std::string& name) const {
 }
 
 void DataTree::GetChildren(const std::string& name, std::list<RCPtr<DataTree>>* children) const {
-    RCBatch batch;
-    for (const RCPtr<DataTree>& child : m_children) {
-        batch.Step();
-        if (child->m_name == name) {
-            children->push_back(child);
+    std::list<RCPtr<DataTree>> found;
+    {
+        RCBatch batch;
+        for (const RCPtr<DataTree>& child : m_children) {
+            batch.Step();
+            if (child->m_name == name) {
+                found.push_back(child);
+            }
         }
     }
+    children->splice(children->end(), found);
 }
 
 void DataTree::GetChildren(std::list<RCPtr<DataTree>>* children) const {

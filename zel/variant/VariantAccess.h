@@ -55,6 +55,16 @@ public:
                            bool throwOnError);
 };
 
+// Assigns the whole value or, when memory runs out, nothing: a vector assigns string by string.
+template <class T>
+void AssignWhole(T& target, const T& value) {
+    if constexpr (std::is_same_v<T, std::vector<std::string>>) {
+        target = T(value);
+    } else {
+        target = value;
+    }
+}
+
 // Calls `visit` with a tag of the element type that `code` stands for, and gives its result;
 // `otherwise` if there is none.
 template <class T>

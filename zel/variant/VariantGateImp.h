@@ -2,6 +2,8 @@
 
 #include "zel/variant/VariantConversionImp.h"
 
+#include <iterator>
+
 // SetValue and GetValue of VariantBase: the one gate through which values enter and leave.
 
 namespace zel {
@@ -99,9 +101,13 @@ inline bool GetConverted(const VariantBase* variant, int elementCode,
         using E = typename decltype(tag)::Element;
         if constexpr (NumericElement<E>) {
             if (auto* const values = VariantAccess::FindValue<std::vector<E>>(variant)) {
+                std::vector<std::string> read;
+                read.reserve(values->size());
                 for (const E& value : *values) {
-                    texts->push_back(StringUtils::NumberAsString(value));
+                    read.push_back(StringUtils::NumberAsString(value));
                 }
+                texts->insert(texts->end(), std::make_move_iterator(read.begin()),
+                              std::make_move_iterator(read.end()));
                 return true;
             }
         }
@@ -191,19 +197,20 @@ bool VariantBase::StoreValue(const T& value, bool throwOnError) {
                 CountElements(value), " elements, but variant is fixed at ", count, " elements");
         }
         if (T* const own = VariantAccess::FindValue<T>(this)) {
-            *own = value;
+            AssignWhole(*own, value);
             return true;
         }
         return StoreWidened(*this, value) || SetOtherType(*this, value, throwOnError);
     }
 }
 
-// The level-5 line of a value that isn't in the caller's type already.
+// The level-5 line of a value that isn't in the caller's type already. It allocates nothing, as the
+// caller has the value by now.
 inline void LogFetched(const VariantBase& variant, const std::type_info& target) {
     if (s_variantLog.IsEnabled(5)) {
         Log(s_variantLog, 5,
             "[VariantBase::GetValue] Able to secondarily convert variant value of type ",
-            variant.GetType(), " to object of type ", target.name());
+            variant.GetTypeInfo().name(), " to object of type ", target.name());
     }
 }
 
@@ -236,7 +243,7 @@ template <class T>
 bool VariantBase::FetchValue(T* value, bool throwOnError) const {
     CriticalSectionLock lock(&m_cs);
     if (const T* const own = VariantAccess::FindValue<T>(this)) {
-        *value = *own;
+        AssignWhole(*value, *own);
         return true;
     }
     if constexpr (std::is_same_v<T, std::string>) {

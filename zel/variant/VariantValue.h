@@ -36,7 +36,7 @@ public:
     // A copy has a lock and a count of its own. Unlocked, and so is the assignment, which copies
     // value and fixed flag.
     Variant(const Variant&) = default;
-    Variant& operator=(const Variant&) = default;
+    Variant& operator=(const Variant& other);
     ~Variant() override;
 
     // The value itself. Unlocked, and good for as long as nobody changes it.

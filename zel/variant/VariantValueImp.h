@@ -38,6 +38,13 @@ inline int ToInt(std::size_t count) {
 }
 
 template <class T>
+Variant<T>& Variant<T>::operator=(const Variant& other) {
+    AssignWhole(m_value, other.m_value);
+    VariantBase::operator=(other);
+    return *this;
+}
+
+template <class T>
 Variant<T>::~Variant() = default;
 
 template <class T>

@@ -16,13 +16,13 @@ std::uint64_t CurrentThreadNumber() noexcept {
     return static_cast<std::uint64_t>(syscall(SYS_gettid));
 }
 
-std::uint64_t CurrentProcessNumber() noexcept {
-    return static_cast<std::uint64_t>(getpid());
-}
-
 void MakeCurrentThreadPunctual() noexcept {
     constexpr unsigned long shortestSlack = 1;  // nanoseconds; 0 would mean the default
     prctl(PR_SET_TIMERSLACK, shortestSlack, 0, 0, 0);
+}
+
+std::uint64_t CurrentProcessNumber() noexcept {
+    return static_cast<std::uint64_t>(getpid());
 }
 
 }  // namespace zel::platform

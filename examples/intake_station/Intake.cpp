@@ -1,0 +1,87 @@
+#include "Intake.h"
+
+#include "zel/core/FileUtils.h"
+#include "zel/foundation/Log.h"
+
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const zel::LogArea s_log("Intake", 4);
+
+}  // namespace
+
+Intake::Intake(const Settings& settings)
+    : m_settings(settings),
+      m_prototypes(MakePrototypes(settings.columns)),
+      m_store(settings.storeFile, m_prototypes) {
+    if (!settings.plugin.empty()) {
+        m_filters.Load(settings.plugin);
+    }
+    zel::Log(s_log, 4, "The store holds ", m_store.GetRecordCount(), " rows");
+    // Stored is the moment that counts: a file that is still in the drop folder then was left
+    // there by a program that came no further.
+    const Source& last = m_store.GetLastSource();
+    const fs::path left = fs::path(settings.dropFolder) / last.name;
+    if (fs::is_regular_file(left) && GetWriteTime(left) == last.writeTime) {
+        MoveToDone(last.name);
+        zel::Log(s_log, 4, last.name, " was taken before and is moved only");
+    }
+}
+
+void Intake::TakeFile(std::string path) {
+    try {
+        if (!fs::exists(path)) {
+            return;
+        }
+        const auto keep = [this](const std::string& column, const std::string& cell) {
+            return m_filters.Keeps(column, cell);
+        };
+        Accept(ReadBatch(path, m_settings.columns, m_prototypes, keep));
+    } catch (const std::exception& ex) {
+        zel::Log(s_log, 2, path, ": ", ex.what());
+    }
+}
+
+void Intake::Accept(const Batch& batch) {
+    SetAside(batch);
+    m_store.Append(batch);
+    MoveToDone(batch.source.name);
+    ++m_files;
+    m_accepted += batch.records.size();
+    m_rejected += batch.rejected.size();
+    m_filtered += batch.filtered;
+    zel::Log(s_log, 4, batch.source.name, ": ", batch.records.size(), " rows accepted, ",
+             batch.rejected.size(), " rejected, ", batch.filtered, " filtered");
+}
+
+// Written anew for a file that is taken again, so that nothing is told twice.
+void Intake::SetAside(const Batch& batch) const {
+    if (batch.rejected.empty()) {
+        return;
+    }
+    std::ofstream out(fs::path(m_settings.rejectedFolder) / batch.source.name);
+    for (const std::string& line : batch.rejected) {
+        zel::Log(s_log, 3, line);
+        out << line << '\n';
+    }
+    if (!out.flush()) {
+        throw std::runtime_error("the rejected rows can't be written");
+    }
+}
+
+void Intake::MoveToDone(const std::string& file) const {
+    fs::rename(fs::path(m_settings.dropFolder) / file, fs::path(m_settings.doneFolder) / file);
+}
+
+std::string Intake::GetSummary() const {
+    zel::MemOS text;
+    text << m_files << " files, " << m_accepted << " rows accepted, " << m_rejected << " rejected, "
+         << m_filtered << " filtered";
+    return text.ToString();
+}

@@ -1,0 +1,154 @@
+// Takes files of rows from a folder into a store, row by row as typed values: a small whole program
+// of the kind that the library is for.
+
+#include "zel/commands/ThreadCommandProcessor.h"
+#include "zel/commands/TimerThread.h"
+#include "zel/crashd/CrashHandler.h"
+#include "zel/foundation/Log.h"
+#include "zel/watch/FileWatcher.h"
+
+#include "Intake.h"
+#include "SettledFiles.h"
+
+#include <atomic>
+#include <csignal>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <string_view>
+
+using zel::RCPtr;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::string_view USAGE =
+    R"(usage: intake_station SETTINGS
+       intake_station --print SETTINGS
+
+Takes each file that appears in the drop folder into the store, until it is interrupted or a file
+named stop appears there; with --print writes the rows of the store to standard output.
+)";
+
+const zel::LogArea s_log("Station", 4);
+
+// A handler of signals may do no more than that.
+std::atomic<bool> s_isInterrupted{false};
+static_assert(std::atomic<bool>::is_always_lock_free);
+
+void Interrupt(int) {
+    s_isInterrupted = true;
+}
+
+// The parts, wired: the watcher tells of files, timers let them settle, commands take them.
+class Station {
+public:
+    explicit Station(const Settings& settings)
+        : m_stop(new zel::Event(zel::Event::ManualReset)),
+          m_intake(new Intake(settings)),
+          m_commands(new zel::ThreadCommandProcessor("Intake")),
+          m_settled(new SettledFiles(settings.settleSeconds,
+                                     [this](const std::string& path) { Post(path); })),
+          m_watcher(new zel::FileWatcher(settings.dropFolder.c_str(), true, false, -1)),
+          m_ticker(new zel::TimerThread(m_commands, 1, 1, zel::TimerThread::FOREVER)) {
+        m_watcher->FileAdded.Connect([this](const std::string& path) { Expect(path); });
+        m_ticker->GetEvent().Connect([this](zel::TimerThread* const&) { PrintSummary(); });
+    }
+
+    void Run() {
+        constexpr int milliseconds = 50;
+        m_watcher->Start();
+        m_ticker->Start();
+        while (!s_isInterrupted && !m_stop->Wait(milliseconds)) {
+        }
+        // From the source of the work to its end: what was handed on is still done.
+        m_watcher->RequestStop();
+        m_watcher->Join();
+        m_settled->Stop();
+        m_ticker->RequestStop();
+        m_ticker->Join();
+        m_commands->Stop();
+        PrintSummary();
+    }
+
+private:
+    void Expect(const std::string& path) {
+        if (fs::path(path).filename() == "stop") {
+            fs::remove(path);
+            m_stop->Set(true);
+        } else {
+            m_settled->Expect(path);
+        }
+    }
+
+    void Post(const std::string& path) {
+        using TakeFile =
+            zel::AsyncCommandForRCObject<Intake, void (Intake::*)(std::string), std::string>;
+        m_commands->PostCommand(
+            new TakeFile(zel::WeakPtr<Intake>(m_intake), &Intake::TakeFile, path));
+    }
+
+    void PrintSummary() {
+        const std::string summary = m_intake->GetSummary();
+        std::cout << summary << std::endl;
+        zel::Log(s_log, 4, summary);
+    }
+
+    const RCPtr<zel::Event> m_stop;
+    const RCPtr<Intake> m_intake;
+    const RCPtr<zel::ThreadCommandProcessor> m_commands;
+    const RCPtr<SettledFiles> m_settled;
+    const RCPtr<zel::FileWatcher> m_watcher;
+    const RCPtr<zel::TimerThread> m_ticker;
+};
+
+void StartLog(const std::string& path) {
+    const RCPtr<zel::Logger> logger(new zel::Logger);
+    logger->AddSink(new zel::FileLogSink(path));
+    logger->SetGlobalLogLevel(3);
+    logger->Start();
+    zel::Logger::SetInstance(logger);
+}
+
+void Serve(const Settings& settings) {
+    for (const std::string& folder :
+         {settings.dropFolder, settings.doneFolder, settings.rejectedFolder}) {
+        fs::create_directories(folder);
+    }
+    StartLog(settings.logFile);
+    std::signal(SIGINT, Interrupt);
+    std::signal(SIGTERM, Interrupt);
+    zel::Log(s_log, 4, "The station begins");
+    Station(settings).Run();
+    zel::Log(s_log, 4, "The station ends");
+}
+
+void Print(const Settings& settings) {
+    Store::Read(settings.storeFile, MakePrototypes(settings.columns), [](const Record& record) {
+        for (const auto& value : record) {
+            std::cout << value->WriteValueToString(false) << ',';
+        }
+        std::cout << '\n';
+    });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    constexpr int wrongInput = 1;
+    constexpr int wrongUsage = 2;
+    zel::CrashHandler::Initialize(argc, argv, nullptr);
+    const bool isToPrint = argc > 1 && std::string_view(argv[1]) == "--print";
+    if (argc != (isToPrint ? 3 : 2)) {
+        std::cerr << USAGE;
+        return wrongUsage;
+    }
+    try {
+        const Settings settings = Settings::Load(argv[argc - 1]);
+        isToPrint ? Print(settings) : Serve(settings);
+        return 0;
+    } catch (const std::exception& ex) {
+        std::cerr << "intake_station: " << ex.what() << '\n';
+    }
+    return wrongInput;
+}

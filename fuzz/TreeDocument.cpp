@@ -1,0 +1,49 @@
+#include "zel/data/DataTree.h"
+
+#include "fuzz/Target.h"
+
+#include <sstream>
+
+namespace zel::fuzz {
+
+namespace {
+
+using Tree = RCPtr<DataTree>;
+
+std::string Compact(const Tree& tree) {
+    std::ostringstream out;
+    tree->WriteTo(out, -1);
+    return out.str();
+}
+
+// The tree in compact form, or what is wrong with the document and where.
+template <class Read>
+std::string Outcome(Read read) {
+    try {
+        return Compact(read());
+    } catch (const DataTreeEx& exception) {
+        return exception.AsStringEx() + exception.GetInfo();
+    }
+}
+
+}  // namespace
+
+// The first byte is the size of the pieces in which a stream brings the document.
+void Run(Input input) {
+    const std::size_t piece = input.TakeByte() + 1;
+    const std::string text(input.GetRest());
+    PieceStream in(text, piece);
+    const auto fromString = [&] { return DataTree::FromString(text); };
+    Require(Outcome(fromString) == Outcome([&] { return DataTree::ReadFrom(in); }),
+            "a document is the same from a string and from a stream");
+    const auto tree = Try<DataTreeEx>(fromString);
+    if (!tree) {
+        return;
+    }
+    const std::string compact = Compact(*tree);
+    Require(Compact(DataTree::FromString(compact)) == compact, "the compact form reads back");
+    Require(Compact(DataTree::FromString((*tree)->ToString())) == compact, "so does the indented");
+    Require(Compact((*tree)->Clone()) == compact, "a clone is the same tree");
+}
+
+}  // namespace zel::fuzz

@@ -1,0 +1,26 @@
+#include "zel/persistence/ObjectPersistence.h"
+
+#include "fuzz/Target.h"
+
+namespace zel::fuzz {
+
+// The first byte is the size of the pieces in which the stream brings its bytes.
+void Run(Input input) {
+    using ObjectPersistence::BinaryPersistenceReader;
+    const std::size_t piece = input.TakeByte() + 1;
+    PieceStream in(input.GetRest(), piece);
+    std::string bytes;
+    while (const auto version = Try<ObjectPersistence::SerEx>(
+               [&] { return BinaryPersistenceReader(&in).ReadVersion(); })) {
+        for (int shift = 0; shift < 32; shift += 8) {
+            bytes += static_cast<char>(static_cast<unsigned>(*version) >> shift);
+        }
+        Require(in.good(), "a version that is there leaves the stream good");
+    }
+    constexpr std::size_t size = 4;
+    const std::size_t whole = input.GetRest().size() / size * size;
+    Require(bytes == input.GetRest().substr(0, whole), "every whole record is a version");
+    Require(in.GetLeft() == 0, "a failure takes what was left");
+}
+
+}  // namespace zel::fuzz

@@ -1,0 +1,39 @@
+// The classes that the debugger's views show, named so that this file's debug information has them.
+
+#include "zel/data/DataTable.h"
+#include "zel/data/DataTree.h"
+#include "zel/foundation/EventSource.h"
+#include "zel/foundation/MemOS.h"
+#include "zel/variant/Variant.h"
+
+namespace zel {
+
+namespace {
+
+struct ShownTypes {
+    MemOS* memOS;
+    DataTree* dataTree;
+    DataTable* dataTable;
+    DataRow* dataRow;
+    EventSource<std::string>* stringSource;
+    EventSource<TimerThread*>* timerSource;
+    EventSinkList<std::string>* stringSinks;
+    EventSinkList<TimerThread*>* timerSinks;
+};
+
+template <class T>
+struct ShownVariants {
+    Variant<T>* scalar;
+    Variant<std::vector<T>>* array;
+};
+
+[[gnu::used]] void Describe(ShownTypes) {}
+
+#define ZEL_DESCRIBE(T, ...) \
+    [[gnu::used]] void Describe(ShownVariants<T>) {}
+ZEL_FOR_EACH_ELEMENT(ZEL_DESCRIBE)
+#undef ZEL_DESCRIBE
+
+}  // namespace
+
+}  // namespace zel

@@ -1,0 +1,98 @@
+"""Compares what GDB shows of the objects of program.cpp with what it should."""
+
+import re
+
+import gdb
+
+CHECKS = (
+    ("none", "null"),
+    ("leaf", 'RCPtr, count 2 = {object = DataTree "interval" = "60"}'),
+    ("-object off -- derived", "RCPtr, count 1 = {object = {<zel::RCObject>, m_number = 7}}"),
+    (
+        "-object on -- derived",
+        "RCPtr, count 1 = {object = {<Base> = {<zel::RCObject>, m_number = 7}, m_extra = 8}}",
+    ),
+    ("weakNone", "null"),
+    ("weak", "WeakPtr, count 2 = {object = 0x}"),
+    ("gone", "WeakPtr to an object that is gone"),
+    ("empty", 'MemOS ""'),
+    ("message", r'MemOS "Node \"x\"\t42\x01\xffä"'),
+    ("-elements 3 -- longText", 'MemOS "---"...'),
+    ("byte", "Variant U8 = 65"),
+    ("word", 'Variant string = "ein Wort"'),
+    ("own", "{<zel::Variant<double>> = Variant D64 = 0.25, <No data fields>}"),
+    ("byName", "RCPtr, count 1 = {object = Variant U32[3] = {0, 0, 0}}"),
+    ("*variants[0].m_object", "Variant S8 = -5"),
+    ("*variants[1].m_object", "Variant U16 = 65535"),
+    ("*variants[2].m_object", "Variant S64 = -9000000000"),
+    ("*variants[3].m_object", "Variant F32 = 2.5"),
+    ("*variants[4].m_object", 'Variant string = ""'),
+    ("*variants[5].m_object", "Variant U8[], 2 elements = {1, 65}"),
+    ("*variants[6].m_object", 'Variant string[], 3 elements = {"a", "", "z\\n"}'),
+    ("*variants[7].m_object", "Variant S32[], 0 elements"),
+    (
+        "-elements 2 -- *variants[8].m_object",
+        "Variant D64[], 1000000 elements = {0.5, 0.5...}",
+    ),
+    (
+        "*station.m_object",
+        'DataTree "station", 2 children = {[0] = DataTree "name" = "Harbour", '
+        '[1] = DataTree "logger", 1 child = {[0] = DataTree "interval" = "60"}}',
+    ),
+    (
+        "-elements 1 -- *wide.m_object",
+        'DataTree "w"... = "v", 100000 children = {[0] = DataTree "n" = "v"...}',
+    ),
+    (
+        "-max-depth 1 -- *deep.m_object",
+        'DataTree "0", 1 child = {[0] = DataTree "1", 1 child = {...}}',
+    ),
+    (
+        "*users.m_object",
+        'DataTable, 2 fields, 3 rows = {fields = {"name", "shell"}, '
+        '[0] = DataRow, 2 cells = {"ada", "/bin/sh"}, [1] = DataRow, 0 cells, '
+        '[2] = DataRow, 1 cell = {"a\\"b"}}',
+    ),
+    ("quiet", "EventSource, 0 sinks"),
+    (
+        "changed",
+        "EventSource, 2 sinks = {0x Printer, 0x zel::EventSource<std::string>::CallableSink<Listener>}",
+    ),
+    ("zeros.pointer.m_object", "null"),
+    ("zeros.weak.m_object", "null"),
+    ("zeros.text.m_object", "MemOS <unreadable>"),
+    ("zeros.variant.m_object", "Variant of unknown type 0x"),
+    ("zeros.tree.m_object", 'DataTree "" = ""'),
+    ("zeros.table.m_object", "DataTable, 0 fields, 0 rows = {fields = {}}"),
+    ("zeros.row.m_object", "DataRow, 0 cells"),
+    ("zeros.source.m_object", "EventSource, 0 sinks"),
+    ("ones.pointer.m_object", "RCPtr, count <unreadable> = {object = 0x <unreadable>}"),
+    ("ones.weak.m_object", "WeakPtr <unreadable>"),
+    ("ones.text.m_object", "MemOS <unreadable>"),
+    ("ones.variant.m_object", "Variant of unknown type 0x"),
+    ("ones.tree.m_object", "DataTree <unreadable> = <unreadable>"),
+    ("ones.table.m_object", "DataTable, 0 fields, 0 rows = {fields = {}}"),
+    ("ones.row.m_object", "DataRow, 0 cells"),
+    ("ones.source.m_object", "EventSource <unreadable>"),
+)
+
+
+def show(expression):
+    text = gdb.execute(f"print {expression}", to_string=True).rstrip("\n")
+    text = re.sub(r"^\$\d+ = ", "", text)
+    text = re.sub(r"0x[0-9a-f]+", "0x", text).replace("(anonymous namespace)::", "")
+    return re.sub(r"<zel::RCObject> = {[^}]*}", "<zel::RCObject>", text)
+
+
+def main():
+    failures = 0
+    for expression, expected in CHECKS:
+        shown = show(expression)
+        if shown != expected:
+            failures += 1
+            print(f"print {expression}: Failure\n  shows    {shown}\n  expected {expected}")
+    print(f"{len(CHECKS) - failures} of {len(CHECKS)} views are as expected")
+    gdb.execute(f"quit {min(failures, 1)}")
+
+
+main()

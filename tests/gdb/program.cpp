@@ -1,0 +1,159 @@
+// Objects for the debugger's views to show: it stops in Show and looks at the frame below.
+
+#include "zel/data/DataTable.h"
+#include "zel/data/DataTree.h"
+#include "zel/foundation/EventSource.h"
+#include "zel/foundation/MemOS.h"
+#include "zel/variant/Variant.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+using namespace zel;
+
+namespace {
+
+struct Base : RCObject {
+    int m_number = 7;
+};
+
+struct Derived : Base {
+    int m_extra = 8;
+};
+
+class Printer : public EventSink<std::string> {
+public:
+    bool OnEvent(const std::string&) override { return true; }
+};
+
+struct Listener {
+    void operator()(const std::string&) const {}
+};
+
+class OwnVariant : public Variant<double> {
+public:
+    using Variant<double>::Variant;
+};
+
+// An object that was never made: its memory is filled with one byte.
+template <class T>
+union Broken {
+    explicit Broken(unsigned char byte) { std::fill_n(m_bytes, sizeof(T), byte); }
+    ~Broken() {}
+
+    unsigned char m_bytes[sizeof(T)];
+    T m_object;
+};
+
+struct BrokenObjects {
+    explicit BrokenObjects(unsigned char byte)
+        : pointer(byte),
+          weak(byte),
+          text(byte),
+          variant(byte),
+          tree(byte),
+          table(byte),
+          row(byte),
+          source(byte) {}
+
+    Broken<RCPtr<DataTree>> pointer;
+    Broken<WeakPtr<DataTree>> weak;
+    Broken<MemOS> text;
+    Broken<Variant<std::vector<std::string>>> variant;
+    Broken<DataTree> tree;
+    Broken<DataTable> table;
+    Broken<DataRow> row;
+    Broken<EventSource<std::string>> source;
+};
+
+__attribute__((noinline)) void Show() {
+    asm volatile("");
+}
+
+RCPtr<DataTree> MakeWideTree() {
+    RCPtr<DataTree> wide(new DataTree("wide", "v"));
+    for (int i = 0; i < 100000; ++i) {
+        wide->AppendChild(new DataTree("n", "v"));
+    }
+    return wide;
+}
+
+RCPtr<DataTree> MakeDeepTree() {
+    RCPtr<DataTree> deep(new DataTree("100000", ""));
+    for (int i = 100000; i-- > 0;) {
+        const RCPtr<DataTree> parent(new DataTree(std::to_string(i), ""));
+        parent->AppendChild(deep);
+        deep = parent;
+    }
+    return deep;
+}
+
+RCPtr<DataTable> MakeUsers() {
+    RCPtr<DataTable> users(new DataTable);
+    users->AddField("name");
+    users->AddField("shell");
+    const std::vector<std::vector<std::string>> rows = {{"ada", "/bin/sh"}, {}, {"a\"b"}};
+    for (const std::vector<std::string>& cells : rows) {
+        const RCPtr<DataRow> row = users->CreateRow();
+        row->Assign(cells);
+        users->AppendRow(row);
+    }
+    return users;
+}
+
+template <class T>
+RCPtr<VariantBase> Make(T value) {
+    return new Variant<T>(std::move(value));
+}
+
+}  // namespace
+
+int main() {
+    const RCPtr<DataTree> none;
+    const RCPtr<DataTree> leaf(new DataTree("interval", "60"));
+    const RCPtr<DataTree> second = leaf;
+    const RCPtr<Base> derived(new Derived);
+    const WeakPtr<DataTree> weakNone;
+    const WeakPtr<DataTree> weak(leaf);
+    const WeakPtr<DataTree> gone(RCPtr<DataTree>(new DataTree("gone", "")));
+
+    MemOS empty;
+    MemOS message;
+    message << "Node \"x\"\t" << 42 << "\x01\xFF\xC3\xA4";
+    MemOS longText;
+    longText << std::string(5000, '-');
+
+    const Variant<unsigned char> byte(65);
+    const Variant<std::string> word("ein Wort");
+    const OwnVariant own(0.25);
+    const RCPtr<VariantBase> byName = VariantBase::CreateByTypeName("U32[3]");
+    const std::vector<RCPtr<VariantBase>> variants = {
+        Make<signed char>(-5),
+        Make<unsigned short>(65535),
+        Make<long long>(-9000000000),
+        Make(2.5F),
+        Make(std::string()),
+        Make(std::vector<unsigned char>{1, 65}),
+        Make(std::vector<std::string>{"a", "", "z\n"}),
+        Make(std::vector<int>()),
+        Make(std::vector<double>(1000000, 0.5)),
+    };
+
+    const RCPtr<DataTree> station =
+        DataTree::FromString(R"(["station" ."name" = "Harbour" ["logger" ."interval" = "60"]])");
+    const RCPtr<DataTree> wide = MakeWideTree();
+    const RCPtr<DataTree> deep = MakeDeepTree();
+    const RCPtr<DataTable> users = MakeUsers();
+
+    EventSource<std::string> quiet;
+    EventSource<std::string> changed;
+    changed.AddSink(new Printer);
+    changed.Connect(Listener());
+
+    const BrokenObjects zeros(0x00);
+    const BrokenObjects ones(0xFF);
+    Show();
+    return 0;
+}
