@@ -146,7 +146,6 @@ TEST(CrashDaemonTest, TakesWhateverComes) {
 }
 
 TEST(CrashDaemonDeathTest, ReadsAnyPathAndEndsTheProcess) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     const std::string bytes = BytesOf(MakeRecord());
     const auto callback = BindCallback<ZelVoidT, const zel_crash_msg_s*>(
         [](const zel_crash_msg_s* record) { std::fputs(record->prog_name, stderr); });
@@ -159,7 +158,7 @@ TEST(CrashDaemonDeathTest, ReadsAnyPathAndEndsTheProcess) {
         {bytes, callback, "!\na_server_with_a_lon$"},
         {bytes.substr(1), callback, "!\n$"},
     };
-    const std::string file = testing::TempDir() + "crashd_record";
+    const std::string file = testing::TempDir() + "crashd_record." + std::to_string(getpid());
     for (const auto& row : rows) {
         std::ofstream(file, std::ios::binary) << row.bytes;
         EXPECT_EXIT(crashd_main(file.c_str(), row.callback), testing::ExitedWithCode(0),
