@@ -71,7 +71,7 @@ private:
         while (!m_stop) {
             const ssize_t size = ::read(m_instance, block.data(), block.size());
             for (ssize_t at = 0; at < size;) {
-                const auto* const event = reinterpret_cast<const inotify_event*>(&block[at]);
+                const auto* const event = reinterpret_cast<const inotify_event*>(block.data() + at);
                 if ((event->mask & IN_CREATE) != 0) {
                     m_seen.release();
                 } else if ((event->mask & IN_DELETE) != 0) {

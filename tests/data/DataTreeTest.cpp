@@ -1,6 +1,5 @@
 #include "zel/data/DataTree.h"
 
-#include "tests/support/AllocationWatch.h"
 #include "tests/support/RecordingLogSink.h"
 
 #include <gtest/gtest.h>
@@ -182,27 +181,6 @@ TEST(DataTreeTest, DestroysFromTheTopDownAndSparesWhatOthersHold) {
     root = nullptr;
     EXPECT_EQ(events, "root2 a2 leaf0 held0 b2 leaf0 ");
     EXPECT_FALSE(held->GetParentNode());
-}
-
-TEST(DataTreeTest, OutOfMemoryChangesNothing) {
-    const Tree tree = MakeTree({"a", "b", "c", "d", "e", "f", "g", "h", "i", "j"});
-    EXPECT_TRUE(tree->HasChild("j"));
-    const std::string before = Children(tree);
-    const std::string name(40, 'n');
-    int failures = 0;
-    for (long step = 0; !tree->HasChild(name); ++step) {
-        test::FailAllocationsAfter(step);
-        try {
-            tree->SetChildValue(name, name);
-        } catch (const std::bad_alloc&) {
-            ++failures;
-        }
-        test::FailAllocationsAfter(-1);
-        if (!tree->HasChild(name)) {
-            ASSERT_EQ(Children(tree), before);
-        }
-    }
-    EXPECT_GE(failures, 4);
 }
 
 }  // namespace

@@ -2,12 +2,29 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
 namespace zel::test {
+
+// A program under a name that no other process has, as tests run beside one another.
+class UniqueProgram {
+public:
+    explicit UniqueProgram(const char* original)
+        : name("zel_" + std::to_string(::getpid())),
+          path(std::filesystem::temp_directory_path() / name) {
+        std::filesystem::copy_file(original, path);
+    }
+    ~UniqueProgram() { std::filesystem::remove(path); }
+    UniqueProgram(const UniqueProgram&) = delete;
+    UniqueProgram& operator=(const UniqueProgram&) = delete;
+
+    const std::string name;
+    const std::string path;
+};
 
 // A program that runs, with its standard output at hand, until this object goes.
 class Child {

@@ -1,13 +1,10 @@
 #include "zel/process/ProcessUtils.h"
 
-#include "zel/core/StringUtils.h"
-
 #include "tests/process/Child.h"
 #include "tests/support/RecordingLogSink.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <sched.h>
 #include <sys/mount.h>
@@ -18,8 +15,6 @@ namespace {
 namespace fs = std::filesystem;
 
 using Processes = std::list<RCPtr<ProcessInfo>>;
-
-const unsigned int ownId = static_cast<unsigned int>(::getpid());
 
 std::string NameOf(unsigned int pid) {
     Processes processes;
@@ -33,22 +28,27 @@ std::string NameOf(unsigned int pid) {
 }
 
 TEST(ProcessUtilsTest, FindsAProcessInAnyCaseAndListsItInItsOwnAlone) {
+    const test::UniqueProgram program("/bin/sh");
+    const test::Child one({program.path, "-c", "echo; kill -STOP $$"});
+    const test::Child another({program.path, "-c", "echo; kill -STOP $$"});
+    one.ReadLine();
+    another.ReadLine();
+    const std::string otherCase = "ZEL" + program.name.substr(3);
     Processes processes;
-    ProcessUtils::ListProcesses(&processes, "process_tests");
-    ASSERT_FALSE(processes.empty());
-    EXPECT_EQ(processes.front()->name, "process_tests");
-    const std::size_t count = processes.size();
-    ProcessUtils::ListProcesses(&processes, "PROCESS_TESTS");
-    EXPECT_EQ(processes.size(), count);
-    ProcessUtils::ListProcesses(&processes, "");
-    EXPECT_GT(processes.size(), 2 * count);
-    EXPECT_EQ(NameOf(ownId), "process_tests");
+    ProcessUtils::ListProcesses(&processes, program.name);
+    ProcessUtils::ListProcesses(&processes, otherCase);
+    ASSERT_EQ(processes.size(), 2);
+    EXPECT_EQ(processes.front()->name, program.name);
 
     unsigned int pid = 0;
-    EXPECT_TRUE(ProcessUtils::FindProcess("Process_TESTS", &pid));
+    EXPECT_TRUE(ProcessUtils::FindProcess(otherCase, &pid));
     EXPECT_EQ(pid, processes.front()->pid) << "the first of the listing";
-    EXPECT_FALSE(ProcessUtils::FindProcess("process_test", &pid));
+    EXPECT_FALSE(ProcessUtils::FindProcess(program.name + "x", &pid));
     EXPECT_EQ(pid, processes.front()->pid);
+
+    ProcessUtils::ListProcesses(&processes, "");
+    EXPECT_GT(processes.size(), 4) << "a listing adds to what is there";
+    EXPECT_EQ(NameOf(static_cast<unsigned int>(::getpid())), "process_tests");
 }
 
 TEST(ProcessUtilsTest, NamesWhatAProcessRunsHoweverThatIsCalled) {

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <sstream>
+#include <stdexcept>
 #include <thread>
 #include <xcb/xcb_ewmh.h>
 
@@ -30,6 +31,9 @@ public:
     explicit Screen(bool isManaged) : m_isManaged(isManaged) {
         ::setenv("DISPLAY", (":" + m_server.ReadLine()).c_str(), 1);
         m_connection = xcb_connect(nullptr, nullptr);
+        if (xcb_connection_has_error(m_connection) != 0) {
+            throw std::runtime_error("Xvfb doesn't serve");
+        }
         xcb_ewmh_init_atoms_replies(&m_hints, xcb_ewmh_init_atoms(m_connection, &m_hints), nullptr);
         if (isManaged) {
             m_manager.emplace(std::vector<std::string>{"openbox", "--sm-disable"});
@@ -116,8 +120,8 @@ TEST_P(WindowTest, RaisesTheUppermostOfThoseWithThatTitleAndGivesItTheKeyboard) 
     ASSERT_TRUE(!GetParam() || Becomes([&] { return screen.HasManager(); }));
     const std::string longTitle(300, 'x');
     const std::string longest = longTitle.substr(0, 254);
-    const test::Child first(
-        {ZEL_SHOW_WINDOW, "Orders", "Open orders", "Open orders", "", longTitle});
+    const test::UniqueProgram program(ZEL_SHOW_WINDOW);
+    const test::Child first({program.path, "Orders", "Open orders", "Open orders", "", longTitle});
     const test::Child second({ZEL_SHOW_WINDOW, "Open orders"});
     xcb_window_t lower = 0, upper = 0, orders = 0, untitled = 0, longOne = 0, foreign = 0;
     std::istringstream(first.ReadLine()) >> orders >> lower >> upper >> untitled >> longOne;
@@ -142,7 +146,7 @@ TEST_P(WindowTest, RaisesTheUppermostOfThoseWithThatTitleAndGivesItTheKeyboard) 
         ProcessUtils::SwitchToProcess(row.pid, row.title);
         EXPECT_TRUE(Becomes([&] { return screen.IsInFront(row.inFront); })) << row.title;
     }
-    ProcessUtils::SwitchToProcess("ZEL_SHOW_window", "orders");
+    ProcessUtils::SwitchToProcess("ZEL" + program.name.substr(3), "orders");
     EXPECT_TRUE(Becomes([&] { return screen.IsInFront(orders); }));
     ProcessUtils::SwitchToProcess("zel_no_such_process", "orders");
 }

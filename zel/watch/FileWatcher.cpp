@@ -5,7 +5,6 @@
 #include "zel/platform/ChangeNotice.h"
 #include "zel/platform/NameOrder.h"
 
-#include <array>
 #include <utility>
 #include <vector>
 
@@ -65,8 +64,8 @@ struct FileWatcher::State {
     }
 
     CriticalSection lock{std::string()};
-    std::array<Listing, 2> files;
-    std::array<Listing, 2> dirs;
+    Listing files[2];
+    Listing dirs[2];
     int current = 0;
     const std::string path;
     const bool recursive;

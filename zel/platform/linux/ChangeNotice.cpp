@@ -72,14 +72,14 @@ public:
             if (m_inotify.WaitForEvents(std::max(static_cast<int>(left.count()), 0))) {
                 m_inotify.TakeEvents([this](const Inotify::Happening& event) { Take(event); });
             }
-            m_isSignalled |= IsBlind() && Clock::now() >= m_nextLook;
+            m_isSignalled |= IsTimeToLook();
             isOver = Clock::now() >= end;
         }
         return m_isSignalled;
     }
 
     bool Rearm() override {
-        if (m_mustArm || IsBlind()) {
+        if (m_mustArm || IsTimeToLook()) {
             Arm();
         }
         m_isSignalled = false;
@@ -87,13 +87,14 @@ public:
     }
 
     std::string GetWarning() const override {
-        return IsBlind() ? m_blindness + ". Until then it is listed every 2 seconds." : "";
+        return IsBlind() ? m_blindness + "; it is listed every 2 seconds instead" : "";
     }
 
 private:
     using Names = std::vector<std::string>;
 
     bool IsBlind() const noexcept { return !m_blindness.empty(); }
+    bool IsTimeToLook() const noexcept { return IsBlind() && Clock::now() >= m_nextLook; }
 
     void Arm() {
         // Whatever fails below, the next attempt begins anew.

@@ -1,7 +1,10 @@
 #include "zel/platform/linux/FaultCodes.h"
 
-#include "zel/platform/linux/FaultStackBounds.h"
 #include "zel/platform/linux/MachineContext.h"
+
+#include <cerrno>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace zel::platform {
 
@@ -17,23 +20,32 @@ constexpr std::uint32_t noncontinuable = 0xC0000025;
 constexpr std::uint32_t privilegedInstruction = 0xC0000096;
 constexpr std::uint32_t stackOverflow = 0xC00000FD;
 
-// How far from its position a thread touches its stack.
+// How far behind its position a thread touches its stack, and how far before it at most, where a
+// large frame lies.
 constexpr std::uintptr_t reach = 64 * 1024;
-// A position that lies further behind the end than any frame is large was not one.
 constexpr std::uintptr_t largestFrame = 16 * 1024 * 1024;
-constexpr std::uintptr_t page = 4096;
 
+// Asks the kernel to read there, for a call that it refuses anyway.
+bool IsReadable(std::uintptr_t address) {
+    constexpr int noSuchChange = -1;
+    constexpr std::size_t size = 8;
+    return syscall(SYS_rt_sigprocmask, noSuchChange, address, nullptr, size) == 0 ||
+           errno != EFAULT;
+}
+
+// Where the thread stands on its stack there is no memory any more, or it has just touched what
+// comes next.
 bool IsAtStackEnd(const siginfo_t& signal, const ucontext_t& context) {
     if (signal.si_code != SEGV_MAPERR && signal.si_code != SEGV_ACCERR) {
         return false;
     }
     const auto address = reinterpret_cast<std::uintptr_t>(signal.si_addr);
     const std::uintptr_t position = GetStackPosition(context);
-    const std::uintptr_t known = EndOfFaultingStack(context);
-    const std::uintptr_t end = known == 0 ? position : known;
-    const bool isBehindEnd = position < end && end - position < largestFrame;
-    const std::uintptr_t lowest = isBehindEnd ? position : end;
-    return lowest > reach && address >= lowest - reach && address < end + page;
+    if (position < reach || address < position - reach) {
+        return false;
+    }
+    return address < position ||
+           (address < position + largestFrame && !IsReadable(position & ~(sizeof(position) - 1)));
 }
 
 std::uint32_t CodeOfArithmetic(int kind) {

@@ -1,10 +1,10 @@
 #include "zel/platform/FaultStack.h"
 
-#include "zel/platform/linux/FaultStackBounds.h"
-
+#include <array>
+#include <atomic>
 #include <csignal>
+#include <cstdint>
 #include <new>
-#include <pthread.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -21,46 +21,54 @@ constexpr std::uint64_t ours = 0x7A656C5374616B31;
 // Stands at the lowest address of the stack, where the kernel's own record of it leads.
 struct Header {
     std::uint64_t mark;
-    std::uintptr_t endOfThreadStack;
     stack_t before;
 };
+
+// Stacks that were given back. To map and unmap one costs more than the start of a thread does.
+constinit std::array<std::atomic<void*>, 16> s_free = {};
 
 std::size_t GuardSize() {
     return static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 }
 
-std::uintptr_t EndOfThreadStack() {
-    pthread_attr_t attributes;
-    if (pthread_getattr_np(pthread_self(), &attributes) != 0) {
-        return 0;
-    }
-    void* end = nullptr;
-    std::size_t size = 0;
-    const bool isKnown = pthread_attr_getstack(&attributes, &end, &size) == 0;
-    pthread_attr_destroy(&attributes);
-    return isKnown ? reinterpret_cast<std::uintptr_t>(end) : 0;
-}
-
-const Header* HeaderOf(const stack_t& stack) {
-    if ((stack.ss_flags & SS_DISABLE) != 0 || stack.ss_size != usableSize) {
-        return nullptr;
-    }
-    const auto* const header = static_cast<const Header*>(stack.ss_sp);
-    return header->mark == ours ? header : nullptr;
+Header* HeaderIn(void* memory) {
+    return reinterpret_cast<Header*>(static_cast<char*>(memory) + GuardSize());
 }
 
 void* MapStack() {
-    const std::size_t guard = GuardSize();
-    void* const memory = mmap(nullptr, guard + usableSize, PROT_NONE,
-                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    void* const memory = mmap(nullptr, GuardSize() + usableSize, PROT_READ | PROT_WRITE,
+                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK, -1, 0);
     if (memory == MAP_FAILED) {
         return nullptr;
     }
-    if (mprotect(static_cast<char*>(memory) + guard, usableSize, PROT_READ | PROT_WRITE) != 0) {
-        munmap(memory, guard + usableSize);
-        return nullptr;
-    }
+    mprotect(memory, GuardSize(), PROT_NONE);
     return memory;
+}
+
+void* TakeStack() {
+    for (std::atomic<void*>& place : s_free) {
+        if (place.load(std::memory_order_relaxed) != nullptr) {
+            if (void* const memory = place.exchange(nullptr)) {
+                return memory;
+            }
+        }
+    }
+    return MapStack();
+}
+
+void GiveBack(void* memory) {
+    for (std::atomic<void*>& place : s_free) {
+        void* none = nullptr;
+        if (place.compare_exchange_strong(none, memory)) {
+            return;
+        }
+    }
+    munmap(memory, GuardSize() + usableSize);
+}
+
+bool IsOurs(const stack_t& stack) {
+    return (stack.ss_flags & SS_DISABLE) == 0 && stack.ss_size == usableSize &&
+           static_cast<const Header*>(stack.ss_sp)->mark == ours;
 }
 
 bool IsMainThread() {
@@ -69,35 +77,36 @@ bool IsMainThread() {
 
 }  // namespace
 
-FaultStack::FaultStack() noexcept : m_memory(MapStack()) {
-    if (m_memory == nullptr) {
-        return;
+FaultStack::FaultStack() noexcept : m_memory(TakeStack()) {
+    if (m_memory != nullptr) {
+        auto* const header = new (HeaderIn(m_memory)) Header{ours, {}};
+        stack_t stack = {};
+        stack.ss_sp = header;
+        stack.ss_size = usableSize;
+        sigaltstack(&stack, &header->before);
     }
-    auto* const header =
-        new (static_cast<char*>(m_memory) + GuardSize()) Header{ours, EndOfThreadStack(), {}};
-    stack_t stack = {};
-    stack.ss_sp = header;
-    stack.ss_size = usableSize;
-    sigaltstack(&stack, &header->before);
 }
 
 FaultStack::~FaultStack() {
     if (m_memory == nullptr) {
         return;
     }
-    auto* const header = reinterpret_cast<Header*>(static_cast<char*>(m_memory) + GuardSize());
+    const Header* const header = HeaderIn(m_memory);
     stack_t current = {};
-    sigaltstack(nullptr, &current);
-    // Whoever has set a stack behind ours keeps it.
-    if (current.ss_sp == header && sigaltstack(&header->before, nullptr) != 0) {
+    // It refuses on the very stack, which stays then.
+    if (sigaltstack(&header->before, &current) != 0) {
         return;
     }
-    munmap(m_memory, GuardSize() + usableSize);
+    // Whoever has set another behind ours keeps it.
+    if (current.ss_sp != header) {
+        sigaltstack(&current, nullptr);
+    }
+    GiveBack(m_memory);
 }
 
 void KeepFaultStack() noexcept {
     stack_t current = {};
-    if (sigaltstack(nullptr, &current) == 0 && HeaderOf(current) != nullptr) {
+    if (sigaltstack(nullptr, &current) == 0 && IsOurs(current)) {
         return;
     }
     if (IsMainThread()) {
@@ -107,11 +116,6 @@ void KeepFaultStack() noexcept {
         static thread_local const FaultStack t_stack;
         static_cast<void>(t_stack);
     }
-}
-
-std::uintptr_t EndOfFaultingStack(const ucontext_t& context) noexcept {
-    const Header* const header = HeaderOf(context.uc_stack);
-    return header == nullptr ? 0 : header->endOfThreadStack;
 }
 
 }  // namespace zel::platform

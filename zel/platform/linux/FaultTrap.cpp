@@ -150,6 +150,9 @@ void CatchFaults(FaultHandler handler) noexcept {
 }
 
 bool DoGuarded(void (*work)(void*), void* argument, int milliseconds) noexcept {
+    // It may be no fault that has led here, but a call.
+    pid_t nobody = 0;
+    s_owner.compare_exchange_strong(nobody, ThisThread());
     if (sigsetjmp(s_wayOut, 1) != 0) {
         SetTimer(0);
         return false;

@@ -1,6 +1,7 @@
 #include "zel/platform/SecondCopy.h"
 
 #include "zel/platform/linux/CrashChannelPlace.h"
+#include "zel/platform/linux/Descriptor.h"
 
 #include <cerrno>
 #include <csignal>
@@ -36,6 +37,18 @@ std::vector<char*> Split(std::string& block) {
         texts.push_back(&block[i]);
     }
     return texts;
+}
+
+// A copy that goes by another name than its program doesn't find its variable, and would start the
+// next copy, and that one more.
+bool IsStrayCopy(const std::string& variable) {
+    const std::string end = variable.back() + std::string("=") + crashChannelName;
+    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+        if (std::string_view(*entry).ends_with(end)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 std::string ReadCommandLine() {
@@ -123,24 +136,23 @@ private:
 
 // True if the process ended in time.
 bool WaitForEnd(pid_t process, int seconds) noexcept {
-    const int descriptor = static_cast<int>(syscall(SYS_pidfd_open, process, 0));
-    if (descriptor < 0) {
+    const Descriptor descriptor(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
+    if (!descriptor.IsOpen()) {
         return true;
     }
     constexpr int thousand = 1000;
-    pollfd end = {descriptor, POLLIN, 0};
+    pollfd end = {descriptor.Get(), POLLIN, 0};
     int ready = 0;
     do {
         ready = poll(&end, 1, seconds * thousand);
     } while (ready < 0 && errno == EINTR);
-    close(descriptor);
     return ready != 0;
 }
 
 }  // namespace
 
 bool SecondCopy::Start(const std::string& variable, CrashChannel& channel, char** arguments) {
-    if (HasForeignRights()) {
+    if (HasForeignRights() || IsStrayCopy(variable)) {
         errno = EPERM;
         return false;
     }

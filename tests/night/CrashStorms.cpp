@@ -1,0 +1,88 @@
+#include "tests/crashd/Child.h"
+#include "tests/crashd/Victim.h"
+
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <string>
+#include <sys/prctl.h>
+#include <thread>
+
+// Fifty times 2, 20 and 100 threads that crash at once leave one report each, 500 programs that are
+// killed take their daemons along within a second, and a daemon that waits isn't even woken in ten
+// seconds.
+
+namespace {
+
+using zel::crashtest::Child;
+using zel::crashtest::Outcome;
+
+constexpr int ROUNDS = 50;
+constexpr int KILLS = 500;
+constexpr std::chrono::seconds IDLE{10};
+
+bool AllReportOnce(const std::string& threads) {
+    int reported = 0;
+    for (int round = 0; round < ROUNDS; ++round) {
+        const Outcome outcome = Child("threads:" + threads, "main").Finish();
+        reported += outcome.EndedBy(SIGSEGV) && outcome.CountReports() == 1 ? 1 : 0;
+    }
+    std::cout << reported << " of " << ROUNDS << " crashes of " << threads
+              << " threads at once are reported once\n";
+    return reported == ROUNDS;
+}
+
+bool AllGoAlong() {
+    int gone = 0;
+    for (int i = 0; i < KILLS; ++i) {
+        Child child("wait", "main");
+        child.WaitUntilReady();
+        child.Kill(SIGKILL);
+        const Outcome outcome = child.Finish();
+        gone += outcome.CountReports() == 0 && outcome.afterlife < std::chrono::seconds(1) ? 1 : 0;
+    }
+    std::cout << gone << " of " << KILLS << " daemons go with their killed programs\n";
+    return gone == KILLS;
+}
+
+long CountContextSwitches(pid_t process) {
+    std::ifstream in("/proc/" + std::to_string(process) + "/status");
+    long sum = 0;
+    for (std::string word; in >> word;) {
+        if (word.find("voluntary_ctxt_switches:") != std::string::npos) {
+            long count = 0;
+            in >> count;
+            sum += count;
+        }
+    }
+    return sum;
+}
+
+bool WaitsAsleep() {
+    Child child("wait", "main");
+    child.WaitUntilReady();
+    const pid_t daemon = child.FindDaemon();
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    const long before = CountContextSwitches(daemon);
+    std::this_thread::sleep_for(IDLE);
+    const long switches = CountContextSwitches(daemon) - before;
+    child.Kill(SIGKILL);
+    child.Finish();
+    std::cout << switches << " context switches of a daemon that waits for ten seconds\n";
+    return switches == 0 && before > 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc > 1 && std::strcmp(argv[1], zel::crashtest::VICTIM) == 0) {
+        return zel::crashtest::RunVictim(argc, argv);
+    }
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
+    bool isRight = AllGoAlong() && WaitsAsleep();
+    for (const char* const threads : {"2", "20", "100"}) {
+        isRight = AllReportOnce(threads) && isRight;
+    }
+    return isRight ? 0 : 1;
+}
