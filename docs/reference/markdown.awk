@@ -86,9 +86,10 @@ function names(line,    parts, count, i, result) {
 
 # A function with the comment above it, as code that is set back to the left. One that isn't there is
 # an unknown command, which Doxygen complains of.
-function functionOf(file, name,    line, code, indent, comment) {
+function functionOf(file, name,    line, code, indent, comment, head) {
+    head = "^ *[A-Za-z_][A-Za-z_:<>*& ]*[ :*&]" name "\\([^;{}[]*[{,(]$"
     while ((getline line < file) > 0) {
-        if (code == "" && line ~ ("(^|[ :*&~])" name "\\(.*[^;}]$")) {
+        if (code == "" && line !~ / return / && line ~ head) {
             match(line, /^ */)
             indent = RLENGTH
             code = comment substr(line, indent + 1)
