@@ -22,7 +22,6 @@ function nameOf(path) {
 # The file name under which Doxygen shows an example.
 function exampleOf(path) {
     sub(/^examples\//, "", path)
-    gsub(/_/, "__", path)
     gsub(/\//, "_2", path)
     gsub(/\./, "_8", path)
     return path "-example.html"
