@@ -11,4 +11,4 @@ isTop && /^\/\* .* \*\/$/ { text = text substr($0, 4, length($0) - 6) "\n" }
 { isTop = 0 }
 END { finish() }
 
-function finish() { printf "/** @example %s\n%s*/\n\n", path, text }
+function finish() { printf "/*! @example %s\n%s*/\n\n", path, text }

@@ -58,7 +58,9 @@ function bare(line) {
 # Where the comment behind the code of a line begins; 0 without one.
 function commentIn(line,    column) {
     for (column = 1; column < length(line); ++column) {
-        if (substr(line, column, 2) == "//" && bare(substr(line, 1, column - 1)) !~ /"/) return column
+        if (substr(line, column, 2) == "//" && bare(substr(line, 1, column - 1)) !~ /"/) {
+            return column
+        }
     }
     return 0
 }
@@ -69,11 +71,10 @@ function follow(code,    i, c, head) {
         c = substr(code, i, 1)
         if (c == "{") {
             head = statement
-            while (head ~ /^ *template *<[^<>]*(<[^<>]*>[^<>]*)*>/)
-                sub(/^ *template *<[^<>]*(<[^<>]*>[^<>]*)*>/, "", head)
+            while (sub(/^ *template *<[^<>]*(<[^<>]*>[^<>]*)*>/, "", head)) continue
             open[++depth] = head ~ /^ *(namespace|class|struct|union|enum|extern)/ && head !~ /\(/
-            if (!open[depth]) ++bodies
-            else statement = ""
+            if (open[depth]) statement = ""
+            else ++bodies
         } else if (c == "}") {
             if (!open[depth]) {
                 --bodies
@@ -89,13 +90,12 @@ function follow(code,    i, c, head) {
         }
     }
     # A function's body ends its declaration; an initialiser doesn't, but then its line goes on.
-    if (statement ~ /^} *$/) statement = ""
-    if (statement !~ /[^ ]/) statement = ""
-    else statement = statement " "
+    statement = statement ~ /^}? *$/ ? "" : statement " "
 }
 
 function isTrivial(code) {
-    return code ~ /= (default|delete);/ || code ~ /^ *[A-Za-z]+Ex\(const std::string& / || code ~ /^ *(virtual )?~[A-Za-z]+\(\)/ ||
+    return code ~ /= (default|delete);/ || code ~ /^ *(virtual )?~[A-Za-z]+\(\)/ ||
+           code ~ /^ *[A-Za-z]+Ex\(const std::string& / ||
            code ~ /^ *([A-Za-z]+)\((const )?[A-Za-z]+&&? *[a-z]*\)/ && isCopyOf(code) ||
            code ~ /^ *[A-Za-z]+& operator=\((const )?[A-Za-z]+&?&? ?[a-z]*\)/
 }
@@ -115,6 +115,8 @@ function begin(code) {
     if (blockSize > 0) {
         emit("")
         shared = 1
+    } else if (commentIn($0)) {
+        shared = 0
     } else if (isTrivial(code)) {
         print "/// @htmlonly @endhtmlonly"
     } else if (shared) {
@@ -172,7 +174,7 @@ bodies > 0 {
         next
     }
     trailing = 0
-    if (blockSize == 0) sharedSize = shared = 0
+    if (blockSize == 0) shared = 0
     text = $0
     sub(/^ *\/\//, "", text)
     push(text)
@@ -185,8 +187,9 @@ bodies > 0 {
     if (blockSize > 0 && depth == 0) {
         for (i = 1; i <= blockSize; ++i) fileText = fileText block[i]
         emit("@file")
+    } else {
+        for (i = 1; i <= blockSize; ++i) print ""
     }
-    else for (i = 1; i <= blockSize; ++i) print ""
     if ($0 ~ /#/) {
         inMacro = /\\$/
         statement = ""
@@ -224,9 +227,7 @@ statement == "" && /^ *extern template/ {
         print
         next
     }
-    if (statement == "" && code !~ /^ *}/) {
-        begin(code)
-    }
+    if (statement == "" && code !~ /^ *}/) begin(code)
     before = depth
     line = $0
     if (code ~ /[;,}] *$/ && code !~ /^ *}/ && (column = commentIn(line))) {

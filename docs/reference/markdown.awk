@@ -62,7 +62,7 @@ function links(line,    result, text, target) {
 function literally(text) {
     gsub(/[\\"@%#]/, "\\\\&", text)
     gsub(/</, "\\&lt;", text)
-    gsub(/::/, "\\\\::", text)
+    gsub(/::/, "\\::", text)
     return text
 }
 
@@ -83,8 +83,8 @@ function names(line,    parts, count, i, result) {
     return result
 }
 
-# A function with the comment above it, as code that is set back to the left. One that isn't there is
-# an unknown command, which Doxygen complains of.
+# A function with the comment above it, as code that is set back to the left. One that isn't there
+# gives an unknown command, which Doxygen complains of.
 function functionOf(file, name,    line, code, indent, comment, head) {
     head = "^ *[A-Za-z_][A-Za-z_:<>*& ]*[ :*&]" name "\\([^;{}[]*[{,(]$"
     while ((getline line < file) > 0) {
@@ -118,6 +118,7 @@ FNR == 1 {
     }
     next
 }
+
 isDot && /^digraph/ {
     print
     print "graph [fontname=Helvetica, fontsize=11, color=gray60, labeljust=l]"
@@ -125,6 +126,7 @@ isDot && /^digraph/ {
     print "edge [fontname=Helvetica, fontsize=10, arrowsize=0.7, color=gray40]"
     next
 }
+
 inFence || /^    / {
     print
     next

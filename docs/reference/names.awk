@@ -1,4 +1,4 @@
-# The classes and namespaces in headers that are written as Doxygen has them, each with its whole name.
+# The classes and namespaces of headers, each with its whole name.
 /^namespace [A-Za-z:]+ \{/ && $2 != "platform" {
     space[FILENAME] = space[FILENAME] $2 "::"
     name = $2
