@@ -3,5 +3,6 @@ BEGIN { print "/** @namespace zel\nAll names of the two libraries but the entry 
 /^    zel\/[a-z]+ / && !/ private: / {
     room = $1
     sub(/^ *[^ ]+ +/, "")
-    printf "/** @dir %s\n%s%s */\n", room, toupper(substr($0, 1, 1)), substr($0, 2)
+    first = /^lib/ ? "l" : toupper(substr($0, 1, 1))
+    printf "/** @dir %s\n%s%s */\n", room, first, substr($0, 2)
 }

@@ -13,7 +13,7 @@ public:
     static CriticalSection* s_cs;
 };
 
-// Guards every replacement of a sink list; the same rules. Taken before RCUtils::s_cs, never after.
+// Guards every replacement of a sink list, by the rules of RCUtils. Taken before RCUtils::s_cs, never after.
 class ZEL_CORE_API EventSourceUtils {
 public:
     // The lock; null for none.
@@ -30,7 +30,7 @@ public:
     RefCountInit& operator=(const RefCountInit&) = delete;
 };
 
-// The same for a file that uses events.
+// What RefCountInit is, for a file that uses events.
 class ZEL_CORE_API EventSourceInit {
 public:
     EventSourceInit() noexcept;
