@@ -13,7 +13,8 @@ public:
     static CriticalSection* s_cs;
 };
 
-// Guards every replacement of a sink list, by the rules of RCUtils. Taken before RCUtils::s_cs, never after.
+// Guards every replacement of a sink list, by the rules of RCUtils. Taken before RCUtils::s_cs,
+// never after.
 class ZEL_CORE_API EventSourceUtils {
 public:
     // The lock; null for none.
