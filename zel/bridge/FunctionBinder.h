@@ -16,6 +16,7 @@ namespace zel {
 //     const auto gain = reader.Take<float>();  // was passed as double
 class ArgumentReader {
 public:
+    // Begins at the first argument; `arguments` outlives the reader.
     explicit ArgumentReader(CArguments arguments) noexcept : m_arguments(arguments) {}
 
     // The next argument, which is a number, an enumeration or a pointer.
@@ -57,6 +58,7 @@ private:
 template <class Callable>
 class FunctionBinder : public CFuncBinderBase {
 public:
+    // Takes the callable over.
     explicit FunctionBinder(Callable callable) : m_callable(std::move(callable)) {}
 
     void Invoke(void*, CArguments arguments) override {

@@ -38,6 +38,7 @@
 extern "C" {
 #endif
 
+// Calls what is registered for the key, with the arguments behind it, as told at the top.
 ZEL_ADVANCED_API void ZelCppBridge(void* function, ...);
 
 #ifdef __cplusplus

@@ -23,6 +23,7 @@ namespace zel {
 // tick that finds the processor gone.
 class ZEL_ADVANCED_API TimerThread : public Thread {
 public:
+    // The `repeatCount` of a timer that ticks until it is stopped.
     static constexpr int FOREVER = -1;
 
     // `period` is in seconds; 0, a negative one or a NaN gives a tick about every 10 milliseconds,

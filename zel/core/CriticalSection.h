@@ -34,6 +34,7 @@ public:
     CriticalSection(const CriticalSection&) = delete;
     CriticalSection& operator=(const CriticalSection&) = delete;
 
+    // Enters, once more if the calling thread is inside already, else after whoever is.
     void Enter() noexcept {
         const void* const self = &t_threadIdentity;
         if (m_owner.load(std::memory_order_relaxed) == self) {
@@ -47,6 +48,7 @@ public:
         }
     }
 
+    // Takes back one Enter of the calling thread; the last one frees the lock.
     void Leave() noexcept {
         if (m_depth != 0) {
             --m_depth;
@@ -61,6 +63,7 @@ public:
         }
     }
 
+    // The name that it was made with; empty without.
     std::string GetName() const;
 
 private:

@@ -21,6 +21,7 @@ public:
     static constexpr int ManualReset = 0;
     static constexpr int AutomaticReset = 1;
 
+    // `type` is one of the two above.
     explicit Event(int type, bool signalled = false);
     ~Event() override;
 

@@ -30,6 +30,7 @@ public:
     // The same with file, line and, if there is any, the info.
     virtual std::string AsStringEx() const;
 
+    // What the constructor was given.
     const std::string& GetType() const noexcept;
     const std::string& GetText() const noexcept;
     const std::string& GetFile() const noexcept;

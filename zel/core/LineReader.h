@@ -18,6 +18,7 @@ namespace zel {
 // has gone. The stream's state follows as with StreamScanner.
 class ZEL_CORE_API LineReader {
 public:
+    // What a Read came to.
     enum class Result { Line, End, TooLong };
 
     // `block`, which outlives the reader, holds `limit` bytes: the longest line that is taken.

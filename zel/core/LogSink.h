@@ -12,12 +12,12 @@ namespace zel {
 
 // One log message. The views are good for the time of the call that passes it.
 struct LogRecord {
-    int level;
-    std::string_view area;
-    int line;
-    std::string_view text;
-    std::chrono::system_clock::time_point time;
-    std::uint64_t thread;  // the number that the system's tools show
+    int level;                                   // as Logger tells
+    std::string_view area;                       // its name
+    int line;                                    // in the source file
+    std::string_view text;                       // any bytes
+    std::chrono::system_clock::time_point time;  // of the call
+    std::uint64_t thread;                        // the number that the system's tools show
 };
 
 // Receives what a Logger lets through. Write may be called from several threads at once, with no
@@ -25,6 +25,7 @@ struct LogRecord {
 // for other threads. What it throws ends there, and what it logs itself is dropped.
 class ZEL_CORE_API LogSink : public RCObject {
 public:
+    // Takes a message. `record` is good for the time of the call.
     virtual void Write(const LogRecord& record) = 0;
 };
 
@@ -43,6 +44,7 @@ public:
 // the path can't be opened; a line that can't be written later is lost without a word.
 class ZEL_CORE_API FileLogSink : public LogSink {
 public:
+    // Opens the file.
     explicit FileLogSink(const std::string& path);
     ~FileLogSink() override;
 

@@ -35,14 +35,17 @@ public:
     Logger();
     ~Logger() override;
 
-    // The logger in use; null if none is set.
+    // The logger in use; null if none is set. The one that is set is held until another one is.
     static RCPtr<Logger> GetInstance();
     static void SetInstance(RCPtr<Logger> logger);
 
+    // Begin and end the writing of messages, and tell whether they are written. Sinks and levels
+    // stay as they are.
     void Start();
     void Stop();
     bool IsStarted() const;
 
+    // The level of every area that has none of its own.
     int GetGlobalLogLevel() const;
     void SetGlobalLogLevel(int level);
 
@@ -95,6 +98,7 @@ public:
     LoggingRegisterHelper(const LoggingRegisterHelper&) = delete;
     LoggingRegisterHelper& operator=(const LoggingRegisterHelper&) = delete;
 
+    // The area's name.
     const std::string& GetName() const noexcept;
 
     // Whether a message of this level would be written now: a load and a comparison.

@@ -9,17 +9,20 @@ namespace zel {
 // null runs without a lock, and then on one thread only.
 class ZEL_CORE_API RCUtils {
 public:
+    // The lock; null for none.
     static CriticalSection* s_cs;
 };
 
-// Guards every replacement of a sink list; the same rules. Taken before RCUtils::s_cs, never after.
+// Guards every replacement of a sink list, by the rules of RCUtils. Taken before RCUtils::s_cs,
+// never after.
 class ZEL_CORE_API EventSourceUtils {
 public:
+    // The lock; null for none.
     static CriticalSection* s_cs;
 };
 
-// File-scope objects of a source file that counts references or uses events at load or unload.
-// The locks need no set-up, so these are only the mark that a file relies on them.
+// A file-scope object of a source file that counts references at load or unload. The locks need no
+// set-up, so it is only the mark that a file relies on them.
 class ZEL_CORE_API RefCountInit {
 public:
     RefCountInit() noexcept;
@@ -28,6 +31,7 @@ public:
     RefCountInit& operator=(const RefCountInit&) = delete;
 };
 
+// What RefCountInit is, for a file that uses events.
 class ZEL_CORE_API EventSourceInit {
 public:
     EventSourceInit() noexcept;
@@ -44,6 +48,7 @@ class DynamicObjectStatics;
 template <class T>
 class StaticsRefCount {
 public:
+    // Count those who rely on the state, and tell how many do. Any thread may call them.
     static void Increment() noexcept;
     static void Decrement() noexcept;
     static int GetCount() noexcept;

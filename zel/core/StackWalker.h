@@ -27,6 +27,7 @@ namespace zel {
 // Different objects may be used at once. What overridden operations throw must not leave them.
 class ZEL_CORE_API StackWalker {
 public:
+    // Where an entry stands: the innermost function, one behind it, or the empty entry at the end.
     enum CallstackEntryType { FirstEntry = 0, NextEntry = 1, LastEntry = 2 };
 
     // One function on the stack. Texts are empty where nothing is known, and cut where they are too
@@ -34,7 +35,7 @@ public:
     // they are a part of. The address lies in the instruction that was running or has made the
     // call.
     struct CallstackEntry {
-        std::uint64_t frameAddress = 0;
+        std::uint64_t frameAddress = 0;        // in memory
         std::uint64_t moduleOffset = 0;        // the address as the module's file counts
         int lineNumber = 0;                    // from 1; 0 if unknown
         char symbolName[1024] = {};            // as the linker knows it

@@ -22,13 +22,16 @@ namespace zel {
 // to throw then.
 class ZEL_CORE_API StreamScanner {
 public:
+    // What Peek and Get give behind the last byte.
     static constexpr int End = -1;
 
+    // A place in the input.
     struct Position {
         std::size_t line;    // from 1
         std::size_t column;  // from 1, in bytes
     };
 
+    // Begins at the stream's next byte, or at the first of a text, which outlives the scanner.
     explicit StreamScanner(std::istream& in);
     explicit StreamScanner(std::string_view text) noexcept;
     ~StreamScanner();

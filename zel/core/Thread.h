@@ -49,8 +49,10 @@ public:
     // True from Start until Run has returned.
     bool IsRunning() const;
 
+    // True once RequestStop was called.
     bool ShouldStop() const;
 
+    // The name that shows.
     std::string GetName() const;
 
     // Puts the calling thread to sleep, on the monotonic clock; 0 or less doesn't.

@@ -14,6 +14,7 @@ inline constexpr std::uint32_t MAGIC = 0xCAFE2BAD;
 struct zel_crash_msg_s {
     std::uint32_t magic;  // MAGIC, or 0 where the daemon tells of a fault of its own
     char prog_name[20];   // without directories, cut to what fits
+    // Of the program, and of the thread that failed.
     std::uint32_t pid;
     std::uint32_t tid;
     std::int32_t exception_flags;  // what the system calls the fault: on Linux the signal's number
@@ -23,6 +24,7 @@ struct zel_crash_msg_s {
     std::uint32_t timestamp;       // seconds since 1970
     std::uint32_t fault_address;   // of the instruction
     std::uint32_t stack_count;     // how many of the next are valid
+    // Of the functions on the stack, the one that failed first.
     std::uint32_t stack_addresses[50];
     char asserts[128];     // "0xADDRESS:SERVICE:ERROR;" for each service that failed in the walk
     char ancillary[3708];  // a line for each function on the stack, the one that failed first

@@ -17,6 +17,7 @@ struct ZelVoidT {};
 template <class R, class A>
 class MemFuncBindBase : public RCObject {
 public:
+    // Makes the call, on the calling thread; what it throws passes on.
     virtual R Call(A argument) = 0;
 };
 

@@ -21,6 +21,7 @@ public:
                    zel_crash_msg_s* record);
     ~ZelStackWalker() override;
 
+    // The thread that the walker was made for.
     unsigned GetThreadId() const noexcept { return m_threadId; }
 
     // Appends "NUMBER MODULE 0xADDRESS SYMBOL (FILE:LINE)", a blank and a line feed to `ancillary`,

@@ -38,6 +38,7 @@ public:
     // Adds a field at the end. A name that is there already is ignored; case matters.
     void AddField(const std::string& name);
 
+    // The number of fields.
     std::size_t GetFieldCount() const;
 
     // The name at a position, from 0. DataTableEx "Index out of range" if there is none.
@@ -53,6 +54,7 @@ public:
     // Adds a row, which isn't null, at the end, whatever its width and its table.
     void AppendRow(RCPtr<DataRow> row);
 
+    // The number of rows.
     std::size_t GetRowCount() const;
 
     // The row at a position, from 0. DataTableEx "Invalid row index" if there is none.
@@ -92,6 +94,7 @@ private:
 // Without its table a row still works by position.
 class ZEL_ADVANCED_API DataRow : public RCObject {
 public:
+    // A row without cells that takes its names from `table`, as CreateRow of the table makes it.
     explicit DataRow(WeakPtr<DataTable> table);
 
     // The number of cells, whatever the number of the table's fields.

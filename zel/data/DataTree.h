@@ -34,6 +34,7 @@ public:
 // last pointer to a node goes, so do the children that nobody else holds.
 class ZEL_ADVANCED_API DataTree : public RCObject {
 public:
+    // A node without parent and children.
     DataTree(std::string name, std::string value);
     ~DataTree() override;
     DataTree(const DataTree&) = delete;
@@ -42,6 +43,7 @@ public:
     // Gives a clone of this node, assigns nothing and doesn't look at `other`.
     [[deprecated("assigns nothing; call Clone")]] RCPtr<DataTree> operator=(RCPtr<DataTree> other);
 
+    // Its own, not those of a child.
     std::string GetName() const;
     std::string GetValue() const;
 

@@ -9,6 +9,7 @@ namespace zel {
 //     CriticalSectionLock lock(&m_cs);
 class CriticalSectionLock {
 public:
+    // Enters `cs`, which outlives this object.
     explicit CriticalSectionLock(CriticalSection* cs) noexcept : m_cs(cs) {
         if (m_cs != nullptr) {
             m_cs->Enter();

@@ -46,10 +46,12 @@ public:
 
     EventSinkList& operator=(const EventSinkList&) = delete;
 
+    // Whether the sink is in the list.
     bool Contains(const EventSink<T>* sink) const {
         return std::find(m_sinks.begin(), m_sinks.end(), sink) != m_sinks.end();
     }
 
+    // None of them null.
     std::vector<RCPtr<EventSink<T>>> m_sinks;
 
 private:
@@ -80,6 +82,7 @@ private:
 template <class T>
 class EventSource : public RCObject {
 public:
+    // What can subscribe.
     using Sink = EventSink<T>;
 
     EventSource() = default;

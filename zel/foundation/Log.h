@@ -26,6 +26,8 @@ public:
     // `level` -1: the area has no level of its own and follows the logger's global one.
     LogArea(const char* name, int level) : m_area(name, level, nullptr) {}
 
+    // The area's name, whether a message of this level would be written now, and the area as it is
+    // registered.
     const std::string& GetName() const noexcept { return m_area.GetName(); }
     bool IsEnabled(int level) const noexcept { return m_area.IsEnabled(level); }
     const LoggingRegisterHelper& GetRegistration() const noexcept { return m_area; }
@@ -40,9 +42,11 @@ private:
 
 // An area together with the source line of the call that names it.
 struct LogPlace {
+    // Made of an area by every call here; the line is the caller's.
     LogPlace(const LogArea& logArea, int sourceLine = __builtin_LINE()) noexcept
         : area(logArea), line(sourceLine) {}
 
+    // What it was made of.
     const LogArea& area;
     int line;
 };

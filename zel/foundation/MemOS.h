@@ -24,6 +24,7 @@ public:
         return m_buffer;
     }
 
+    // The number of characters so far.
     int GetLength() const noexcept { return static_cast<int>(pptr() - m_buffer); }
 
     // Where `count` characters can be written as they are, null if there is no room for them
@@ -32,12 +33,14 @@ public:
         return count <= static_cast<std::size_t>(epptr() - pptr()) ? pptr() : nullptr;
     }
 
+    // Counts characters that were written where GetRoom said, no more than it was asked for.
     void Advance(std::size_t count) noexcept { pbump(static_cast<int>(count)); }
 
     // Whether the stream over this storage has the classic locale still.
     bool HasClassicLocale() const noexcept { return m_hasClassicLocale; }
 
 protected:
+    // Notes whether the locale is still the classic one.
     void imbue(const std::locale& locale) override;
 
     // Gives the reading side what was written so far.
@@ -61,6 +64,7 @@ private:
 // Brings the storage into being before the stream that is set up on it.
 class ZEL_ADVANCED_API MemOSStorage {
 protected:
+    // The storage.
     MemOSStreambuf m_streambuf;
 };
 
@@ -111,6 +115,7 @@ public:
         return *this;
     }
 
+    // Manipulators without arguments, such as std::hex and std::endl.
     MemOS& operator<<(std::ostream& (*manipulator)(std::ostream&)) {
         manipulator(*this);
         return *this;

@@ -46,7 +46,6 @@ public:
         ++static_cast<RCObject*>(object)->m_refCount;
         return RCPtr<T>::Attach(object);
     }
-
     template <class T>
     static WeakPtr<T> PointAtUnshared(T* object) noexcept {
         WeakPtr<T> pointer;

@@ -54,6 +54,7 @@ public:
         }
     }
 
+    // Counts one strong reference more, which the caller owes from then on.
     void AddRef() noexcept {
         CriticalSectionLock lock(RCUtils::s_cs);
         assert(m_rcInfo != nullptr && "a dying object can't be held");

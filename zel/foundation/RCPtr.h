@@ -16,18 +16,20 @@ namespace zel {
 template <class T>
 class RCPtr {
 public:
+    // Null.
     RCPtr() noexcept = default;
     RCPtr(std::nullptr_t) noexcept {}
 
+    // Counts the object, unless it is null.
     RCPtr(T* object) noexcept : m_object(object) { Retain(); }
     RCPtr(const RCPtr& other) noexcept : m_object(other.m_object) { Retain(); }
     RCPtr(RCPtr&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
 
+    // From a pointer to a derived class.
     template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
     RCPtr(const RCPtr<U>& other) noexcept : m_object(other.Get()) {
         Retain();
     }
-
     template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
     RCPtr(RCPtr<U>&& other) noexcept : m_object(other.Detach()) {}
 
@@ -59,11 +61,13 @@ public:
         return *this;
     }
 
+    // The object, for as long as this pointer or another one holds it.
     T* Get() const noexcept { return m_object; }
     T* operator->() const noexcept { return m_object; }
     T& operator*() const noexcept { return *m_object; }
     explicit operator bool() const noexcept { return m_object != nullptr; }
 
+    // Exchanges the two objects; counts nothing.
     void Swap(RCPtr& other) noexcept { std::swap(m_object, other.m_object); }
 
     // Gives the pointer away together with its reference, which the caller now owes.
@@ -76,6 +80,7 @@ public:
         return result;
     }
 
+    // Compare addresses.
     friend bool operator==(const RCPtr& a, const RCPtr& b) noexcept {
         return a.m_object == b.m_object;
     }
@@ -99,8 +104,10 @@ private:
 
 }  // namespace zel
 
+// Hashes the address, as std::hash of a plain pointer does.
 template <class T>
 struct std::hash<zel::RCPtr<T>> {
+    // The same value for the same object, whatever pointer holds it.
     std::size_t operator()(const zel::RCPtr<T>& pointer) const noexcept {
         return std::hash<T*>()(pointer.Get());
     }

@@ -25,8 +25,8 @@ public:
         }
     }
 
+    // Points at what a strong pointer or another weak one does, if anything.
     WeakPtr(const RCPtr<T>& object) noexcept : WeakPtr(object.Get()) {}
-
     template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
     WeakPtr(const RCPtr<U>& object) noexcept : WeakPtr(static_cast<T*>(object.Get())) {}
 
@@ -37,6 +37,7 @@ public:
 
     WeakPtr(WeakPtr&& other) noexcept : m_rcInfo(std::exchange(other.m_rcInfo, nullptr)) {}
 
+    // From a pointer to a derived class.
     template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
     WeakPtr(const WeakPtr<U>& other) noexcept {
         CriticalSectionLock lock(RCUtils::s_cs);

@@ -38,11 +38,13 @@ public:
     // `out` isn't null and outlives the packer. The flag is kept, and nothing depends on it.
     DataPacker(std::ostream* out, bool flag) noexcept : m_flag(flag), m_out(out) {}
 
+    // Writes two bytes.
     void Insert(unsigned short value) {
         const char bytes[] = {static_cast<char>(value >> 8), static_cast<char>(value)};
         PutArea::Write(*m_out, bytes);
     }
 
+    // Writes one byte.
     void Insert(unsigned char value) {
         const char bytes[] = {static_cast<char>(value)};
         PutArea::Write(*m_out, bytes);
@@ -78,7 +80,7 @@ public:
         }
     }
 
-    // Throw as VerifySize does.
+    // Sets `value` to the next two bytes and moves behind them. Throws as VerifySize does.
     void Extract(unsigned short* value) {
         VerifySize(2);
         const unsigned int high = ByteAt(m_position);
@@ -87,6 +89,7 @@ public:
         *value = static_cast<unsigned short>(high << 8 | low);
     }
 
+    // The same for one byte.
     void Extract(unsigned char* value) {
         VerifySize(1);
         *value = ByteAt(m_position++);

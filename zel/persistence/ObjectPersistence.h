@@ -27,6 +27,7 @@ public:
     SerEx(const std::string& message, const std::string& file, int line);
 
 protected:
+    // For a derived class, with its name.
     SerEx(const std::string& type, const std::string& message, const std::string& file, int line);
 };
 

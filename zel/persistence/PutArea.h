@@ -10,6 +10,7 @@ namespace zel {
 // room in its buffer and nothing to flush gets them with no call.
 class PutArea : private std::streambuf {
 public:
+    // Writes all bytes of the array, without adding a zero or taking one for an end.
     template <std::size_t size>
     static void Write(std::ostream& out, const char (&bytes)[size]) {
         std::ios& state = out;

@@ -9,6 +9,7 @@
 
 namespace zel {
 
+// Raised when the system doesn't tell its processes.
 class ZEL_ADVANCED_API ProcessUtilsEx : public Exception {
 public:
     ProcessUtilsEx(const std::string& message, const std::string& file, int line);
@@ -17,12 +18,13 @@ public:
 // A process as a listing met it; by now it may be gone.
 class ZEL_ADVANCED_API ProcessInfo : public RCObject {
 public:
+    // An entry of that name and identifier.
     ProcessInfo(std::string processName, unsigned int processId);
 
     // The name of the file that it runs, without directories. "unknown" where that can't be read:
     // without the right to, of a process that is ending, and of one that runs no file.
     std::string name;
-    unsigned int pid;
+    unsigned int pid;  // its identifier
 };
 
 // The processes of this machine, and their windows.

@@ -18,6 +18,7 @@
     USE(float, "F32", 0x44, "float")                   \
     USE(double, "D64", 0x48, "double")
 
+// The same with the string behind the numbers.
 #define ZEL_FOR_EACH_ELEMENT(USE)     \
     ZEL_FOR_EACH_NUMERIC_ELEMENT(USE) \
     USE(std::string, "string", 0x80, "std::string")
@@ -28,6 +29,7 @@ namespace zel {
 // bits 4 to 7 (unsigned, signed, floating point, string), and one of two bits for an array.
 namespace TypeID {
 
+// Where the parts of an identifier stand, and what stands there for a string and for arrays.
 inline constexpr int WIDTH_BITS = 0x00F;
 inline constexpr int CLASS_BITS = 0x0F0;
 inline constexpr int ELEMENT_BITS = 0x0FF;
@@ -46,9 +48,11 @@ constexpr bool MayConvert(int from, int to) noexcept {
 
 }  // namespace TypeID
 
+// An element type's row of the list: Code, Name and Spelling. Code 0 and nothing else for a type
+// that isn't there.
 template <class T>
 struct ElementTraits {
-    static constexpr int Code = 0;
+    static constexpr int Code = 0;  // none
 };
 
 #define ZEL_DEFINE_TRAITS(Type, TypeName, TypeCode, TypeSpelling) \
@@ -61,30 +65,33 @@ struct ElementTraits {
 ZEL_FOR_EACH_ELEMENT(ZEL_DEFINE_TRAITS)
 #undef ZEL_DEFINE_TRAITS
 
+// One of the 11 element types, and one of the 10 that are numbers.
 template <class T>
 concept VariantElement = ElementTraits<T>::Code != 0;
-
 template <class T>
 concept NumericElement = VariantElement<T> && !std::is_same_v<T, std::string>;
 
 // What a value type is made of, and its identifier (the variable-sized one for an array).
 template <class T>
 struct ValueTraits {
-    using Element = T;
-    static constexpr bool IsArray = false;
-    static constexpr int Code = ElementTraits<T>::Code;
+    using Element = T;                                   // what it is made of
+    static constexpr bool IsArray = false;               // whether it is an array
+    static constexpr int Code = ElementTraits<T>::Code;  // its identifier
 };
 
+// The same of an array of E.
 template <class E>
 struct ValueTraits<std::vector<E>> {
-    using Element = E;
-    static constexpr bool IsArray = true;
-    static constexpr int Code = ElementTraits<E>::Code | TypeID::VARIABLE_ARRAY;
+    using Element = E;                     // what it is made of
+    static constexpr bool IsArray = true;  // whether it is an array
+    static constexpr int Code = ElementTraits<E>::Code | TypeID::VARIABLE_ARRAY;  // its identifier
 };
 
+// One of the 22 types of a variant's value.
 template <class T>
 concept VariantValue = VariantElement<typename ValueTraits<T>::Element>;
 
+// Compiles for the type of a value only, and else tells which there are.
 #define ZEL_ASSERT_VARIANT_VALUE(T)                                                             \
     static_assert(::zel::VariantValue<T>,                                                       \
                   "a variant holds unsigned char, unsigned short, unsigned int, unsigned long " \

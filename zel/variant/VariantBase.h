@@ -45,7 +45,7 @@ public:
     virtual std::string GetType() const = 0;
     virtual const std::type_info& GetTypeInfo() const = 0;
 
-    // Unlocked.
+    // The identifier of the type, as TypeID tells. Unlocked.
     virtual int GetTypeID() const = 0;
 
     // 1 for a scalar; a string is a scalar. Like GetSize, never more than an int can count.
@@ -55,7 +55,7 @@ public:
     // scalar.
     virtual void SetNumberOfElements(unsigned int count) = 0;
 
-    // sizeof one element. Unlocked.
+    // The sizeof of one element. Unlocked.
     virtual int GetSizeOfElement() const = 0;
 
     // The bytes of all numbers, or the characters of all strings.
@@ -86,6 +86,7 @@ public:
     virtual bool IsNotEqual(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
                             bool requireAll) const;
 
+    // The order of the two values, by the rule told at IsEqual.
     virtual bool IsLessThan(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
                             bool requireAny) const = 0;
     virtual bool IsLessThanOrEqualTo(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
@@ -147,6 +148,7 @@ public:
     void* ReadValueFromBuffer(void* buffer, unsigned long long& bytes, bool withSize);
     void* WriteValueToBuffer(void* buffer, unsigned long long& bytes, bool withSize);
 
+    // Whether it is an array, of either kind. Unlocked.
     bool IsArray() const { return (GetTypeID() & TypeID::ARRAY_BITS) != 0; }
 
     // The name that CreateByTypeName takes. Throws Exception for a class outside the 22.
@@ -185,6 +187,7 @@ protected:
         return *this;
     }
 
+    // Whether an array keeps its size, and the variant's lock, which guards the value.
     bool m_isFixed = false;
     mutable CriticalSection m_cs;
 

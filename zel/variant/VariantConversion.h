@@ -20,6 +20,7 @@ public:
     static_assert(NumericElement<SourceT> && NumericElement<TargetT>,
                   "there is no converter between these two types");
 
+    // Store in the variant and fetch from it, by its SetValue and GetValue, whose result they give.
     static bool SetValueImp(VariantBase* variant, const SourceT& value, bool throwOnError);
     static bool GetValueImp(const VariantBase* variant, TargetT* value, bool throwOnError);
 };
@@ -31,6 +32,7 @@ public:
     static_assert(NumericElement<SourceE> && NumericElement<TargetE>,
                   "there is no converter between these two types");
 
+    // Store in the variant and fetch from it, by its SetValue and GetValue, whose result they give.
     static bool SetValueImp(VariantBase* variant, const std::vector<SourceE>& value,
                             bool throwOnError);
     static bool GetValueImp(const VariantBase* variant, std::vector<TargetE>* value,
@@ -42,34 +44,44 @@ public:
 template <>
 class ZEL_ADVANCED_API VariantValueConverter<std::string, std::string> {
 public:
+    // Without a meaning.
     static bool SetValueImp(VariantBase*, const std::string&, bool);
     static bool GetValueImp(const VariantBase*, std::string*, bool);
     static bool AddElementToVector(int, VariantBase*, std::string*, bool);
 };
 
+// An array and an array, where nothing has a meaning.
 template <>
 class ZEL_ADVANCED_API VariantValueConverter<std::vector<std::string>, std::vector<std::string>> {
 public:
+    // Without a meaning.
     static bool SetValueImp(VariantBase*, const std::vector<std::string>&, bool);
     static bool GetValueImp(const VariantBase*, std::vector<std::string>*, bool);
     static bool AddElementToVector(int, VariantBase*, std::vector<std::string>*, bool);
 };
 
+// A variant's value to a text: only GetValueImp has a meaning.
 template <>
 class ZEL_ADVANCED_API VariantValueConverter<std::vector<std::string>, std::string> {
 public:
+    // Without a meaning.
     static bool SetValueImp(VariantBase*, const std::vector<std::string>&, bool);
 
     // The text form of any variant, without a count.
     static bool GetValueImp(const VariantBase* variant, std::string* value, bool throwOnError);
+
+    // Without a meaning.
     static bool AddElementToVector(int, VariantBase*, std::vector<std::string>*, bool);
 };
 
+// A text to a variant's value: only GetValueImp has no meaning.
 template <>
 class ZEL_ADVANCED_API VariantValueConverter<std::string, std::vector<std::string>> {
 public:
     // Reads the text form without a count into any variant.
     static bool SetValueImp(VariantBase* variant, const std::string& value, bool throwOnError);
+
+    // Without a meaning.
     static bool GetValueImp(const VariantBase*, std::vector<std::string>*, bool);
 
     // Inserts a string before the element at `index`, or appends it for a negative `index`.

@@ -29,6 +29,8 @@ class Variant : public VariantBase {
 public:
     ZEL_ASSERT_VARIANT_VALUE(T);
 
+    // Holds `value`: by default a zero, an empty string or no elements. `isFixed` makes an array
+    // keep its size.
     Variant() : Variant(T()) {}
     explicit Variant(const T& value, bool isFixed = false)
         : VariantBase(ValueTraits<T>::Code, isFixed), m_value(value) {}

@@ -13,6 +13,7 @@ namespace zel {
 // The order of a listing: with no regard to the case of ASCII letters, else by bytes. So two names
 // that differ in nothing but case are one entry.
 struct ZEL_ADVANCED_API StrcmpiPred {
+    // Whether `a` comes before `b`.
     bool operator()(const std::string& a, const std::string& b) const noexcept;
 };
 
