@@ -5,6 +5,7 @@
 
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zel::test {
@@ -21,6 +22,15 @@ public:
     std::vector<std::string> TakeLines() {
         const std::lock_guard lock(m_mutex);
         return std::exchange(m_lines, {});
+    }
+
+    // All of them, each behind a line feed.
+    std::string TakeText() {
+        std::string text;
+        for (const std::string& line : TakeLines()) {
+            text += '\n' + line;
+        }
+        return text;
     }
 
 private:

@@ -1,6 +1,7 @@
 #include "zel/variant/Variant.h"
 
 #include "tests/support/RecordingLogSink.h"
+#include "tests/support/Thrown.h"
 #include "tests/variant/SampleValues.h"
 
 #include <gtest/gtest.h>
@@ -13,19 +14,9 @@ namespace {
 
 using test::ForEachElement;
 using test::Sample;
+using test::ThrownBy;
 using Lines = std::vector<std::string>;
 using Value = RCPtr<VariantBase>;
-
-// What Exception comes out of a call, as its text.
-template <class Call>
-std::string ThrownBy(Call call) {
-    try {
-        call();
-    } catch (const Exception& exception) {
-        return exception.AsString();
-    }
-    return "nothing";
-}
 
 static_assert(!VariantValue<long> && !VariantValue<unsigned long> && !VariantValue<char>);
 static_assert(!VariantValue<bool> && !VariantValue<const char*>);
@@ -125,22 +116,19 @@ TEST(VariantTest, ATypeNameIsReadAsItStands) {
 TEST(VariantTest, LimitsAreThoseOfTheType) {
     const auto limits = [](const char* type) {
         const Value value = VariantBase::CreateByTypeName(type);
+        value->ReadValueFromString("ab", false);
         value->SetMinimumValue();
         std::string text = value->WriteValueToString(false);
         value->SetMaximumValue();
         return text + ' ' + value->WriteValueToString(false);
     };
     EXPECT_EQ(limits("U8"), "0 255");
+    EXPECT_EQ(limits("string"), "\x01\x01 \xFF\xFF");
     EXPECT_EQ(limits("U64"), "0 18446744073709551615");
     EXPECT_EQ(limits("S8[2]"), "-128`-128 127`127");
     EXPECT_EQ(limits("S64"), "-9223372036854775808 9223372036854775807");
     EXPECT_EQ(limits("F32"), "1.1754944e-38 3.4028235e+38");
     EXPECT_EQ(limits("D64[1]"), "2.2250738585072014e-308 1.7976931348623157e+308");
-    Variant<std::string> text("ab");
-    text.SetMaximumValue();
-    EXPECT_EQ(text.GetValue(), "\xFF\xFF");
-    text.SetMinimumValue();
-    EXPECT_EQ(text.GetValue(), "\x01\x01");
 }
 
 TEST(VariantTest, ArraysChangeTheirLengthAndScalarsDoNot) {
