@@ -1,14 +1,13 @@
 #include "zel/core/Logger.h"
 
 #include "tests/support/RecordingLogSink.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <thread>
-#include <unistd.h>
 
 namespace zel {
 namespace {
@@ -37,31 +36,25 @@ TEST(LoggerTest, WritesNothingWithoutAStartedInstance) {
 
 TEST(LoggerTest, LetsAMessageThroughByTheLevelOfItsAreaElseTheGlobalOne) {
     const test::ScopedLogger log(2);
+    const RCPtr<Logger> other(new Logger);
+    other->Start();
     const struct {
-        const char* change;
-        std::function<void()> make;
+        std::function<void()> change;
         int ownLevel;
         int global;
     } rows[] = {
-        {"none", [] {}, 3, 2},
-        {"global", [&] { log.logger->SetGlobalLogLevel(5); }, 3, 5},
-        {"own area", [&] { log.logger->SetAreaLevel("LoggerTestOwn", 4); }, 4, 5},
-        {"own area follows", [&] { log.logger->SetAreaLevel("LoggerTestOwn", -1); }, 5, 5},
-        {"other area", [&] { log.logger->SetAreaLevel("LoggerTestGlobal", 1); }, 5, 1},
-        {"other logger",
-         [] {
-             RCPtr<Logger> other(new Logger);
-             other->Start();
-             Logger::SetInstance(other);
-         },
-         3, 3},
+        {[] {}, 3, 2},
+        {[&] { log.logger->SetGlobalLogLevel(5); }, 3, 5},
+        {[&] { log.logger->SetAreaLevel("LoggerTestOwn", 4); }, 4, 5},
+        {[&] { log.logger->SetAreaLevel("LoggerTestOwn", -1); }, 5, 5},
+        {[&] { log.logger->SetAreaLevel("LoggerTestGlobal", 1); }, 5, 1},
+        {[&] { Logger::SetInstance(other); }, 3, 3},
     };
     for (const auto& row : rows) {
-        row.make();
-        EXPECT_TRUE(s_ownLevel.IsEnabled(row.ownLevel)) << row.change;
-        EXPECT_FALSE(s_ownLevel.IsEnabled(row.ownLevel + 1)) << row.change;
-        EXPECT_TRUE(s_global.IsEnabled(row.global)) << row.change;
-        EXPECT_FALSE(s_global.IsEnabled(row.global + 1)) << row.change;
+        SCOPED_TRACE(testing::Message() << row.ownLevel << ' ' << row.global);
+        row.change();
+        EXPECT_TRUE(s_ownLevel.IsEnabled(row.ownLevel) && s_global.IsEnabled(row.global));
+        EXPECT_FALSE(s_ownLevel.IsEnabled(row.ownLevel + 1) || s_global.IsEnabled(row.global + 1));
     }
 }
 
@@ -128,9 +121,7 @@ TEST(LoggerTest, TakesChangesOfSinksAndLoggersWhileOthersLog) {
 }
 
 TEST(FileLogSinkTest, BeginsANewFileOnceTheOldOneWasRenamed) {
-    const auto folder = std::filesystem::temp_directory_path() /
-                        ("zel_log_" + StringUtils::AsString(static_cast<int>(getpid())));
-    std::filesystem::create_directory(folder);
+    const test::TemporaryFolder folder;
     const std::string path = folder / "log";
     const auto read = [](const std::string& file) {
         std::ifstream in(file);
@@ -145,8 +136,7 @@ TEST(FileLogSinkTest, BeginsANewFileOnceTheOldOneWasRenamed) {
     sink->Write(record);
     EXPECT_EQ(read(path + ".1"), line);
     EXPECT_EQ(read(path), line + line);
-    EXPECT_THROW(FileLogSink((folder / "none" / "log").string()), Exception);
-    std::filesystem::remove_all(folder);
+    EXPECT_THROW(FileLogSink((folder / "none/log").string()), Exception);
 }
 
 }  // namespace

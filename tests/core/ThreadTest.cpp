@@ -49,16 +49,13 @@ TEST(ThreadTest, RunsOnceUntilItIsAskedToStop) {
     EXPECT_FALSE(thread->Start());
     EXPECT_EQ(runs, 1);
     EXPECT_EQ(thread->GetName(), "worker");
-}
 
-TEST(ThreadTest, KeepsAStopThatWasAskedForBeforeTheStart) {
-    bool sawStop = false;
-    RCPtr<CallingThread> thread(
-        new CallingThread({}, [&](CallingThread& self) { sawStop = self.ShouldStop(); }));
+    thread =
+        new CallingThread({}, [&](CallingThread& self) { runs += self.ShouldStop() ? 10 : 0; });
     thread->RequestStop();
     thread->Start();
     thread->Join();
-    EXPECT_TRUE(sawStop);
+    EXPECT_EQ(runs, 11) << "a stop that was asked for before the start stays";
 }
 
 TEST(ThreadTest, HoldsItselfWhileItsOwnerDropsItAndMayJoinItself) {
