@@ -2,18 +2,19 @@
 
 #include "tests/support/RecordingLogSink.h"
 #include "tests/support/SmallStackThread.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Thrown.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <fstream>
 #include <random>
 #include <sstream>
-#include <unistd.h>
 
 namespace zel {
 namespace {
 
+using test::ThrownBy;
 using Tree = RCPtr<DataTree>;
 
 std::string Compact(const Tree& tree) {
@@ -64,13 +65,11 @@ TEST(DataTreeTextTest, ReadsWhateverLayoutAndDropsStrayText) {
     }
 }
 
-struct Fault {
+struct {
     const char* text;
-    const char* message;
-    const char* place;
-};
-
-const Fault s_faults[] = {
+    std::string message;
+    std::string place;
+} const s_faults[] = {
     {"", "No DataTree found in input data", "line 1, column 1"},
     {"[!-- only --] word\n", "No DataTree found in input data", "line 2, column 1"},
     {"[\"a\"[\"b\"\n", "Tag b not properly closed", "line 2, column 1"},
@@ -96,20 +95,16 @@ const Fault s_faults[] = {
 
 TEST(DataTreeTextTest, TellsWhatIsWrongAndWhere) {
     const test::ScopedLogger log;
-    for (const Fault& fault : s_faults) {
+    for (const auto& fault : s_faults) {
         for (const bool isStream : {false, true}) {
             std::istringstream in(fault.text);
-            try {
-                isStream ? DataTree::ReadFrom(in) : DataTree::FromString(fault.text);
-                ADD_FAILURE() << "no exception for " << fault.text;
-            } catch (const DataTreeEx& exception) {
-                EXPECT_EQ(exception.GetText(), fault.message) << fault.text;
-                EXPECT_EQ(exception.GetInfo(), fault.place) << fault.text;
-            }
-            EXPECT_EQ(
-                log.sink->TakeLines(),
-                std::vector<std::string>{std::string("2 DataTree Exception of type DataTreeEx. ") +
-                                         fault.message});
+            EXPECT_EQ(ThrownBy<DataTreeEx>([&] {
+                          isStream ? DataTree::ReadFrom(in) : DataTree::FromString(fault.text);
+                      }),
+                      "DataTreeEx: " + fault.message + " (" + fault.place + ")")
+                << fault.text;
+            EXPECT_EQ(log.sink->TakeText(),
+                      "\n2 DataTree Exception of type DataTreeEx. " + fault.message);
         }
     }
 }
@@ -127,32 +122,18 @@ TEST(DataTreeTextTest, LeavesTheStreamAtItsEndOrWhereTheFaultWasNoticed) {
 }
 
 TEST(DataTreeTextTest, LoadsAFileAndNamesItInAFault) {
-    const auto folder = std::filesystem::temp_directory_path();
-    const std::string path =
-        folder / ("zel_tree_" + StringUtils::AsString(static_cast<int>(getpid())));
+    const test::TemporaryFolder folder;
+    const std::string path = folder / "tree";
     std::ofstream(path) << "[\"a\"\n]]";
-    const struct {
-        std::string path;
-        std::string message;
-        std::string info;
-    } rows[] = {
-        {path, "Unexpected closing tag", path + ": line 2, column 2"},
-        {folder, "Could not open input file " + folder.string(), ""},
-        {path + "none", "Could not open input file " + path + "none", ""},
-        {"", "Could not open input file ", ""},
+    const auto load = [](const std::string& from) {
+        return ThrownBy<DataTreeEx>([&] { DataTree::Load(from.c_str()); });
     };
-    for (const auto& row : rows) {
-        try {
-            DataTree::Load(row.path.c_str());
-            ADD_FAILURE() << "no exception for " << row.path;
-        } catch (const DataTreeEx& exception) {
-            EXPECT_EQ(exception.GetText(), row.message);
-            EXPECT_EQ(exception.GetInfo(), row.info);
-        }
+    EXPECT_EQ(load(path), "DataTreeEx: Unexpected closing tag (" + path + ": line 2, column 2)");
+    for (const std::string& none : {std::string(folder / ""), path + "none", std::string()}) {
+        EXPECT_EQ(load(none), "DataTreeEx: Could not open input file " + none);
     }
     std::ofstream(path) << "[\"a\" .\"b\"=\"c\"]";
     EXPECT_EQ(DataTree::Load(path.c_str())->GetChildValue("b"), "c");
-    std::filesystem::remove(path);
 }
 
 std::string AnyBytes(std::mt19937& random) {
