@@ -56,24 +56,17 @@ TEST(CriticalSectionTest, StaysWithItsOwnerUntilLeftAsOftenAsEntered) {
     CriticalSection cs;
     cs.Enter();
     cs.Enter();
-    cs.Leave();
-    ExpectHeld(cs);
-    cs.Leave();
-    std::thread([&] { const CriticalSectionLock lock(&cs); }).join();
-}
-
-TEST(CriticalSectionLockTest, LeavesOnceHoweverOftenUnlocked) {
-    CriticalSection cs;
-    cs.Enter();
     {
         CriticalSectionLock lock(&cs);
         lock.Unlock();
         lock.Unlock();
+        CriticalSectionLock nothing(nullptr);
+        nothing.Unlock();
     }
+    cs.Leave();
     ExpectHeld(cs);
     cs.Leave();
-    CriticalSectionLock nothing(nullptr);
-    nothing.Unlock();
+    std::thread([&] { const CriticalSectionLock lock(&cs); }).join();
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <thread>
+#include <tuple>
 
 namespace zel {
 namespace {
@@ -38,11 +39,7 @@ TEST(LoggerTest, LetsAMessageThroughByTheLevelOfItsAreaElseTheGlobalOne) {
     const test::ScopedLogger log(2);
     const RCPtr<Logger> other(new Logger);
     other->Start();
-    const struct {
-        std::function<void()> change;
-        int ownLevel;
-        int global;
-    } rows[] = {
+    const std::tuple<std::function<void()>, int, int> rows[] = {
         {[] {}, 3, 2},
         {[&] { log.logger->SetGlobalLogLevel(5); }, 3, 5},
         {[&] { log.logger->SetAreaLevel("LoggerTestOwn", 4); }, 4, 5},
@@ -50,33 +47,29 @@ TEST(LoggerTest, LetsAMessageThroughByTheLevelOfItsAreaElseTheGlobalOne) {
         {[&] { log.logger->SetAreaLevel("LoggerTestGlobal", 1); }, 5, 1},
         {[&] { Logger::SetInstance(other); }, 3, 3},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.ownLevel << ' ' << row.global);
-        row.change();
-        EXPECT_TRUE(s_ownLevel.IsEnabled(row.ownLevel) && s_global.IsEnabled(row.global));
-        EXPECT_FALSE(s_ownLevel.IsEnabled(row.ownLevel + 1) || s_global.IsEnabled(row.global + 1));
+    for (const auto& [change, ownLevel, global] : rows) {
+        SCOPED_TRACE(testing::Message() << ownLevel << ' ' << global);
+        change();
+        EXPECT_TRUE(s_ownLevel.IsEnabled(ownLevel) && s_global.IsEnabled(global));
+        EXPECT_FALSE(s_ownLevel.IsEnabled(ownLevel + 1) || s_global.IsEnabled(global + 1));
     }
 }
 
 TEST(LoggerTest, NamesTheAreaOfASourceFile) {
     const test::ScopedLogger log;
-    const struct {
-        const char* file;
-        const char* name;
-        int level;
-    } rows[] = {
+    const std::tuple<const char*, const char*, int> rows[] = {
         {"LoggerTestOwn", "LoggerTestOwn", 3},
         {"/a/b/LoggerTestOwn.cpp", "LoggerTestOwn", 3},
         {"LoggerTestGlobal", "LoggerTestGlobal", -1},
         {"x/NobodyKnows.cpp", "NobodyKnows.cpp", -1},
     };
-    for (const auto& row : rows) {
+    for (const auto& [file, area, ownLevel] : rows) {
         std::string name;
         int level = 0;
-        Logger::GetAreaNameAndLevel(row.file, name, level);
-        EXPECT_EQ(name, row.name);
-        EXPECT_EQ(level, row.level) << row.file;
-        EXPECT_EQ(Logger::GetLevelFromFileName(row.file), row.level) << row.file;
+        Logger::GetAreaNameAndLevel(file, name, level);
+        EXPECT_EQ(name, area);
+        EXPECT_EQ(level, ownLevel) << file;
+        EXPECT_EQ(Logger::GetLevelFromFileName(file), ownLevel) << file;
     }
 }
 

@@ -11,6 +11,8 @@
 #include <limits>
 #include <random>
 #include <sstream>
+#include <tuple>
+#include <utility>
 
 namespace zel {
 namespace {
@@ -33,10 +35,7 @@ std::string Readings(const std::string& text, int radix = 0) {
 }
 
 TEST(StringUtilsTest, ReadsANumberThatMakesUpTheWholeText) {
-    const struct {
-        const char* text;
-        const char* readings;
-    } rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {"0", "0 0 0"},        {"+42", "42 42 42"},
         {"007", "7 7 7"},      {"0x1F", "31 31 -"},
         {"-0X1f", "-31 - -"},  {"2147483648", "- 2147483648 2147483648"},
@@ -51,8 +50,8 @@ TEST(StringUtilsTest, ReadsANumberThatMakesUpTheWholeText) {
         {" 1", "- - -"},       {"1 ", "- - -"},
         {"1,5", "- - -"},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(Readings(row.text), row.readings) << row.text;
+    for (const auto& [text, readings] : rows) {
+        EXPECT_EQ(Readings(text), readings) << text;
     }
     EXPECT_EQ(Readings("-42", 10), "-42 - -42");
     EXPECT_EQ(Readings("-iNF", 10), "- - -inf");
@@ -117,10 +116,7 @@ TEST(StringUtilsTest, ThrowExLogsAndRaisesItsException) {
 }
 
 TEST(StringSegmentsTest, KeepTextReadableAndOtherBytesInHexadecimal) {
-    const struct {
-        std::string text;
-        const char* segments;
-    } rows[] = {
+    const std::pair<std::string, const char*> rows[] = {
         {"", R"("")"},
         {"a b$", R"("a b$")"},
         {"\"\\\n\t\r", R"("\"\\\n\t\r")"},
@@ -136,31 +132,27 @@ TEST(StringSegmentsTest, KeepTextReadableAndOtherBytesInHexadecimal) {
         {"\xC2\x80", "$c280$"},
         {"\xE2\x82", "$e282$"},
     };
-    for (const auto& row : rows) {
+    for (const auto& [text, segments] : rows) {
         std::ostringstream out;
-        StringUtils::Encode(row.text.data(), static_cast<int>(row.text.size()), out);
-        EXPECT_EQ(out.str(), row.segments);
+        StringUtils::Encode(text.data(), static_cast<int>(text.size()), out);
+        EXPECT_EQ(out.str(), segments);
     }
 }
 
 TEST(StringSegmentsTest, DecodeTakesOneSegmentAndNotAByteMore) {
-    const struct {
-        const char* input;
-        const char* value;
-        const char* rest;
-    } rows[] = {
+    const std::tuple<const char*, const char*, const char*> rows[] = {
         {R"("ab"=)", "ab", "="},
         {"$6a6b$$6c$", "jk", "$6c$"},
         {"\"a\nb\x01$\"\"", "a\nb\x01$", "\""},
         {"\"\"x", "", "x"},
         {"$$", "", ""},
     };
-    for (const auto& row : rows) {
-        std::istringstream in(row.input);
+    for (const auto& [input, expected, rest] : rows) {
+        std::istringstream in(input);
         std::string value;
-        EXPECT_TRUE(StringUtils::Decode(in, &value)) << row.input;
-        EXPECT_EQ(value, row.value);
-        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), row.rest) << row.input;
+        EXPECT_TRUE(StringUtils::Decode(in, &value)) << input;
+        EXPECT_EQ(value, expected);
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), rest) << input;
     }
     for (const char* malformed :
          {"", "x", "\"a", "\"a\\", R"("\x")", "$6", "$6$", "$6g$", "$4A$"}) {

@@ -10,6 +10,7 @@
 #include <fstream>
 #include <random>
 #include <sstream>
+#include <utility>
 
 namespace zel {
 namespace {
@@ -45,10 +46,7 @@ TEST(DataTreeTextTest, WritesIndentedAndCompact) {
 }
 
 TEST(DataTreeTextTest, ReadsWhateverLayoutAndDropsStrayText) {
-    const struct {
-        const char* text;
-        const char* tree;
-    } rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {R"(["a"])", R"(["a"])"},
         {"[ \n\"a\" \"b\"$63$ . \"x\" \t= \"y\" $7a$\n]", R"(["abc"."x"="yz"])"},
         {R"([""."v"=""]  )", R"([""["v"]])"},
@@ -58,10 +56,10 @@ TEST(DataTreeTextTest, ReadsWhateverLayoutAndDropsStrayText) {
          R"(["a"."x"="1"."x"="2"["x"]["y"."z"="3"]])"},
         {"[\"a\" .\"x\"=\"]\n[.=\"]", R"(["a"."x"="]\n[.="])"},
     };
-    for (const auto& row : rows) {
-        const Tree tree = DataTree::FromString(row.text);
-        EXPECT_EQ(Compact(tree), row.tree) << row.text;
-        EXPECT_EQ(Compact(DataTree::FromString(tree->ToString())), row.tree) << row.text;
+    for (const auto& [text, compact] : rows) {
+        const Tree tree = DataTree::FromString(text);
+        EXPECT_EQ(Compact(tree), compact) << text;
+        EXPECT_EQ(Compact(DataTree::FromString(tree->ToString())), compact) << text;
     }
 }
 
