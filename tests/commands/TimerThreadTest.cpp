@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include <tuple>
 #include <limits>
+#include <tuple>
 
 namespace zel {
 namespace {
@@ -98,7 +98,7 @@ TEST_F(TimerThreadTest, EndsAfterItsTicksOrWithoutAProcessor) {
     m_processor = nullptr;
     Start(0, 1, TimerThread::FOREVER);
     m_timer->Join();
-    EXPECT_TRUE(m_log.sink->TakeLines().empty());
+    EXPECT_EQ(m_log.sink->TakeText(), "");
 }
 
 TEST_F(TimerThreadTest, DropsTicksAtThePendingLimitWithoutCountingThem) {

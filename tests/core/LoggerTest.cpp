@@ -13,8 +13,6 @@
 namespace zel {
 namespace {
 
-using Lines = std::vector<std::string>;
-
 const LoggingRegisterHelper s_ownLevel("some/where/LoggerTestOwn", 3, nullptr);
 const LoggingRegisterHelper s_global("LoggerTestGlobal", -1, nullptr);
 
@@ -28,7 +26,7 @@ TEST(LoggerTest, WritesNothingWithoutAStartedInstance) {
     log.logger->Stop();
     EXPECT_FALSE(s_ownLevel.IsEnabled(1));
     log.logger->AppendData(1, "Any", 1, "text", 4);
-    EXPECT_EQ(log.sink->TakeLines(), Lines());
+    EXPECT_EQ(log.sink->TakeText(), "");
     log.logger->Start();
     EXPECT_TRUE(s_ownLevel.IsEnabled(1));
     EXPECT_TRUE(Logger::ShouldLog(3));
@@ -87,12 +85,12 @@ TEST(LoggerTest, DropsWhatASinkLogsAndThrows) {
     log.logger->AddSink(hostile);
     log.logger->AddSink(log.sink);
     s_ownLevel.Write(2, 1, std::string_view("a\0b", 3));
-    const std::string line("2 LoggerTestOwn a\0b", 19);
-    EXPECT_EQ(log.sink->TakeLines(), (Lines{line, line}));
+    const std::string line("\n2 LoggerTestOwn a\0b", 20);
+    EXPECT_EQ(log.sink->TakeText(), line + line);
     log.logger->RemoveSink(hostile.Get());
     log.logger->RemoveSink(log.sink.Get());
     s_ownLevel.Write(2, 1, "again");
-    EXPECT_EQ(log.sink->TakeLines(), Lines());
+    EXPECT_EQ(log.sink->TakeText(), "");
 }
 
 TEST(LoggerTest, TakesChangesOfSinksAndLoggersWhileOthersLog) {

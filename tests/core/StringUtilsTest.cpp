@@ -111,8 +111,7 @@ TEST(StringUtilsTest, ThrowExLogsAndRaisesItsException) {
         EXPECT_EQ(exception.AsString(), "StringUtilsEx: no number");
         EXPECT_EQ(exception.GetFile(), "../core/StringUtils");
     }
-    EXPECT_EQ(log.sink->TakeLines(),
-              std::vector<std::string>{"2 StringUtils Exception of type StringUtilsEx. no number"});
+    EXPECT_EQ(log.sink->TakeText(), "\n2 StringUtils Exception of type StringUtilsEx. no number");
 }
 
 TEST(StringSegmentsTest, KeepTextReadableAndOtherBytesInHexadecimal) {

@@ -87,9 +87,8 @@ TEST(ThreadTest, LogsAnExceptionThatLeavesRunAndEndsAlone) {
         RCPtr<CallingThread> thread(new CallingThread("pump", work));
         thread->Start();
         thread->Join();
-        EXPECT_EQ(
-            log.sink->TakeLines(),
-            std::vector<std::string>{"2 Thread Thread \"pump\" ended by an exception. " + reason});
+        EXPECT_EQ(log.sink->TakeText(),
+                  "\n2 Thread Thread \"pump\" ended by an exception. " + reason);
     }
 }
 

@@ -51,9 +51,8 @@ TEST(DataTreeTest, LogsAndThrowsForAMissingValueThatMustBe) {
     const test::ScopedLogger log;
     EXPECT_EQ(test::ThrownBy<DataTreeEx>([] { MakeTree({})->GetChildValue("speed"); }),
               "DataTreeEx: Node speed not found");
-    EXPECT_EQ(
-        log.sink->TakeLines(),
-        std::vector<std::string>{"2 DataTree Exception of type DataTreeEx. Node speed not found"});
+    EXPECT_EQ(log.sink->TakeText(),
+              "\n2 DataTree Exception of type DataTreeEx. Node speed not found");
 }
 
 TEST(DataTreeTest, AChildKnowsTheNodeThatTookItLast) {

@@ -7,6 +7,7 @@
 
 #include <limits>
 #include <map>
+#include <tuple>
 
 namespace zel {
 namespace {
@@ -108,11 +109,7 @@ TEST(VariantConversionTest, TextThatIsNoNumberLeavesWhatCameBefore) {
 
 TEST(VariantConversionTest, AConverterOfItsOwnCastsWithADefinedResult) {
     const int most = std::numeric_limits<int>::max();
-    const struct {
-        double from;
-        int toInt;
-        unsigned long long toU64;
-    } rows[] = {
+    const std::tuple<double, int, unsigned long long> rows[] = {
         {-1.9, -1, 0},
         {1e300, most, ~0ULL},
         {-1e300, std::numeric_limits<int>::min(), 0},
@@ -120,15 +117,15 @@ TEST(VariantConversionTest, AConverterOfItsOwnCastsWithADefinedResult) {
         {18446744073709551615.0, most, ~0ULL},
         {std::numeric_limits<double>::quiet_NaN(), 0, 0},
     };
-    for (const auto& row : rows) {
+    for (const auto& [from, toInt, toU64] : rows) {
         Variant<int> narrow;
-        EXPECT_TRUE((VariantValueConverter<double, int>::SetValueImp(&narrow, row.from, true)));
-        EXPECT_EQ(narrow.GetValue(), row.toInt) << row.from;
-        const Variant<double> source(row.from);
+        EXPECT_TRUE((VariantValueConverter<double, int>::SetValueImp(&narrow, from, true)));
+        EXPECT_EQ(narrow.GetValue(), toInt) << from;
+        const Variant<double> source(from);
         unsigned long long wide = 1;
         EXPECT_TRUE(
             (VariantValueConverter<double, unsigned long long>::GetValueImp(&source, &wide, true)));
-        EXPECT_EQ(wide, row.toU64) << row.from;
+        EXPECT_EQ(wide, toU64) << from;
     }
     Variant<unsigned char> byte;
     EXPECT_TRUE((VariantValueConverter<int, unsigned char>::SetValueImp(&byte, 300, true)));

@@ -7,6 +7,7 @@
 
 #include <cstring>
 #include <sstream>
+#include <utility>
 
 namespace zel {
 namespace {
@@ -88,10 +89,7 @@ TEST(VariantFormsTest, EveryTypeAndLengthComesBackFromEveryForm) {
 }
 
 TEST(VariantFormsTest, BytesAreThoseOfTheFormat) {
-    const struct {
-        Value value;
-        const char* bytes;
-    } rows[] = {
+    const std::pair<Value, const char*> rows[] = {
         {new Variant<int>(258), "00 00 01 02"},
         {new Variant<float>(1), "3F 80 00 00"},
         {new Variant<double>(1), "3F F0 00 00 00 00 00 00"},
@@ -101,9 +99,9 @@ TEST(VariantFormsTest, BytesAreThoseOfTheFormat) {
         {new Variant<std::vector<unsigned char>>(), "00 00 00 00 00 00 00 00"},
         {new Variant<signed char>(-2), "FE"},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(Hex(InStream(row.value)), row.bytes);
-        EXPECT_EQ(Hex(InBuffer(row.value, true)), row.bytes);
+    for (const auto& [value, bytes] : rows) {
+        EXPECT_EQ(Hex(InStream(value)), bytes);
+        EXPECT_EQ(Hex(InBuffer(value, true)), bytes);
     }
     const Value zero(new Variant<std::string>(std::string("a\0b", 3)));
     EXPECT_EQ(Hex(InStream(zero)), "61 00 62 00");

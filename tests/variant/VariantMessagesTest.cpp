@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <sstream>
+#include <utility>
 
 namespace zel {
 namespace {
@@ -53,8 +54,9 @@ protected:
     Variant<std::vector<std::string>> m_texts{{"a"}};
 };
 
-// Puts the names that stand for the marks into a text.
 using Names = std::vector<std::pair<std::string, std::string>>;
+
+// Puts the names of what the marks stand for into a text.
 std::string Filled(std::string text, const Names& names) {
     for (const auto& [mark, name] : names) {
         for (std::size_t at = 0; (at = text.find(mark, at)) != std::string::npos;) {
