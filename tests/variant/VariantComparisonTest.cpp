@@ -79,6 +79,16 @@ TEST(VariantComparisonTest, HoldsAsTheTypesAndTheFlagsSay) {
     }
 }
 
+TEST(VariantComparisonTest, HoldsForPlainArraysAlike) {
+    std::vector<int> one{1};
+    std::vector<int> two{2};
+    EXPECT_TRUE(IsLessThanImp(&one, &two, false, true));
+    EXPECT_TRUE(IsLessThanOrEqualImp(&one, &two, false, true));
+    EXPECT_FALSE(IsEqualImp(&one, &two, false, true));
+    EXPECT_FALSE(IsGreaterThanImp(&one, &two, false, true));
+    EXPECT_FALSE(IsGreaterThanOrEqualImp(&one, &two, false, true));
+}
+
 TEST(VariantComparisonTest, ThrowsForWhatCannotBeComparedWhenAsked) {
     const test::ScopedLogger log;
     const Value five = Make(5);

@@ -132,14 +132,31 @@ TEST(VariantConversionTest, AConverterOfItsOwnCastsWithADefinedResult) {
     EXPECT_EQ(byte.GetValue(), 44);
 }
 
-// A class of somebody else, whose identifier belies it.
-class Foreign : public Variant<double> {
+// A class outside the 22, although its identifier is one of theirs.
+class Foreign : public VariantBase {
+    using Other = Value;
+
+public:
+    std::string GetType() const override { return "Foreign"; }
+    const std::type_info& GetTypeInfo() const override { return typeid(Foreign); }
     int GetTypeID() const override { return 0x24; }
+    int GetNumberOfElements() const override { return 1; }
+    void SetNumberOfElements(unsigned) override {}
+    int GetSizeOfElement() const override { return 1; }
+    int GetSize() const override { return 1; }
+    bool GetValueAsDouble(double*, bool) const override { return false; }
+    Other Clone() const override { return nullptr; }
+    void SetMinimumValue() override {}
+    void SetMaximumValue() override {}
+    bool IsEqual(Other, bool, bool, bool) const override { return false; }
+    bool IsLessThan(Other, bool, bool, bool) const override { return false; }
+    bool IsLessThanOrEqualTo(Other, bool, bool, bool) const override { return false; }
+    bool IsGreaterThan(Other, bool, bool, bool) const override { return false; }
+    bool IsGreaterThanOrEqualTo(Other, bool, bool, bool) const override { return false; }
 };
 
 TEST(VariantConversionTest, AForeignClassIsRefused) {
-    Foreign own;
-    VariantBase& foreign = own;
+    Foreign foreign;
     int number = 7;
     EXPECT_FALSE(foreign.SetValue(1, false));
     EXPECT_FALSE(foreign.GetValue(&number, false));
