@@ -136,9 +136,9 @@ TEST(CFuncBinderTest, WithoutPrepareItSaysSoAndDoesNothing) {
     probe.Register(&log);
     EXPECT_EQ(log, "");
     const std::string line =
-        "1 CFuncBinder [CBinder::GetBinder] You forgot to call CBinder::Prepare() before calling "
+        "\n1 CFuncBinder [CBinder::GetBinder] You forgot to call CBinder::Prepare() before calling "
         "this function: the program will probably SEGFAULT now...";
-    EXPECT_EQ(logger.sink->TakeLines(), (std::vector<std::string>{line, line}));
+    EXPECT_EQ(logger.sink->TakeText(), line + line);
     const BridgeUser user;
     EXPECT_FALSE(RegisterFunction(nullptr, [] {}));
 }

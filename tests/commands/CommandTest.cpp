@@ -43,8 +43,8 @@ TEST(CommandChainTest, ThrowsAndLogsTheTextOfTheMessage) {
     MemOS message;
     message << "a" << '\0' << "b";
     EXPECT_THROW(ThrowCommandChainEx(message), CommandChainEx);
-    const std::string line = "2 CommandChain Exception of type CommandChainEx. a";
-    EXPECT_EQ(log.sink->TakeLines(), std::vector<std::string>{line + '\0' + 'b'});
+    EXPECT_EQ(log.sink->TakeText(),
+              std::string("\n2 CommandChain Exception of type CommandChainEx. a\0b", 53));
 }
 
 class ThreadCommandProcessorTest : public testing::Test {
@@ -86,12 +86,11 @@ TEST_F(ThreadCommandProcessorTest, RunsInOrderWhateverACommandThrowsUntilItIsSto
     m_processor->Stop();
     EXPECT_THROW(m_processor->PostCommand(nullptr), Exception);
     EXPECT_EQ(calls, "first second third ");
-    const std::vector<std::string> lines = {
-        "3 CommandProcessor Command got exception. SomeEx: gone (Some:7)",
-        "3 CommandProcessor Command got exception. It is of no known type.",
-        "3 CommandProcessor A command was posted after the stop and is dropped.",
-        "2 CommandProcessor Exception of type Exception. A null command was posted."};
-    EXPECT_EQ(m_log.sink->TakeLines(), lines);
+    EXPECT_EQ(m_log.sink->TakeText(), R"(
+3 CommandProcessor Command got exception. SomeEx: gone (Some:7)
+3 CommandProcessor Command got exception. It is of no known type.
+3 CommandProcessor A command was posted after the stop and is dropped.
+2 CommandProcessor Exception of type Exception. A null command was posted.)");
 }
 
 TEST_F(ThreadCommandProcessorTest, MayLoseItsLastReferenceInACommandAndRunsTheRest) {

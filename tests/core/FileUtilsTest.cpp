@@ -1,7 +1,8 @@
 #include "zel/core/FileUtils.h"
 
-#include "zel/core/Exception.h"
 #include "zel/core/StreamScanner.h"
+
+#include "tests/support/Thrown.h"
 
 #include <gtest/gtest.h>
 
@@ -21,26 +22,20 @@ public:
 
 protected:
     int_type underflow() override {
-        if (m_next == m_text.size() && m_failsAtEnd) {
-            throw std::runtime_error("broken");
-        }
         if (m_next == m_text.size()) {
-            return traits_type::eof();
+            return m_failsAtEnd ? throw std::runtime_error("broken") : traits_type::eof();
         }
         const std::size_t count = std::min(m_block, m_text.size() - m_next);
-        if (count != 0) {
-            setg(&m_text[m_next], &m_text[m_next], &m_text[m_next] + count);
-            m_next += count;
-            return traits_type::to_int_type(*gptr());
-        }
-        return traits_type::to_int_type(m_text[m_next]);
+        char* const begin = &m_text[m_next];
+        setg(begin, begin, begin + count);
+        m_next += count;
+        return traits_type::to_int_type(*begin);
     }
 
     int_type uflow() override {
-        if (m_block != 0 || m_next == m_text.size()) {
-            return std::streambuf::uflow();
-        }
-        return traits_type::to_int_type(m_text[m_next++]);
+        const int_type next = m_block == 0 ? underflow() : std::streambuf::uflow();
+        m_next += m_block == 0 && next != traits_type::eof() ? 1 : 0;
+        return next;
     }
 
 private:
@@ -84,13 +79,8 @@ TEST(FileUtilsTest, KeepsTheLineFeedAndZeroBytesWhenAsked) {
 TEST(FileUtilsTest, RefusesALineThatDoesNotFitAndLosesNothing) {
     std::istringstream in("1234567\nnext");
     char line[7];
-    try {
-        FileUtils::ReadLine(in, line, sizeof line);
-        FAIL() << "no exception";
-    } catch (const Exception& exception) {
-        EXPECT_EQ(exception.GetText(),
-                  "Line is longer than the 6 characters that the buffer holds");
-    }
+    EXPECT_EQ(test::ThrownBy([&] { FileUtils::ReadLine(in, line, sizeof line); }),
+              "Exception: Line is longer than the 6 characters that the buffer holds");
     EXPECT_STREQ(line, "123456");
     EXPECT_EQ(in.get(), '7');
     EXPECT_THROW(FileUtils::ReadLine(in, nullptr, 0), Exception);

@@ -1,19 +1,17 @@
 #include "zel/core/Logger.h"
 
 #include "tests/support/RecordingLogSink.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <thread>
-#include <unistd.h>
+#include <tuple>
 
 namespace zel {
 namespace {
-
-using Lines = std::vector<std::string>;
 
 const LoggingRegisterHelper s_ownLevel("some/where/LoggerTestOwn", 3, nullptr);
 const LoggingRegisterHelper s_global("LoggerTestGlobal", -1, nullptr);
@@ -28,7 +26,7 @@ TEST(LoggerTest, WritesNothingWithoutAStartedInstance) {
     log.logger->Stop();
     EXPECT_FALSE(s_ownLevel.IsEnabled(1));
     log.logger->AppendData(1, "Any", 1, "text", 4);
-    EXPECT_EQ(log.sink->TakeLines(), Lines());
+    EXPECT_EQ(log.sink->TakeText(), "");
     log.logger->Start();
     EXPECT_TRUE(s_ownLevel.IsEnabled(1));
     EXPECT_TRUE(Logger::ShouldLog(3));
@@ -37,53 +35,39 @@ TEST(LoggerTest, WritesNothingWithoutAStartedInstance) {
 
 TEST(LoggerTest, LetsAMessageThroughByTheLevelOfItsAreaElseTheGlobalOne) {
     const test::ScopedLogger log(2);
-    const struct {
-        const char* change;
-        std::function<void()> make;
-        int ownLevel;
-        int global;
-    } rows[] = {
-        {"none", [] {}, 3, 2},
-        {"global", [&] { log.logger->SetGlobalLogLevel(5); }, 3, 5},
-        {"own area", [&] { log.logger->SetAreaLevel("LoggerTestOwn", 4); }, 4, 5},
-        {"own area follows", [&] { log.logger->SetAreaLevel("LoggerTestOwn", -1); }, 5, 5},
-        {"other area", [&] { log.logger->SetAreaLevel("LoggerTestGlobal", 1); }, 5, 1},
-        {"other logger",
-         [] {
-             RCPtr<Logger> other(new Logger);
-             other->Start();
-             Logger::SetInstance(other);
-         },
-         3, 3},
+    const RCPtr<Logger> other(new Logger);
+    other->Start();
+    const std::tuple<std::function<void()>, int, int> rows[] = {
+        {[] {}, 3, 2},
+        {[&] { log.logger->SetGlobalLogLevel(5); }, 3, 5},
+        {[&] { log.logger->SetAreaLevel("LoggerTestOwn", 4); }, 4, 5},
+        {[&] { log.logger->SetAreaLevel("LoggerTestOwn", -1); }, 5, 5},
+        {[&] { log.logger->SetAreaLevel("LoggerTestGlobal", 1); }, 5, 1},
+        {[&] { Logger::SetInstance(other); }, 3, 3},
     };
-    for (const auto& row : rows) {
-        row.make();
-        EXPECT_TRUE(s_ownLevel.IsEnabled(row.ownLevel)) << row.change;
-        EXPECT_FALSE(s_ownLevel.IsEnabled(row.ownLevel + 1)) << row.change;
-        EXPECT_TRUE(s_global.IsEnabled(row.global)) << row.change;
-        EXPECT_FALSE(s_global.IsEnabled(row.global + 1)) << row.change;
+    for (const auto& [change, ownLevel, global] : rows) {
+        SCOPED_TRACE(testing::Message() << ownLevel << ' ' << global);
+        change();
+        EXPECT_TRUE(s_ownLevel.IsEnabled(ownLevel) && s_global.IsEnabled(global));
+        EXPECT_FALSE(s_ownLevel.IsEnabled(ownLevel + 1) || s_global.IsEnabled(global + 1));
     }
 }
 
 TEST(LoggerTest, NamesTheAreaOfASourceFile) {
     const test::ScopedLogger log;
-    const struct {
-        const char* file;
-        const char* name;
-        int level;
-    } rows[] = {
+    const std::tuple<const char*, const char*, int> rows[] = {
         {"LoggerTestOwn", "LoggerTestOwn", 3},
         {"/a/b/LoggerTestOwn.cpp", "LoggerTestOwn", 3},
         {"LoggerTestGlobal", "LoggerTestGlobal", -1},
         {"x/NobodyKnows.cpp", "NobodyKnows.cpp", -1},
     };
-    for (const auto& row : rows) {
+    for (const auto& [file, area, ownLevel] : rows) {
         std::string name;
         int level = 0;
-        Logger::GetAreaNameAndLevel(row.file, name, level);
-        EXPECT_EQ(name, row.name);
-        EXPECT_EQ(level, row.level) << row.file;
-        EXPECT_EQ(Logger::GetLevelFromFileName(row.file), row.level) << row.file;
+        Logger::GetAreaNameAndLevel(file, name, level);
+        EXPECT_EQ(name, area);
+        EXPECT_EQ(level, ownLevel) << file;
+        EXPECT_EQ(Logger::GetLevelFromFileName(file), ownLevel) << file;
     }
 }
 
@@ -101,12 +85,12 @@ TEST(LoggerTest, DropsWhatASinkLogsAndThrows) {
     log.logger->AddSink(hostile);
     log.logger->AddSink(log.sink);
     s_ownLevel.Write(2, 1, std::string_view("a\0b", 3));
-    const std::string line("2 LoggerTestOwn a\0b", 19);
-    EXPECT_EQ(log.sink->TakeLines(), (Lines{line, line}));
+    const std::string line("\n2 LoggerTestOwn a\0b", 20);
+    EXPECT_EQ(log.sink->TakeText(), line + line);
     log.logger->RemoveSink(hostile.Get());
     log.logger->RemoveSink(log.sink.Get());
     s_ownLevel.Write(2, 1, "again");
-    EXPECT_EQ(log.sink->TakeLines(), Lines());
+    EXPECT_EQ(log.sink->TakeText(), "");
 }
 
 TEST(LoggerTest, TakesChangesOfSinksAndLoggersWhileOthersLog) {
@@ -128,9 +112,7 @@ TEST(LoggerTest, TakesChangesOfSinksAndLoggersWhileOthersLog) {
 }
 
 TEST(FileLogSinkTest, BeginsANewFileOnceTheOldOneWasRenamed) {
-    const auto folder = std::filesystem::temp_directory_path() /
-                        ("zel_log_" + StringUtils::AsString(static_cast<int>(getpid())));
-    std::filesystem::create_directory(folder);
+    const test::TemporaryFolder folder;
     const std::string path = folder / "log";
     const auto read = [](const std::string& file) {
         std::ifstream in(file);
@@ -145,8 +127,7 @@ TEST(FileLogSinkTest, BeginsANewFileOnceTheOldOneWasRenamed) {
     sink->Write(record);
     EXPECT_EQ(read(path + ".1"), line);
     EXPECT_EQ(read(path), line + line);
-    EXPECT_THROW(FileLogSink((folder / "none" / "log").string()), Exception);
-    std::filesystem::remove_all(folder);
+    EXPECT_THROW(FileLogSink((folder / "none/log").string()), Exception);
 }
 
 }  // namespace

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <csignal>
-#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <sys/resource.h>
@@ -62,40 +60,6 @@ ZEL_VISIBLE bool ShowFromContextOfHere(Recorder& walker) {
     return ShowFromHere(walker, &context) && !walker.entries.empty();
 }
 
-ZEL_VISIBLE int FaultHere(volatile int* address) {
-    return *address + 1;
-}
-
-ZEL_VISIBLE int CallFaulting(std::uintptr_t address) {
-    return FaultHere(reinterpret_cast<volatile int*>(address)) + 1;
-}
-
-__attribute__((no_sanitize("undefined"))) ZEL_VISIBLE int CallNowhere(std::uintptr_t address) {
-    int (*volatile nowhere)() = reinterpret_cast<int (*)()>(address);
-    return nowhere() + 1;
-}
-
-// Prints a fault's entries and ends the process.
-class FaultPrinter : public StackWalker {
-public:
-    static void ExitOn(int (*cause)(std::uintptr_t), std::uintptr_t argument) {
-        struct sigaction action = {};
-        action.sa_flags = SA_SIGINFO;
-        action.sa_sigaction = [](int, siginfo_t*, void* context) {
-            _exit(FaultPrinter().ShowCallstack(nullptr, context) ? 0 : 1);
-        };
-        sigaction(SIGSEGV, &action, nullptr);
-        cause(argument);
-    }
-
-private:
-    void OnCallstackEntry(CallstackEntryType type, CallstackEntry& entry) override {
-        const bool isReadable = entry.undecoratedName[0] != '\0';
-        std::fprintf(stderr, "<%d %s>", type,
-                     isReadable ? entry.undecoratedName : entry.symbolName);
-    }
-};
-
 TEST(StackWalkerTest, ShowsTheOwnStackFromTheCallerOnAndAnEmptyEntryLast) {
     Recorder walker;
     ASSERT_TRUE(ShowFromDepth(walker, 1));
@@ -140,25 +104,6 @@ TEST(StackWalkerTest, RefusesAnotherProcess) {
     Recorder other(own + 1, nullptr);
     EXPECT_FALSE(ShowFromHere(other));
     EXPECT_TRUE(other.types.empty());
-}
-
-TEST(StackWalkerDeathTest, BeginsAtTheFault) {
-    const struct {
-        const char* description;
-        int (*cause)(std::uintptr_t);
-        std::uintptr_t argument;
-        const char* expected;
-    } faults[] = {
-        {"a bad address", CallFaulting, 16, "^<0 [^ ]*FaultHere[^ ]*><1 [^ ]*CallFaulting"},
-        {"a call of null", CallNowhere, 0, "^<0 ><1 [^ ]*CallNowhere"},
-        {"a call of a wild pointer", CallNowhere, 4096, "^<0 ><1 [^ ]*CallNowhere"},
-    };
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    for (const auto& fault : faults) {
-        SCOPED_TRACE(fault.description);
-        EXPECT_EXIT(FaultPrinter::ExitOn(fault.cause, fault.argument), testing::ExitedWithCode(0),
-                    fault.expected);
-    }
 }
 
 void ShowWithoutDescriptors() {

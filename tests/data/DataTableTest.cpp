@@ -1,6 +1,7 @@
 #include "zel/data/DataTable.h"
 
 #include "tests/support/RecordingLogSink.h"
+#include "tests/support/Thrown.h"
 
 #include <gtest/gtest.h>
 
@@ -13,6 +14,7 @@
 namespace zel {
 namespace {
 
+using test::ThrownBy;
 using Cells = std::vector<std::string>;
 
 Cells CellsOf(const DataRow& row) {
@@ -31,27 +33,17 @@ Cells FieldsOf(const DataTable& table) {
     return names;
 }
 
-// "a|b/c" for two rows.
+// "a|b/c/" for two rows.
 std::string RowsOf(const DataTable& table) {
     std::string text;
     for (int i = 0; i < static_cast<int>(table.GetRowCount()); ++i) {
-        text += i == 0 ? "" : "/";
         std::string mark;
         for (const std::string& cell : CellsOf(*table.GetRow(i))) {
             text += std::exchange(mark, "|") + cell;
         }
+        text += '/';
     }
     return text;
-}
-
-template <class Call>
-std::string FailureOf(Call call) {
-    try {
-        call();
-    } catch (const Exception& exception) {
-        return exception.AsString();
-    }
-    return {};
 }
 
 RCPtr<DataTable> MakeTable(const Cells& fields) {
@@ -79,10 +71,10 @@ TEST(DataTableTest, KeepsFieldsByNameAndRowsOfAnyWidth) {
     const RCPtr<DataRow> wide = AppendRow(table, {"1", "2", "3", "4"});
     narrow->SetField("b", "two");
     EXPECT_EQ(wide->GetField("c") + wide->GetField(3), "34");
-    EXPECT_EQ(RowsOf(*table), "1|two/1|2|3|4");
+    EXPECT_EQ(RowsOf(*table), "1|two/1|2|3|4/");
     narrow->SetFieldCount(4, "x");
     wide->SetFieldCount(1, "x");
-    EXPECT_EQ(RowsOf(*table), "1|two|x|x/1");
+    EXPECT_EQ(RowsOf(*table), "1|two|x|x/1/");
     wide->SetFieldCount(0, "x");
     EXPECT_EQ(wide->GetFieldCount(), 0U);
 }
@@ -95,19 +87,19 @@ TEST(DataTableTest, RefusesWhatIsNotThereAndLogsIt) {
     const std::string rowIndex = "DataTableEx: Invalid row index";
     const std::string field = "DataTableEx: Field index out of range";
     for (const int position : {-1, 3, INT_MIN, INT_MAX}) {
-        EXPECT_EQ(FailureOf([&] { table->GetField(position); }), index);
-        EXPECT_EQ(FailureOf([&] { table->GetRow(position); }), rowIndex);
-        EXPECT_EQ(FailureOf([&] { row->GetField(position); }), field);
-        EXPECT_EQ(FailureOf([&] { row->SetField(position, "x"); }), field);
+        EXPECT_EQ(ThrownBy([&] { table->GetField(position); }), index);
+        EXPECT_EQ(ThrownBy([&] { table->GetRow(position); }), rowIndex);
+        EXPECT_EQ(ThrownBy([&] { row->GetField(position); }), field);
+        EXPECT_EQ(ThrownBy([&] { row->SetField(position, "x"); }), field);
     }
-    EXPECT_EQ(logger.sink->TakeLines().front(),
-              "2 DataTable Exception of type DataTableEx. Index out of range");
-    EXPECT_EQ(FailureOf([&] { row->GetField("c"); }), field);
-    EXPECT_EQ(FailureOf([&] { row->SetField("none", "x"); }), field);
+    EXPECT_TRUE(logger.sink->TakeText().starts_with(
+        "\n2 DataTable Exception of type DataTableEx. Index out of range\n"));
+    EXPECT_EQ(ThrownBy([&] { row->GetField("c"); }), field);
+    EXPECT_EQ(ThrownBy([&] { row->SetField("none", "x"); }), field);
 
     table = nullptr;
-    EXPECT_EQ(FailureOf([&] { row->GetField("a"); }), field);
-    EXPECT_EQ(FailureOf([&] { row->SetField("a", "x"); }), field);
+    EXPECT_EQ(ThrownBy([&] { row->GetField("a"); }), field);
+    EXPECT_EQ(ThrownBy([&] { row->SetField("a", "x"); }), field);
     EXPECT_EQ(CellsOf(*row), (Cells{"1", "2"}));
 }
 
@@ -122,58 +114,56 @@ TEST(DataTableTest, ReadsDelimitedTextAsTheFlagsSay) {
         const char* separators = ",";
     };
     const std::string wrongWidth = "DataTableEx: On line ";
+    const std::string longest(99'999, 'x');
+    const Cells ab{"a", "b"};
     const Row table[] = {
         {"", "", ""},
-        {"sh", "a,b,\nx,y,\n", "x|y", "", {"a", "b"}},
-        {"", "x,,\n", "x|"},
-        {"c", "x,,\n", "x"},
-        {"", "a,,b", "a||b"},
-        {"c", "a,,b", "a|b"},
-        {"", ",a", "|a"},
-        {"c", ",,a", "|a"},
-        {"", ",,", "|"},
-        {"c", ",,", ""},
-        {"", "a,b;c\t;d\n", "a|b|c||d", "", {}, {}, ",;\t"},
-        {"", "a,b\n", "a,b", "", {}, {}, ""},
+        {"", "x,,\n", "x|/"},
+        {"c", "x,,\n", "x/"},
+        {"", "a,,b", "a||b/"},
+        {"c", "a,,b", "a|b/"},
+        {"", ",a", "|a/"},
+        {"c", ",,a", "|a/"},
+        {"", ",,", "|/"},
+        {"c", ",,", "/"},
+        {"", " a , b \n", " a | b /"},
+        {"b", "a\nb\n", ""},
+        {"b", "a\nb\n\r\nc\n\nd\n", "c/d/"},
+        {"s", "1,2\n3\n", "1|2/3/"},
+        {"", "\n\na\r\n\r\nb\rlost,too\nc", "a/b/c/"},
+        {"", std::string("a\0b,\0\n", 6), std::string("a\0b|\0/", 6)},
+        {"", "1\n" + longest, "1/" + longest + "/"},
+        {"", "a,b;c\t;d\n", "a|b|c||d/", "", {}, {}, ",;\t"},
+        {"", "a,b\n", "a,b/", "", {}, {}, ""},
         {"",
          "a\xff"
          "b\n",
-         "a|b",
+         "a|b/",
          "",
          {},
          {},
          "\xff"},
-        {"", " a , b \n", " a | b "},
-        {"", "\n\na\r\n\r\nb\rlost,too\nc", "a/b/c"},
-        {"", std::string("a\0b,\0\n", 6), std::string("a\0b|\0", 5)},
-        {"b", "a\nb\n", ""},
-        {"b", "a\nb\n\r\nc\n\nd\n", "c/d"},
-        {"hb", "note\n\n\na,b\n1,2\n", "1|2", "", {"a", "b"}},
-        {"h", "a,b\n1,2\n3\n4,5,6\n7,8\n", "1|2/7|8", "", {"a", "b"}},
-        {"", "1,2\n3\n4,5,6\n", "1|2/3/4|5|6", "", {"a", "b"}, {"a", "b"}},
-        {"s", "1,2\n3\n", "1|2/3"},
-        {"h", "a,b,a\n1,2,3\n1,2\n", "1|2", "", {"a", "b"}},
-        {"h", "b,c\n1,2,3\n", "1|2|3", "", {"a", "b", "c"}, {"a", "b"}},
-        {"shb",
-         "p\nq\n\na,b\n1\n2,3\n",
-         "",
-         wrongWidth + "5, record should have 2 field(s) but has 1 instead",
-         {"a", "b"}},
+        {"sh", "a,b,\nx,y,\n", "x|y/", "", ab},
+        {"hb", "note\n\n\na,b\n1,2\n", "1|2/", "", ab},
+        {"h", "a,b\n1,2\n3\n4,5,6\n7,8\n", "1|2/7|8/", "", ab},
+        {"", "1,2\n3\n4,5,6\n", "1|2/3/4|5|6/", "", ab, ab},
+        {"h", "a,b,a\n1,2,3\n1,2\n", "1|2/", "", ab},
+        {"h", "b,c\n1,2,3\n", "1|2|3/", "", {"a", "b", "c"}, ab},
+        {"shb", "p\nq\n\na,b\n1\n2,3\n", "",
+         wrongWidth + "5, record should have 2 field(s) but has 1 instead", ab},
         {"s",
          "1\n\n2\n3,4\n",
-         "1/2",
+         "1/2/",
          wrongWidth + "4, record should have 1 field(s) but has 2 instead",
          {"a"},
          {"a"}},
-        {"", "1\n" + std::string(99'999, 'x'), "1/" + std::string(99'999, 'x')},
-        {"b", "1\n" + std::string(100'000, 'x') + "\n\n2", "",
-         "Exception: Line 2 is longer than 99999 characters"},
+        {"b", "1\n" + longest + "x\n\n2", "", "Exception: Line 2 is longer than 99999 characters"},
     };
     for (const Row& row : table) {
         const auto has = [&](char flag) { return row.flags.find(flag) != std::string::npos; };
         const RCPtr<DataTable> read = MakeTable(row.fieldsBefore);
         std::istringstream in(row.text);
-        const std::string failure = FailureOf(
+        const std::string failure = ThrownBy(
             [&] { read->ReadFromCSV(in, row.separators, has('s'), has('h'), has('c'), has('b')); });
         EXPECT_EQ(failure, row.failure) << row.text;
         EXPECT_EQ(RowsOf(*read), row.rows) << row.flags << ' ' << row.text;
@@ -187,13 +177,13 @@ TEST(DataTableTest, LeavesTheStreamWhereAFailureWasFound) {
     std::istringstream in("1\n2,3\n4\n");
     EXPECT_THROW(table->ReadFromCSV(in, ",", true, false, false, false), DataTableEx);
     table->ReadFromCSV(in, ",", true, false, false, false);
-    EXPECT_EQ(RowsOf(*table), "1/4");
+    EXPECT_EQ(RowsOf(*table), "1/4/");
 }
 
 TEST(DataTableTest, ReadsBackWhatItWrites) {
-    std::ostringstream empty;
-    RCPtr<DataTable>(new DataTable)->WriteToCSV(empty, ',');
-    EXPECT_EQ(empty.str(), "");
+    std::stringstream text;
+    MakeTable({})->WriteToCSV(text, '\t');
+    EXPECT_EQ(text.str(), "");
 
     const RCPtr<DataTable> table = MakeTable({"a", "", "c"});
     std::mt19937 random(20261123);
@@ -205,13 +195,12 @@ TEST(DataTableTest, ReadsBackWhatItWrites) {
         }
         AppendRow(table, cells);
     }
-    std::stringstream text;
     table->WriteToCSV(text, '\t');
     EXPECT_EQ(text.str().substr(0, 7), "a\t\tc\t\n\n");
     const RCPtr<DataTable> read(new DataTable);
     read->ReadFromCSV(text, "\t", true, true, false, false);
     EXPECT_EQ(FieldsOf(*read), FieldsOf(*table));
-    EXPECT_EQ("/" + RowsOf(*read), RowsOf(*table));
+    EXPECT_EQ(RowsOf(*read), RowsOf(*table).substr(1));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "zel/data/DataTree.h"
 
 #include "tests/support/RecordingLogSink.h"
+#include "tests/support/Thrown.h"
 
 #include <gtest/gtest.h>
 
@@ -38,40 +39,20 @@ std::string Children(const Tree& tree) {
 
 TEST(DataTreeTest, FindsTheEarliestChildOfARepeatedName) {
     const Tree tree = MakeTree({"a", "b", "a", "A"});
-    EXPECT_EQ(tree->GetChildCount(), 3U);
-    EXPECT_EQ(Children(tree), "a1 b2 a3 A4 ");
-    EXPECT_EQ(tree->GetChild("a")->GetValue(), "1");
-    EXPECT_EQ(tree->GetChildValue("A"), "4");
+    EXPECT_EQ(tree->GetChild("a")->GetValue() + tree->GetChildValue("A"), "14");
     EXPECT_FALSE(tree->GetChild("c"));
-
     std::list<Tree> found;
     tree->GetChildren("a", &found);
     tree->GetChildren("a", &found);
     EXPECT_EQ(NamesAndValues(found), "a1 a3 a1 a3 ");
-
-    std::string value = "preset";
-    EXPECT_FALSE(tree->GetChildValue("c", &value));
-    EXPECT_EQ(value, "preset");
-    EXPECT_TRUE(tree->GetChildValue("b", &value));
-    EXPECT_EQ(value, "2");
-    tree->SetChildValue("a", "new");
-    tree->SetChildValue("c", "5");
-    EXPECT_EQ(Children(tree), "anew b2 a3 A4 c5 ");
 }
 
 TEST(DataTreeTest, LogsAndThrowsForAMissingValueThatMustBe) {
     const test::ScopedLogger log;
-    try {
-        MakeTree({})->GetChildValue("speed");
-        FAIL() << "no exception";
-    } catch (const DataTreeEx& exception) {
-        EXPECT_EQ(exception.AsString(), "DataTreeEx: Node speed not found");
-        EXPECT_EQ(exception.GetFile(), "DataTree");
-        EXPECT_EQ(exception.GetInfo(), "");
-    }
-    EXPECT_EQ(
-        log.sink->TakeLines(),
-        std::vector<std::string>{"2 DataTree Exception of type DataTreeEx. Node speed not found"});
+    EXPECT_EQ(test::ThrownBy<DataTreeEx>([] { MakeTree({})->GetChildValue("speed"); }),
+              "DataTreeEx: Node speed not found");
+    EXPECT_EQ(log.sink->TakeText(),
+              "\n2 DataTree Exception of type DataTreeEx. Node speed not found");
 }
 
 TEST(DataTreeTest, AChildKnowsTheNodeThatTookItLast) {
@@ -90,18 +71,15 @@ TEST(DataTreeTest, AChildKnowsTheNodeThatTookItLast) {
 }
 
 TEST(DataTreeTest, ACloneSharesNothing) {
-    const Tree tree = MakeTree({"a", "b", "a"});
-    tree->GetChild("a")->SetChildValue("deep", "1");
-    const Tree clone = tree->GetChild("a")->Clone();
-    EXPECT_FALSE(clone->GetParentNode());
-    const Tree whole = tree->Clone();
-    EXPECT_EQ(whole->ToString(), tree->ToString());
-    EXPECT_EQ(whole->GetChild("b")->GetParentNode(), whole);
-    whole->GetChild("a")->SetChildValue("deep", "2");
-    EXPECT_EQ(tree->GetChild("a")->GetChildValue("deep"), "1");
+    const Tree tree = MakeTree({"a"});
+    const Tree clone = tree->Clone();
+    EXPECT_EQ(clone->GetChild("a")->GetParentNode(), clone);
+    EXPECT_FALSE(clone->GetChild("a")->Clone()->GetParentNode());
+    clone->SetChildValue("a", "2");
+    EXPECT_EQ(tree->GetChildValue("a"), "1");
 }
 
-// A multimap and a list of names say what a node must answer, with few children and with many.
+// A plain list says what a node must answer, with few children and with many.
 TEST(DataTreeTest, AnswersLikeAPlainListThroughRandomChanges) {
     std::mt19937 random(3);
     const Tree tree = MakeTree({});
@@ -135,31 +113,28 @@ TEST(DataTreeTest, AnswersLikeAPlainListThroughRandomChanges) {
         }
         ASSERT_EQ(Children(tree), text);
         ASSERT_EQ(tree->GetChildCount(), distinct.size());
-        const auto again = find(name);
+        const bool isThere = distinct.count(name) != 0;
         std::string seen = "none";
-        ASSERT_EQ(tree->GetChildValue(name, &seen), again != model.end());
-        ASSERT_EQ(seen, again != model.end() ? again->second : "none");
+        ASSERT_EQ(tree->GetChildValue(name, &seen), isThere);
+        ASSERT_EQ(seen, isThere ? find(name)->second : "none");
     }
 }
 
 TEST(DataTreeTest, ManyThreadsMayLookThingsUpAtOnce) {
-    std::vector<std::string> names;
-    for (int i = 0; i < 100; ++i) {
-        names.push_back("name" + std::to_string(i));
+    constexpr int count = 100;
+    const Tree tree = MakeTree(std::vector<std::string>(count, "same"));
+    for (int i = 0; i < count; ++i) {
+        tree->SetChildValue(std::to_string(i), "");
     }
-    const Tree tree = MakeTree(names);
-    std::vector<std::thread> readers;
-    for (int reader = 0; reader < 4; ++reader) {
-        readers.emplace_back([&] {
-            for (const std::string& name : names) {
-                EXPECT_EQ(tree->GetChild(name)->GetName(), name);
-            }
-            EXPECT_EQ(tree->GetChildCount(), names.size());
-        });
-    }
-    for (std::thread& reader : readers) {
-        reader.join();
-    }
+    const auto read = [&] {
+        for (int i = 0; i < count; ++i) {
+            EXPECT_TRUE(tree->HasChild(std::to_string(i)));
+        }
+        EXPECT_EQ(tree->GetChildCount(), count + 1U);
+    };
+    std::thread other(read);
+    read();
+    other.join();
 }
 
 TEST(DataTreeTest, DestroysFromTheTopDownAndSparesWhatOthersHold) {

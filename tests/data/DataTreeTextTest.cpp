@@ -2,18 +2,20 @@
 
 #include "tests/support/RecordingLogSink.h"
 #include "tests/support/SmallStackThread.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Thrown.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <fstream>
 #include <random>
 #include <sstream>
-#include <unistd.h>
+#include <utility>
 
 namespace zel {
 namespace {
 
+using test::ThrownBy;
 using Tree = RCPtr<DataTree>;
 
 std::string Compact(const Tree& tree) {
@@ -44,10 +46,7 @@ TEST(DataTreeTextTest, WritesIndentedAndCompact) {
 }
 
 TEST(DataTreeTextTest, ReadsWhateverLayoutAndDropsStrayText) {
-    const struct {
-        const char* text;
-        const char* tree;
-    } rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {R"(["a"])", R"(["a"])"},
         {"[ \n\"a\" \"b\"$63$ . \"x\" \t= \"y\" $7a$\n]", R"(["abc"."x"="yz"])"},
         {R"([""."v"=""]  )", R"([""["v"]])"},
@@ -57,20 +56,18 @@ TEST(DataTreeTextTest, ReadsWhateverLayoutAndDropsStrayText) {
          R"(["a"."x"="1"."x"="2"["x"]["y"."z"="3"]])"},
         {"[\"a\" .\"x\"=\"]\n[.=\"]", R"(["a"."x"="]\n[.="])"},
     };
-    for (const auto& row : rows) {
-        const Tree tree = DataTree::FromString(row.text);
-        EXPECT_EQ(Compact(tree), row.tree) << row.text;
-        EXPECT_EQ(Compact(DataTree::FromString(tree->ToString())), row.tree) << row.text;
+    for (const auto& [text, compact] : rows) {
+        const Tree tree = DataTree::FromString(text);
+        EXPECT_EQ(Compact(tree), compact) << text;
+        EXPECT_EQ(Compact(DataTree::FromString(tree->ToString())), compact) << text;
     }
 }
 
-struct Fault {
+struct {
     const char* text;
-    const char* message;
-    const char* place;
-};
-
-const Fault s_faults[] = {
+    std::string message;
+    std::string place;
+} const s_faults[] = {
     {"", "No DataTree found in input data", "line 1, column 1"},
     {"[!-- only --] word\n", "No DataTree found in input data", "line 2, column 1"},
     {"[\"a\"[\"b\"\n", "Tag b not properly closed", "line 2, column 1"},
@@ -96,20 +93,16 @@ const Fault s_faults[] = {
 
 TEST(DataTreeTextTest, TellsWhatIsWrongAndWhere) {
     const test::ScopedLogger log;
-    for (const Fault& fault : s_faults) {
+    for (const auto& fault : s_faults) {
         for (const bool isStream : {false, true}) {
             std::istringstream in(fault.text);
-            try {
-                isStream ? DataTree::ReadFrom(in) : DataTree::FromString(fault.text);
-                ADD_FAILURE() << "no exception for " << fault.text;
-            } catch (const DataTreeEx& exception) {
-                EXPECT_EQ(exception.GetText(), fault.message) << fault.text;
-                EXPECT_EQ(exception.GetInfo(), fault.place) << fault.text;
-            }
-            EXPECT_EQ(
-                log.sink->TakeLines(),
-                std::vector<std::string>{std::string("2 DataTree Exception of type DataTreeEx. ") +
-                                         fault.message});
+            EXPECT_EQ(ThrownBy<DataTreeEx>([&] {
+                          isStream ? DataTree::ReadFrom(in) : DataTree::FromString(fault.text);
+                      }),
+                      "DataTreeEx: " + fault.message + " (" + fault.place + ")")
+                << fault.text;
+            EXPECT_EQ(log.sink->TakeText(),
+                      "\n2 DataTree Exception of type DataTreeEx. " + fault.message);
         }
     }
 }
@@ -127,32 +120,18 @@ TEST(DataTreeTextTest, LeavesTheStreamAtItsEndOrWhereTheFaultWasNoticed) {
 }
 
 TEST(DataTreeTextTest, LoadsAFileAndNamesItInAFault) {
-    const auto folder = std::filesystem::temp_directory_path();
-    const std::string path =
-        folder / ("zel_tree_" + StringUtils::AsString(static_cast<int>(getpid())));
+    const test::TemporaryFolder folder;
+    const std::string path = folder / "tree";
     std::ofstream(path) << "[\"a\"\n]]";
-    const struct {
-        std::string path;
-        std::string message;
-        std::string info;
-    } rows[] = {
-        {path, "Unexpected closing tag", path + ": line 2, column 2"},
-        {folder, "Could not open input file " + folder.string(), ""},
-        {path + "none", "Could not open input file " + path + "none", ""},
-        {"", "Could not open input file ", ""},
+    const auto load = [](const std::string& from) {
+        return ThrownBy<DataTreeEx>([&] { DataTree::Load(from.c_str()); });
     };
-    for (const auto& row : rows) {
-        try {
-            DataTree::Load(row.path.c_str());
-            ADD_FAILURE() << "no exception for " << row.path;
-        } catch (const DataTreeEx& exception) {
-            EXPECT_EQ(exception.GetText(), row.message);
-            EXPECT_EQ(exception.GetInfo(), row.info);
-        }
+    EXPECT_EQ(load(path), "DataTreeEx: Unexpected closing tag (" + path + ": line 2, column 2)");
+    for (const std::string& none : {std::string(folder / ""), path + "none", std::string()}) {
+        EXPECT_EQ(load(none), "DataTreeEx: Could not open input file " + none);
     }
     std::ofstream(path) << "[\"a\" .\"b\"=\"c\"]";
     EXPECT_EQ(DataTree::Load(path.c_str())->GetChildValue("b"), "c");
-    std::filesystem::remove(path);
 }
 
 std::string AnyBytes(std::mt19937& random) {

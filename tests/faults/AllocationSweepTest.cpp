@@ -27,9 +27,9 @@ bool TakeText(std::ostringstream& out, std::string& text) {
 
 // Changes that bring something about beside what is there: at first an empty text.
 Scenario OfText(std::string name, std::function<bool(std::string&)> make) {
-    return {std::move(name), [make = std::move(make)] {
-                return On(std::string(), make, [](const std::string& text) { return text; });
-            }};
+    return On(
+        std::move(name), [] { return std::string(); }, std::move(make),
+        [](const std::string& text) { return text; });
 }
 
 struct Named : RCObject {
@@ -64,28 +64,23 @@ struct Radio {
 };
 
 Scenario OnRadio(const char* name, std::function<void(Radio&)> change) {
-    return {name, [=] {
-                return On(
-                    std::make_shared<Radio>(), [=](const auto& radio) { change(*radio); },
-                    [](const auto& radio) { return radio->GetState(); });
-            }};
+    return On(
+        name, [] { return std::make_shared<Radio>(); }, [=](const auto& radio) { change(*radio); },
+        [](const auto& radio) { return radio->GetState(); });
 }
 
 TEST(AllocationSweepTest, Foundation) {
     Sweep({
-        {"objects and weak pointers",
-         [] {
-             return On(
-                 Pointers(),
-                 [](Pointers& pointers) {
-                     const RCPtr<Named> made(new Named(LONG));
-                     pointers = {made, made};
-                 },
-                 [](const Pointers& pointers) {
-                     const RCPtr<Named> held = pointers.weak.GetRCPtr();
-                     return held == pointers.strong && held ? held->name : "none";
-                 });
-         }},
+        On(
+            "objects and weak pointers", [] { return Pointers(); },
+            [](Pointers& pointers) {
+                const RCPtr<Named> made(new Named(LONG));
+                pointers = {made, made};
+            },
+            [](const Pointers& pointers) {
+                const RCPtr<Named> held = pointers.weak.GetRCPtr();
+                return held == pointers.strong && held ? held->name : "none";
+            }),
         OnRadio(
             "connect",
             [](Radio& radio) { radio.source.Connect([&](const std::string&) { ++radio.calls; }); }),
@@ -114,10 +109,9 @@ const char* const s_document = R"(["station" ."id"="OM-0417" ."name"="Obere Mueh
     ["limits" [""] $00ff$] ."a"="1" ."b"="2" ."c"="3" ."d"="4" ."e"="5" ."f"="6"])";
 
 Scenario OnTree(const char* name, std::function<void(Tree&)> change) {
-    return {name, [=] {
-                return On(DataTree::FromString(s_document), change,
-                          [](const Tree& tree) { return tree->ToString(); });
-            }};
+    return On(
+        name, [] { return DataTree::FromString(s_document); }, change,
+        [](const Tree& tree) { return tree->ToString(); });
 }
 
 TEST(AllocationSweepTest, Trees) {
@@ -143,13 +137,11 @@ TEST(AllocationSweepTest, Trees) {
                    DataTree::FromString(s_document)->WriteTo(out, 0);
                    return TakeText(out, text);
                }),
-        {"list the children",
-         [] {
-             const Tree tree = DataTree::FromString(R"(["r"["a"]["b"]["a"]["a"]])");
-             return On(
-                 std::list<Tree>{tree}, [=](auto& list) { tree->GetChildren("a", &list); },
-                 [](const auto& list) { return StringUtils::AsString(list.size()); });
-         }},
+        On(
+            "list the children",
+            [] { return std::list<Tree>{DataTree::FromString(R"(["r"["a"]["b"]["a"]["a"]])")}; },
+            [](auto& list) { list.front()->GetChildren("a", &list); },
+            [](const auto& list) { return StringUtils::AsString(list.size()); }),
     });
 }
 
@@ -169,10 +161,9 @@ Table MakeTable(const char* text) {
 }
 
 Scenario OnTable(const char* name, std::function<void(Table&)> change) {
-    return {name, [=] {
-                return On(MakeTable("id\tname\n1001\tObere Muehle am Lauterbach\n"), change,
-                          TextOf);
-            }};
+    return On(
+        name, [] { return MakeTable("id\tname\n1001\tObere Muehle am Lauterbach\n"); }, change,
+        TextOf);
 }
 
 TEST(AllocationSweepTest, Tables) {
@@ -236,18 +227,19 @@ void RegisterText(const std::string& text, char* key) {
 
 TEST(AllocationSweepTest, Bridge) {
     const auto onRegistry = [](const char* name, auto change) {
-        return Scenario{name, [=] {
-                            const auto registry = std::make_shared<Registry>();
-                            RegisterText("before", &keyOfText);
-                            return On(
-                                registry, [=](const auto&) { change(); },
-                                [](const auto&) {
-                                    std::string text;
-                                    ZelCppBridge(&keyOfText, &text);
-                                    ZelCppBridge(&otherKey, &text);
-                                    return text;
-                                });
-                        }};
+        const auto make = [] {
+            auto registry = std::make_unique<Registry>();
+            RegisterText("before", &keyOfText);
+            return registry;
+        };
+        const auto state = [](const auto&) {
+            std::string text;
+            ZelCppBridge(&keyOfText, &text);
+            ZelCppBridge(&otherKey, &text);
+            return text;
+        };
+        return On(
+            name, make, [=](const auto&) { change(); }, state);
     };
     Sweep({
         onRegistry("register", [] { RegisterText(LONG, &otherKey); }),

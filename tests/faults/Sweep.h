@@ -32,18 +32,21 @@ struct Scenario {
     std::function<Trial()> begin;
 };
 
-template <class Thing, class Change, class State>
-Trial On(Thing thing, Change change, State state) {
-    const auto held = std::make_shared<Thing>(std::move(thing));
-    return {[=] {
-                if constexpr (std::is_void_v<decltype(change(*held))>) {
-                    change(*held);
-                    return true;
-                } else {
-                    return change(*held);
-                }
-            },
-            [=] { return state(*held); }};
+// What is made, what is done to it, and what tells its state.
+template <class Make, class Change, class State>
+Scenario On(std::string name, Make make, Change change, State state) {
+    return {std::move(name), [=] {
+                const auto held = std::make_shared<decltype(make())>(make());
+                const auto changeIt = [=] {
+                    if constexpr (std::is_void_v<decltype(change(*held))>) {
+                        change(*held);
+                        return true;
+                    } else {
+                        return change(*held);
+                    }
+                };
+                return Trial{changeIt, [=] { return state(*held); }};
+            }};
 }
 
 inline bool Change(const Trial& trial) {

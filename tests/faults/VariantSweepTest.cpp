@@ -34,7 +34,13 @@ struct Sample {
     std::string bytes = BytesOf(MakeValue(type, after));
 };
 
-// What a variant is changed to. What is made of it in another form is kept as a variant too.
+// What is made of a value in another form takes its place as a variant.
+bool Keep(bool isMade, const std::string& text, Value& value) {
+    value = isMade ? Value(new Variant<std::string>(text)) : value;
+    return isMade;
+}
+
+// What a variant is changed to.
 const struct {
     const char* name;
     const char* shape;  // what the names of the types end in
@@ -42,8 +48,7 @@ const struct {
 } s_changes[] = {
     {"make by name", "",
      [](Value& value, const Sample& sample) {
-         value = VariantBase::CreateByTypeName(sample.type);
-         return true;
+         return bool(value = VariantBase::CreateByTypeName(sample.type));
      }},
     {"clone and compare", "",
      [](Value& value, const Sample&) {
@@ -77,29 +82,23 @@ const struct {
     {"get text", "",
      [](Value& value, const Sample&) {
          std::string text;
-         const bool isDone = value->GetValue(&text, false);
-         value = isDone ? Value(new Variant<std::string>(text)) : value;
-         return isDone;
+         return Keep(value->GetValue(&text, false), text, value);
      }},
     {"write text", "",
      [](Value& value, const Sample&) {
-         value = new Variant<std::string>(value->WriteValueToString(true));
-         return true;
+         return Keep(true, value->WriteValueToString(true), value);
      }},
     {"write a stream", "",
      [](Value& value, const Sample&) {
          std::ostringstream out;
-         const bool isDone = value->WriteValueToStream(out) && out.good();
-         value = isDone ? Value(new Variant<std::string>(out.str())) : value;
-         return isDone;
+         return Keep(value->WriteValueToStream(out) && out.good(), out.str(), value);
      }},
     {"write a buffer", "",
      [](Value& value, const Sample&) {
          std::string block(300, '\0');
          unsigned long long left = block.size();
-         const bool isDone = value->WriteValueToBuffer(block.data(), left, true) != nullptr;
-         value = isDone ? Value(new Variant<std::string>(block)) : value;
-         return isDone;
+         void* const end = value->WriteValueToBuffer(block.data(), left, true);
+         return Keep(end != nullptr, block, value);
      }},
     {"add an element", "[]",
      [](Value& value, const Sample& sample) {
@@ -109,10 +108,7 @@ const struct {
     {"remove an element", "[]",
      [](Value& value, const Sample&) { return value->RemoveElementFromVector(0, false); }},
     {"lengthen", "]",
-     [](Value& value, const Sample&) {
-         value->SetNumberOfElements(50);
-         return true;
-     }},
+     [](Value& value, const Sample&) { return value->SetNumberOfElements(50), true; }},
 };
 
 std::string Joined(const Texts& texts) {
@@ -120,25 +116,22 @@ std::string Joined(const Texts& texts) {
 }
 
 void SweepType(const Sample& sample) {
+    const auto make = [=] { return MakeValue(sample.type, sample.before); };
     std::vector<Scenario> scenarios;
     for (const auto& row : s_changes) {
         if (sample.type.ends_with(row.shape)) {
-            scenarios.push_back({sample.type + ": " + row.name, [&] {
-                                     return On(
-                                         MakeValue(sample.type, sample.before),
-                                         [&](Value& value) { return row.change(value, sample); },
-                                         BytesOf);
-                                 }});
+            const auto change = [=, act = row.change](Value& value) { return act(value, sample); };
+            scenarios.push_back(On(sample.type + ": " + row.name, make, change, BytesOf));
         }
     }
     if (sample.type.ends_with(']')) {
-        scenarios.push_back({sample.type + ": get texts", [&] {
-                                 const Value value = MakeValue(sample.type, sample.after);
-                                 return On(
-                                     Texts({"kept", "kept"}),
-                                     [=](Texts& texts) { return value->GetValue(&texts, false); },
-                                     Joined);
-                             }});
+        const auto get = [value = make()](Texts& texts) { return value->GetValue(&texts, false); };
+        scenarios.push_back(On(
+            sample.type + ": get texts",
+            [] {
+                return Texts({"kept", "kept"});
+            },
+            get, Joined));
     }
     Sweep(scenarios);
 }
@@ -154,15 +147,15 @@ TEST(VariantSweepTest, EveryTypeInEveryForm) {
 }
 
 TEST(VariantSweepTest, Assignment) {
-    Sweep(
-        {{"assign", [] {
-              return On(
-                  Variant<Texts>({"a", "b"}),
-                  [](auto& value) {
-                      value = Variant<Texts>({LONG, LONG}, true);
-                  },
-                  [](const auto& value) { return Joined(value.GetValue()) + value.GetTypeName(); });
-          }}});
+    Sweep({On(
+        "assign",
+        [] {
+            return Variant<Texts>({"a", "b"});
+        },
+        [](auto& value) {
+            value = Variant<Texts>({LONG, LONG}, true);
+        },
+        [](const auto& value) { return Joined(value.GetValue()) + value.GetTypeName(); })});
 }
 
 }  // namespace

@@ -13,15 +13,12 @@ namespace {
 class EventSourceTest : public testing::Test {
 protected:
     // A sink that notes its name and gives what `stays` gives.
-    RCPtr<EventSink<int>> Connect(const std::string& name, std::function<bool()> stays) {
+    RCPtr<EventSink<int>> Connect(
+        const std::string& name, std::function<bool()> stays = [] { return true; }) {
         return m_source.Connect([=, this](const int& value) {
             m_calls += name + std::to_string(value) + ' ';
             return stays();
         });
-    }
-
-    RCPtr<EventSink<int>> Connect(const std::string& name) {
-        return Connect(name, [] { return true; });
     }
 
     RCPtr<EventSink<int>> ConnectOnce(const std::string& name) {
@@ -113,14 +110,13 @@ TEST(EventSourceThreadsTest, FiresAndChangesOnManyThreadsAtOnce) {
         }
     });
     constexpr int rounds = 5000;
-    std::thread firing([&] {
+    const auto fire = [&] {
         for (int i = 0; i < rounds; ++i) {
-            source.Fire("b");
+            source.Fire("word");
         }
-    });
-    for (int i = 0; i < rounds; ++i) {
-        source.Fire("a");
-    }
+    };
+    std::thread firing(fire);
+    fire();
     firing.join();
     stop = true;
     changer.join();

@@ -30,7 +30,7 @@ TEST(LogTest, BuildsAMessageOnlyForAReader) {
     EXPECT_EQ(times, 0);
     Log(s_log, 3, "at ", 7, ' ', 0.5, ' ', Streamed{&times});
     EXPECT_EQ(times, 1);
-    EXPECT_EQ(log.sink->TakeLines(), std::vector<std::string>{"3 LogTest at 7 0.5 streamed"});
+    EXPECT_EQ(log.sink->TakeText(), "\n3 LogTest at 7 0.5 streamed");
 }
 
 TEST(LogTest, ThrowLogsTheExceptionThatItRaises) {
@@ -47,14 +47,14 @@ TEST(LogTest, ThrowLogsTheExceptionThatItRaises) {
         EXPECT_EQ(exception.GetLine(), line);
         EXPECT_EQ(exception.GetInfo(), "");
     }
-    EXPECT_EQ(log.sink->TakeLines(), std::vector<std::string>{std::string(
-                                         "2 LogTest Exception of type LogTestEx. no room\0!", 48)});
+    EXPECT_EQ(log.sink->TakeText(),
+              std::string("\n2 LogTest Exception of type LogTestEx. no room\0!", 49));
 }
 
 TEST(LogTest, FailThrowsOrLogsAndGivesFalse) {
     const test::ScopedLogger log;
     EXPECT_FALSE(Fail<LogTestEx>(s_log, false, "refused ", 1));
-    EXPECT_EQ(log.sink->TakeLines(), std::vector<std::string>{"3 LogTest refused 1"});
+    EXPECT_EQ(log.sink->TakeText(), "\n3 LogTest refused 1");
     EXPECT_THROW(Fail<LogTestEx>(s_log, true, "refused ", 2), LogTestEx);
 }
 

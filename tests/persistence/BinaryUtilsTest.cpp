@@ -2,6 +2,7 @@
 
 #include "tests/support/AllocationWatch.h"
 #include "tests/support/RecordingLogSink.h"
+#include "tests/support/Thrown.h"
 
 #include <gtest/gtest.h>
 
@@ -17,15 +18,6 @@ using BinaryUtils::DataUnpacker;
 
 static_assert(!std::is_constructible_v<DataUnpacker, std::string, bool>);
 static_assert(!std::is_constructible_v<DataUnpacker, const char*, bool>);
-
-std::string RefusalOf(DataUnpacker& unpacker, unsigned int size) {
-    try {
-        unpacker.VerifySize(size);
-    } catch (const BinaryUtilsEx& exception) {
-        return exception.GetText();
-    }
-    return {};
-}
 
 TEST(BinaryUtilsTest, PacksTheMostSignificantByteFirst) {
     std::ostringstream out;
@@ -70,33 +62,30 @@ TEST(BinaryUtilsTest, UnpacksFromAnyAddressAndNeverPastTheEnd) {
 
 TEST(BinaryUtilsTest, VerifiesWhatIsLeft) {
     const test::ScopedLogger logger;
-    const std::string empty;
-    const std::string three = "abc";
-    DataUnpacker ofEmpty(empty, false);
-    DataUnpacker ofThree(three, false);
-    DataUnpacker ofNegative(three.data(), INT_MIN, false);
-    DataUnpacker ofNull(nullptr, 0, false);
     const struct {
-        DataUnpacker& unpacker;
+        const char* data;
+        int length;
         unsigned int size;
-        std::string refusal;
+        std::string refused;
     } rows[] = {
-        {ofEmpty, 0, ""},
-        {ofEmpty, 1, "Malformed data, can not extract 1 bytes"},
-        {ofThree, 3, ""},
-        {ofThree, 3, ""},
-        {ofThree, 4, "Malformed data, can not extract 4 bytes"},
-        {ofThree, UINT_MAX, "Malformed data, can not extract 4294967295 bytes"},
-        {ofNegative, 0, ""},
-        {ofNegative, 1, "Malformed data, can not extract 1 bytes"},
-        {ofNull, 2, "Malformed data, can not extract 2 bytes"},
+        {"", 0, 0, ""},
+        {"", 0, 1, "1"},
+        {"abc", 3, 3, ""},
+        {"abc", 3, 4, "4"},
+        {"abc", 3, UINT_MAX, "4294967295"},
+        {"abc", INT_MIN, 0, ""},
+        {"abc", INT_MIN, 1, "1"},
+        {nullptr, 0, 2, "2"},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(RefusalOf(row.unpacker, row.size), row.refusal);
+        DataUnpacker unpacker(row.data, row.length, false);
+        const std::string text = "Malformed data, can not extract " + row.refused + " bytes";
+        EXPECT_EQ(test::ThrownBy([&] { unpacker.VerifySize(row.size); }),
+                  row.refused.empty() ? "" : "BinaryUtilsEx: " + text);
+        EXPECT_EQ(
+            logger.sink->TakeText(),
+            row.refused.empty() ? "" : "\n2 BinaryUtils Exception of type BinaryUtilsEx. " + text);
     }
-    EXPECT_EQ(logger.sink->TakeLines().at(0),
-              "2 BinaryUtils Exception of type BinaryUtilsEx. Malformed data, can not extract 1 "
-              "bytes");
 }
 
 TEST(BinaryUtilsTest, AllocatesNothing) {

@@ -1,6 +1,7 @@
 #include "zel/persistence/ObjectPersistence.h"
 
 #include "tests/support/RecordingLogSink.h"
+#include "tests/support/Thrown.h"
 
 #include <gtest/gtest.h>
 
@@ -12,16 +13,6 @@ namespace {
 
 using namespace ObjectPersistence;
 
-template <class Ex, class Call>
-std::string FailureOf(Call call) {
-    try {
-        call();
-    } catch (const Ex& exception) {
-        return exception.AsString() + " [" + exception.GetFile() + "]";
-    }
-    return {};
-}
-
 TEST(ObjectPersistenceTest, ReadsAVersionWhateverTheOrderOfTheHost) {
     std::istringstream in(std::string("\x02\0\0\0\xfe\xff\xff\xff\0\0\0\x80\1\2\3", 15));
     BinaryPersistenceReader reader(&in);
@@ -32,11 +23,10 @@ TEST(ObjectPersistenceTest, ReadsAVersionWhateverTheOrderOfTheHost) {
 
     const test::ScopedLogger logger;
     for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(FailureOf<SerEx>([&] { reader.ReadVersion(); }),
-                  "SerEx: Read failed [BinaryPersistenceSupport]");
+        EXPECT_EQ(test::ThrownBy<SerEx>([&] { reader.ReadVersion(); }), "SerEx: Read failed");
+        EXPECT_EQ(logger.sink->TakeText(),
+                  "\n2 BinaryPersistenceSupport Exception of type SerEx. Read failed");
     }
-    EXPECT_EQ(logger.sink->TakeLines().at(1),
-              "2 BinaryPersistenceSupport Exception of type SerEx. Read failed");
 
     std::istringstream throwing("123");
     throwing.exceptions(std::ios_base::failbit);
@@ -48,14 +38,14 @@ TEST(ObjectPersistenceTest, RefusesFieldsThatAVersionDoesNotHave) {
     const PersistentObject object;
     object.VersionCheck("speed", 3, 3, "Motor");
     object.VersionCheck("speed", INT_MIN, INT_MAX, "Motor");
-    EXPECT_EQ(logger.sink->TakeLines().size(), 0U);
+    EXPECT_EQ(logger.sink->TakeText(), "");
     const std::string text =
         "Access to field speed is illegal for a version 2 Motor because this field was added in "
         "class version 3";
-    EXPECT_EQ(FailureOf<SerEx>([&] { object.VersionCheck("speed", 3, 2, "Motor"); }),
-              "VersionClashEx: " + text + " [ObjectPersistence]");
-    EXPECT_EQ(logger.sink->TakeLines().at(0),
-              "2 ObjectPersistence Exception of type VersionClashEx. " + text);
+    EXPECT_EQ(test::ThrownBy<SerEx>([&] { object.VersionCheck("speed", 3, 2, "Motor"); }),
+              "VersionClashEx: " + text);
+    EXPECT_EQ(logger.sink->TakeText(),
+              "\n2 ObjectPersistence Exception of type VersionClashEx. " + text);
 }
 
 TEST(ObjectPersistenceTest, APersistentObjectReportsItsOwnPlace) {
@@ -68,8 +58,8 @@ TEST(ObjectPersistenceTest, APersistentObjectReportsItsOwnPlace) {
         EXPECT_EQ(exception.GetFile(), "Motor");
         EXPECT_EQ(exception.GetLine(), 40);
     }
-    EXPECT_EQ(logger.sink->TakeLines().at(0),
-              "2 ObjectPersistence Exception of type PersistentObjectEx. bad state");
+    EXPECT_EQ(logger.sink->TakeText(),
+              "\n2 ObjectPersistence Exception of type PersistentObjectEx. bad state");
 }
 
 }  // namespace

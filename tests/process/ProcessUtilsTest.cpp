@@ -2,6 +2,9 @@
 
 #include "tests/process/Child.h"
 #include "tests/support/RecordingLogSink.h"
+#include "tests/support/RunInChild.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Thrown.h"
 
 #include <gtest/gtest.h>
 
@@ -52,26 +55,18 @@ TEST(ProcessUtilsTest, FindsAProcessInAnyCaseAndListsItInItsOwnAlone) {
 }
 
 TEST(ProcessUtilsTest, NamesWhatAProcessRunsHoweverThatIsCalled) {
-    std::string folder = fs::temp_directory_path() / "zel_process_XXXXXX";
-    ASSERT_NE(::mkdtemp(folder.data()), nullptr);
-    const struct {
-        const char* file;
-        bool isDeleted;
-    } rows[] = {{"zel runs", false},
-                {"zel ran", true},
-                {"zel runs (deleted)", false},
-                {"zel ran (deleted)", true}};
-    for (const auto& row : rows) {
-        const fs::path file = fs::path(folder) / row.file;
+    const test::TemporaryFolder folder;
+    for (const std::string name :
+         {"zel runs", "zel ran", "zel runs (deleted)", "zel ran (deleted)"}) {
+        const fs::path file = folder / name;
         fs::copy_file("/bin/sh", file);
         const test::Child child({file, "-c", "echo; kill -STOP $$"});
         child.ReadLine();
-        if (row.isDeleted) {
+        if (name.starts_with("zel ran")) {
             fs::remove(file);
         }
-        EXPECT_EQ(NameOf(child.GetId()), row.file);
+        EXPECT_EQ(NameOf(child.GetId()), name);
     }
-    fs::remove_all(folder);
 }
 
 TEST(ProcessUtilsTest, ListsAProcessThatHasEndedButIsNotWaitedForAsUnknown) {
@@ -84,30 +79,23 @@ TEST(ProcessUtilsTest, ListsAProcessThatHasEndedButIsNotWaitedForAsUnknown) {
 
 TEST(ProcessUtilsTest, ThrowsAndLeavesTheListWithoutAProcessFileSystem) {
     constexpr int noRights = 77;
-    const pid_t child = ::fork();
-    if (child == 0) {
+    const int status = test::RunInChild([] {
         const int spaces = CLONE_NEWUSER | CLONE_NEWNS;
         if (::unshare(spaces) != 0 || ::mount("none", "/proc", "tmpfs", 0, nullptr) != 0) {
-            ::_exit(noRights);
+            return noRights;
         }
         const test::ScopedLogger log;
         Processes processes{nullptr};
-        std::string text;
-        try {
-            ProcessUtils::ListProcesses(&processes, "");
-        } catch (const ProcessUtilsEx& ex) {
-            text = ex.AsString();
-        }
-        const std::vector<std::string> line = {
-            "2 ProcessUtils Exception of type ProcessUtilsEx. Could not enumerate processes"};
-        EXPECT_EQ(text, "ProcessUtilsEx: Could not enumerate processes");
-        EXPECT_EQ(log.sink->TakeLines(), line);
+        EXPECT_EQ(
+            test::ThrownBy<ProcessUtilsEx>([&] { ProcessUtils::ListProcesses(&processes, ""); }),
+            "ProcessUtilsEx: Could not enumerate processes");
+        EXPECT_EQ(
+            log.sink->TakeText(),
+            "\n2 ProcessUtils Exception of type ProcessUtilsEx. Could not enumerate processes");
         EXPECT_EQ(processes.size(), 1);
-        ::_exit(::testing::Test::HasFailure() ? 1 : 0);
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    if (WEXITSTATUS(status) == noRights) {
+        return ::testing::Test::HasFailure() ? 1 : 0;
+    });
+    if (status == noRights) {
         GTEST_SKIP() << "the process file system can't be hidden here";
     }
     EXPECT_EQ(status, 0);

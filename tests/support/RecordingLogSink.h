@@ -5,27 +5,27 @@
 
 #include <mutex>
 #include <string>
-#include <vector>
+#include <utility>
 
 namespace zel::test {
 
-// Keeps what is logged as "level area text".
+// Keeps what is logged: each as a line feed and "level area text".
 class RecordingLogSink : public LogSink {
 public:
     void Write(const LogRecord& record) override {
         const std::lock_guard lock(m_mutex);
-        m_lines.push_back(StringUtils::AsString(record.level) + ' ' + std::string(record.area) +
-                          ' ' + std::string(record.text));
+        m_text += '\n' + StringUtils::AsString(record.level) + ' ' + std::string(record.area) +
+                  ' ' + std::string(record.text);
     }
 
-    std::vector<std::string> TakeLines() {
+    std::string TakeText() {
         const std::lock_guard lock(m_mutex);
-        return std::exchange(m_lines, {});
+        return std::exchange(m_text, {});
     }
 
 private:
     std::mutex m_mutex;
-    std::vector<std::string> m_lines;
+    std::string m_text;
 };
 
 // A started logger with a recording sink, in use for a scope.

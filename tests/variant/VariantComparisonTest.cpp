@@ -1,11 +1,13 @@
 #include "zel/variant/Variant.h"
 
 #include "tests/support/RecordingLogSink.h"
-#include "tests/variant/SampleValues.h"
+#include "tests/support/Thrown.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <tuple>
+#include <utility>
 
 namespace zel {
 namespace {
@@ -34,47 +36,26 @@ std::string Compare(const Value& left, const Value& right, bool expandSingle, bo
     return signs;
 }
 
-TEST(VariantComparisonTest, ReadsTheArgumentIntoTheReceiversType) {
+// The argument is read into the receiver's type; the flags combine the pairs of arrays.
+TEST(VariantComparisonTest, HoldsAsTheTypesAndTheFlagsSay) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const Value itself = Make(5);
-    const struct {
-        Value left;
-        Value right;
-        const char* signs;
-    } rows[] = {
-        {Make(5LL), Make(5), "=[]"},
-        {Make(5), Make(5LL), "#"},
-        {Make(5.0), Make(5), "=[]"},
-        {Make(5), Make(5.0), "#"},
-        {Make(-1), Make(short(1)), "#<["},
-        {Make(200U), Make(static_cast<unsigned char>(100)), "#>]"},
-        {Make<std::string>("5"), Make(5), "=[]"},
-        {Make(5), Make<std::string>("5"), "#"},
-        {Make<std::string>("10"), Make(9), "#<["},
-        {Make<std::string>("ab"), Make<std::string>("ab\xFF"), "#<["},
-        {Make<std::string>("\xFF"), Make<std::string>("a"), "#>]"},
-        {Make(nan), Make(nan), "#"},
-        {Make(5), Array<int>({5}), "#"},
-        {Make(5), nullptr, "#"},
-        {itself, itself, "=[]"},
-    };
-    for (const auto& row : rows) {
-        const std::string what = row.left->WriteValueToString(false) + " and " +
-                                 (row.right ? row.right->WriteValueToString(false) : "null");
-        EXPECT_EQ(Compare(row.left, row.right, true, true), row.signs) << what;
-        EXPECT_EQ(Compare(row.left, row.right, false, false), row.signs) << what;
-    }
-}
-
-TEST(VariantComparisonTest, CombinesThePairsOfArraysByTheFlags) {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    const struct {
-        Value left;
-        Value right;
-        bool expandSingle;
-        const char* withTrue;
-        const char* withFalse;
-    } rows[] = {
+    const std::tuple<Value, Value, bool, const char*, const char*> rows[] = {
+        {Make(5LL), Make(5), false, "=[]", "=[]"},
+        {Make(5), Make(5LL), true, "#", "#"},
+        {Make(5.0), Make(5), true, "=[]", "=[]"},
+        {Make(5), Make(5.0), false, "#", "#"},
+        {Make(-1), Make(short(1)), false, "#<[", "#<["},
+        {Make(200U), Make(static_cast<unsigned char>(100)), false, "#>]", "#>]"},
+        {Make<std::string>("5"), Make(5), false, "=[]", "=[]"},
+        {Make(5), Make<std::string>("5"), false, "#", "#"},
+        {Make<std::string>("10"), Make(9), true, "#<[", "#<["},
+        {Make<std::string>("ab"), Make<std::string>("ab\xFF"), false, "#<[", "#<["},
+        {Make<std::string>("\xFF"), Make<std::string>("a"), false, "#>]", "#>]"},
+        {Make(nan), Make(nan), false, "#", "#"},
+        {Make(5), Array<int>({5}), true, "#", "#"},
+        {Make(5), nullptr, true, "#", "#"},
+        {itself, itself, false, "=[]", "=[]"},
         {Array<int>({1, 2}), Array<int>({1, 2}), false, "=[]", "=[]"},
         {Array<int>({1, 2}), Array<int>({1, 3}), false, "#<[]", "=["},
         {Array<int>({1, 2}), Array<int>({2, 3}), false, "#<[", "#<["},
@@ -90,22 +71,29 @@ TEST(VariantComparisonTest, CombinesThePairsOfArraysByTheFlags) {
         {Array<int>({1, 2}), Array<std::string>({"1", "2"}), false, "#", "#"},
         {Array<long long>({1, 2}), Array<int>({1, 2}), false, "=[]", "=[]"},
     };
-    for (const auto& row : rows) {
-        const std::string what =
-            row.left->WriteValueToString(false) + " and " + row.right->WriteValueToString(false);
-        EXPECT_EQ(Compare(row.left, row.right, row.expandSingle, true), row.withTrue) << what;
-        EXPECT_EQ(Compare(row.left, row.right, row.expandSingle, false), row.withFalse) << what;
+    for (const auto& [left, right, expandSingle, withTrue, withFalse] : rows) {
+        const std::string what = left->WriteValueToString(false) + " and " +
+                                 (right ? right->WriteValueToString(false) : "null");
+        EXPECT_EQ(Compare(left, right, expandSingle, true), withTrue) << what;
+        EXPECT_EQ(Compare(left, right, expandSingle, false), withFalse) << what;
     }
+}
+
+TEST(VariantComparisonTest, HoldsForPlainArraysAlike) {
+    std::vector<int> one{1};
+    std::vector<int> two{2};
+    EXPECT_TRUE(IsLessThanImp(&one, &two, false, true));
+    EXPECT_TRUE(IsLessThanOrEqualImp(&one, &two, false, true));
+    EXPECT_FALSE(IsEqualImp(&one, &two, false, true));
+    EXPECT_FALSE(IsGreaterThanImp(&one, &two, false, true));
+    EXPECT_FALSE(IsGreaterThanOrEqualImp(&one, &two, false, true));
 }
 
 TEST(VariantComparisonTest, ThrowsForWhatCannotBeComparedWhenAsked) {
     const test::ScopedLogger log;
     const Value five = Make(5);
     using Operation = bool (VariantBase::*)(Value, bool, bool, bool) const;
-    const struct {
-        Operation operation;
-        std::string name;
-    } rows[] = {
+    const std::pair<Operation, std::string> rows[] = {
         {&VariantBase::IsEqual, "IsEqual"},
         {&VariantBase::IsNotEqual, "IsEqual"},
         {&VariantBase::IsLessThan, "IsLessThan"},
@@ -113,18 +101,16 @@ TEST(VariantComparisonTest, ThrowsForWhatCannotBeComparedWhenAsked) {
         {&VariantBase::IsGreaterThan, "IsGreaterThan"},
         {&VariantBase::IsGreaterThanOrEqualTo, "IsGreaterThanOrEqualTo"},
     };
-    for (const auto& row : rows) {
-        ((*five).*row.operation)(nullptr, false, false, false);
-        EXPECT_TRUE(log.sink->TakeLines().empty());
-        try {
-            ((*five).*row.operation)(nullptr, true, false, false);
-            ADD_FAILURE() << row.name;
-        } catch (const VariantEx& exception) {
-            EXPECT_EQ(exception.GetText(),
-                      "[Variant< T >::" + row.name + "] Invalid comparison variant argument!");
-        }
-        EXPECT_THROW(((*five).*row.operation)(Make(5.0), true, false, false), VariantEx);
-        log.sink->TakeLines();
+    for (const auto& [operation, name] : rows) {
+        const auto compare = [&, op = operation](const Value& other, bool throwOnError) {
+            return test::ThrownBy([&] { ((*five).*op)(other, throwOnError, false, false); });
+        };
+        log.sink->TakeText();
+        EXPECT_EQ(compare(nullptr, false), "");
+        EXPECT_EQ(log.sink->TakeText(), "");
+        EXPECT_EQ(compare(nullptr, true),
+                  "VariantEx: [Variant< T >::" + name + "] Invalid comparison variant argument!");
+        EXPECT_NE(compare(Make(5.0), true), "");
     }
 }
 

@@ -1,20 +1,19 @@
+#include "zel/core/StringUtils.h"
 #include "zel/variant/Variant.h"
 
-#include "tests/support/RecordingLogSink.h"
 #include "tests/variant/SampleValues.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <limits>
 #include <map>
+#include <tuple>
 
 namespace zel {
 namespace {
 
 using test::ForEachElement;
 using test::Sample;
-using Lines = std::vector<std::string>;
 using Value = RCPtr<VariantBase>;
 
 // The rule of conversion, row by row: from the type of the row to the types U8 U16 U32 U64 S8 S16
@@ -29,43 +28,21 @@ bool IsInTable(int from, int to) {
            'y';
 }
 
-// How the outcome of one cell begins: "ok", or the first words of the first line that is logged.
-std::string Expected(const char* operation, int source, int target, int caller, int variant) {
+bool MayPass(int from, int to, int caller, int variant) {
     const bool isArray = (caller & 0x300) != 0;
-    if ((caller & 0xFF) == 0x80 && !isArray) {
-        return "ok";
-    }
-    const std::string place = std::string("[VariantBase::") + operation + "] ";
-    const bool isSet = std::string_view(operation) == "SetValue";
-    if (isSet && !isArray && (variant & 0x100) != 0) {
-        return place + "Source array has 1 elements, but variant is fixed at 2 elements";
-    }
+    const bool isText = (caller & 0xFF) == 0x80;
     if (isArray != ((variant & 0x300) != 0)) {
-        return place + "Source and target cannot agree on array type";
+        return isText && !isArray;
     }
-    if ((caller & 0xFF) == 0x80) {
-        return "ok";
-    }
-    if ((variant & 0xFF) == 0x80) {
-        return "[VariantValueConverter< ";
-    }
-    if (IsInTable(source & 0xFF, target & 0xFF)) {
-        return "ok";
-    }
-    return place +
-           (isSet ? "Unable to Convert to variant type " : "Unable to convert from variant type ");
+    return isText || ((variant & 0xFF) != 0x80 && IsInTable(from & 0xFF, to & 0xFF));
 }
 
 // Compares the outcome of a call, on a variant that must be unchanged after a failure.
 template <class Call>
-void ExpectOutcome(const Value& variant, const std::string& expected, Call call) {
-    const test::ScopedLogger log;
+void ExpectOutcome(const Value& variant, bool expected, Call call) {
     const std::string before = variant->WriteValueToString(false);
-    const bool isDone = call(false);
-    const Lines lines = log.sink->TakeLines();
-    EXPECT_EQ(isDone ? "ok" : lines.at(0).substr(std::string("3 Variant ").size(), expected.size()),
-              expected);
-    if (!isDone) {
+    EXPECT_EQ(call(false), expected);
+    if (!expected) {
         EXPECT_EQ(variant->WriteValueToString(false), before);
         EXPECT_THROW(call(true), VariantEx);
     }
@@ -78,14 +55,13 @@ void CheckCell(const T& value, const Value& variant) {
     const int id = variant->GetTypeID();
     // Text goes in by the text form, where a single one doesn't fill an array of two.
     const bool isTooShort = std::is_same_v<T, std::string> && (id & 0x100) != 0;
-    const std::string setOutcome = isTooShort ? "[VariantBase::SetValue] Source"
-                                              : Expected("SetValue", caller, id, caller, id);
-    ExpectOutcome(variant, setOutcome,
+    const bool isSet = !isTooShort && MayPass(caller, id, caller, id);
+    ExpectOutcome(variant, isSet,
                   [&](bool throwOnError) { return variant->SetValue(value, throwOnError); });
-    ExpectOutcome(variant, Expected("GetValue", id, caller, caller, id), [&](bool throwOnError) {
+    ExpectOutcome(variant, MayPass(id, caller, caller, id), [&](bool throwOnError) {
         T fetched{};
         const bool isDone = variant->GetValue(&fetched, throwOnError);
-        EXPECT_TRUE(!isDone || setOutcome != "ok" || fetched == value);
+        EXPECT_TRUE(!isDone || !isSet || fetched == value);
         return isDone;
     });
 }
@@ -114,108 +90,6 @@ TEST(VariantConversionTest, EachPairOfTypesHasTheOutcomeOfTheTable) {
     });
 }
 
-// One case of each message, with the lines that it leaves.
-TEST(VariantConversionTest, SaysWhatIsRefusedAndWhy) {
-    const test::ScopedLogger log;
-    const std::string intName = typeid(int).name();
-    const std::string intsName = typeid(std::vector<int>).name();
-    std::vector<int> ints;
-    int number = 0;
-    const struct {
-        std::string what;
-        std::function<bool()> call;
-        Lines lines;
-    } rows[] = {
-        {"other length",
-         [] {
-             return Variant<std::vector<int>>({1, 2, 3}, true).SetValue(std::vector<int>{1}, false);
-         },
-         {"3 Variant [VariantBase::SetValue] Source array has 1 elements, but variant is fixed at "
-          "3 "
-          "elements"}},
-        {"scalar into a fixed array",
-         [] {
-             return Variant<std::vector<int>>({1, 2, 3}, true).SetValue(1, false);
-         },
-         {"3 Variant [VariantBase::SetValue] Source array has 1 elements, but variant is fixed at "
-          "3 "
-          "elements"}},
-        {"scalar into a fixed array of one",
-         [] { return Variant<std::vector<int>>({1}, true).SetValue(1, false); },
-         {"3 Variant [VariantBase::SetValue] Source and target cannot agree on array type "
-          "(sourceID=36/targetID=292)"}},
-        {"array as scalar",
-         [&] { return Variant<std::vector<int>>({1}).VariantBase::GetValue(&number, false); },
-         {"3 Variant [VariantBase::GetValue] Source and target cannot agree on array type "
-          "(sourceID=548/targetID=36)"}},
-        {"narrowing",
-         [] { return Variant<short>().SetValue(5, false); },
-         {"3 Variant [VariantBase::SetValue] Unable to Convert to variant type S16 from " +
-          intName + "!"}},
-        {"narrowing read",
-         [&] { return Variant<long long>().VariantBase::GetValue(&number, false); },
-         {std::string("3 Variant [VariantBase::GetValue] Unable to convert from variant type ") +
-          typeid(long long).name() + " to " + intName + "!"}},
-        {"number into text",
-         [] { return Variant<std::string>().SetValue(1, false); },
-         {"3 Variant [VariantValueConverter< SourceT, std::string >::SetValueImp] Invalid call!",
-          "3 Variant [VariantBase::SetValue] Unable to secondarily convert to variant type string "
-          "from " +
-              intName + "!"}},
-        {"numbers into texts",
-         [&] { return Variant<std::vector<std::string>>().SetValue(ints, false); },
-         {"3 Variant [VariantValueConverter< std::vector< SourceT >, std::vector< std::string > "
-          ">::SetValueImp] Invalid call!",
-          "3 Variant [VariantBase::SetValue] Unable to secondarily convert to variant type "
-          "string[] from " +
-              intsName + "!"}},
-        {"text as number",
-         [&] { return Variant<std::string>("1").VariantBase::GetValue(&number, false); },
-         {"3 Variant [VariantValueConverter< std::string, TargetT >::GetValueImp] Invalid call!",
-          std::string("3 Variant [VariantBase::GetValue] Unable to secondarily convert variant "
-                      "value of type ") +
-              typeid(std::string).name() + " to object of type " + intName}},
-        {"texts as numbers",
-         [&] { return Variant<std::vector<std::string>>().VariantBase::GetValue(&ints, false); },
-         {"3 Variant [VariantValueConverter< std::vector< std::string >, std::vector< TargetT > "
-          ">::GetValueImp] Invalid call!",
-          std::string("3 Variant [VariantBase::GetValue] Unable to secondarily convert variant "
-                      "value of type ") +
-              typeid(std::vector<std::string>).name() + " to object of type " + intsName}},
-        {"array into a fixed one without elements",
-         [] {
-             return Variant<std::vector<long long>>({}, true).SetValue(std::vector<int>{1, 2},
-                                                                       false);
-         },
-         {"3 Variant [VariantValueConverter< std::vector< SourceT >, std::vector< TargetT > "
-          ">::SetValueImp] Array size is fixed at 0, but tried to set 2-element array to value",
-          "3 Variant [VariantBase::SetValue] Unable to secondarily convert to variant type S64[0] "
-          "from " +
-              intsName + "!"}},
-        {"converter to a refusing variant",
-         [] {
-             Variant<short> target;
-             return VariantValueConverter<int, long long>::SetValueImp(&target, 1, false);
-         },
-         {std::string("3 Variant [VariantBase::SetValue] Unable to Convert to variant type S16 "
-                      "from ") +
-              typeid(long long).name() + "!",
-          "3 Variant [VaraintValueConverter< SourceT, TargetT >::SetValueImp] Could not set value "
-          "of type " +
-              intName + " to variant of type " + typeid(short).name() + " (34)"}},
-        {"string pairs",
-         [] {
-             return VariantValueConverter<std::string, std::string>::SetValueImp(nullptr, "", true);
-         },
-         {"3 Variant [VariantValueConverter< std::string, std::string >::SetValueImp] Invalid "
-          "call!"}},
-    };
-    for (const auto& row : rows) {
-        EXPECT_FALSE(row.call()) << row.what;
-        EXPECT_EQ(log.sink->TakeLines(), row.lines) << row.what;
-    }
-}
-
 TEST(VariantConversionTest, TextThatIsNoNumberLeavesWhatCameBefore) {
     Variant<std::vector<int>> array({7, 8, 9});
     EXPECT_THROW(array.SetValue(std::vector<std::string>{"1", "x", "3"}, false), StringUtilsEx);
@@ -234,28 +108,24 @@ TEST(VariantConversionTest, TextThatIsNoNumberLeavesWhatCameBefore) {
 }
 
 TEST(VariantConversionTest, AConverterOfItsOwnCastsWithADefinedResult) {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    const struct {
-        double from;
-        int toInt;
-        unsigned long long toU64;
-    } rows[] = {
+    const int most = std::numeric_limits<int>::max();
+    const std::tuple<double, int, unsigned long long> rows[] = {
         {-1.9, -1, 0},
-        {1e300, std::numeric_limits<int>::max(), ~0ULL},
+        {1e300, most, ~0ULL},
         {-1e300, std::numeric_limits<int>::min(), 0},
-        {2147483647.5, std::numeric_limits<int>::max(), 2147483647},
-        {18446744073709551615.0, std::numeric_limits<int>::max(), ~0ULL},
-        {nan, 0, 0},
+        {2147483647.5, most, 2147483647},
+        {18446744073709551615.0, most, ~0ULL},
+        {std::numeric_limits<double>::quiet_NaN(), 0, 0},
     };
-    for (const auto& row : rows) {
+    for (const auto& [from, toInt, toU64] : rows) {
         Variant<int> narrow;
-        EXPECT_TRUE((VariantValueConverter<double, int>::SetValueImp(&narrow, row.from, true)));
-        EXPECT_EQ(narrow.GetValue(), row.toInt) << row.from;
-        const Variant<double> source(row.from);
+        EXPECT_TRUE((VariantValueConverter<double, int>::SetValueImp(&narrow, from, true)));
+        EXPECT_EQ(narrow.GetValue(), toInt) << from;
+        const Variant<double> source(from);
         unsigned long long wide = 1;
         EXPECT_TRUE(
             (VariantValueConverter<double, unsigned long long>::GetValueImp(&source, &wide, true)));
-        EXPECT_EQ(wide, row.toU64) << row.from;
+        EXPECT_EQ(wide, toU64) << from;
     }
     Variant<unsigned char> byte;
     EXPECT_TRUE((VariantValueConverter<int, unsigned char>::SetValueImp(&byte, 300, true)));
