@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <random>
 #include <tuple>
 
 namespace zel {
@@ -33,6 +34,28 @@ TEST(TickScheduleTest, TakesTheLatenessOffTheNextInterval) {
     EXPECT_FALSE(TickSchedule(NOT_A_NUMBER).GetRemaining(0) > 0) << "the first is due at once";
     EXPECT_EQ(TickSchedule::GetSleep(0.005), 4);
     EXPECT_EQ(TickSchedule::GetSleep(0.001), 0);
+}
+
+TEST(TickScheduleTest, KeepsTheRateOverAnHourOfRandomLateness) {
+    constexpr double period = 0.25;
+    constexpr double hour = 3600;
+    constexpr double look = 1e-5;  // what a sleep of 0 takes
+    std::mt19937 random(1);
+    std::uniform_real_distribution<double> lateness(look, 0.1);
+    TickSchedule schedule(period);
+    int ticks = 0;
+    double started = 0;
+    for (double clock = 0; clock < hour;) {
+        const double remaining = schedule.GetRemaining(clock - started);
+        int sleep = TickSchedule::GetSleep(remaining);
+        if (remaining <= 0) {
+            ++ticks;
+            started = clock;
+            sleep = schedule.BeginNext(remaining);
+        }
+        clock += sleep > 0 ? sleep / 1000.0 + lateness(random) : look;
+    }
+    EXPECT_NEAR(ticks, hour / period, 1);
 }
 
 // Keeps the command posted last until the test asks for it.

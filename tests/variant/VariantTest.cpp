@@ -203,5 +203,41 @@ TEST(VariantTest, ThreadsMayShareAVariant) {
     crossing.join();
 }
 
+// The other exported templates: that each instance links, and does something.
+TEST(VariantTest, EveryInstanceOfTheOtherTemplatesIsExported) {
+    ForEachElement([]<class E>(ElementTraits<E>) {
+        std::vector<E> left{Sample<E>(1)};
+        std::vector<E> right{Sample<E>(2)};
+        EXPECT_FALSE(IsEqualImp(&left, &right, false, true));
+        EXPECT_TRUE(IsLessThanImp(&left, &right, false, true));
+        EXPECT_TRUE(IsLessThanOrEqualImp(&left, &right, false, true));
+        EXPECT_FALSE(IsGreaterThanImp(&left, &right, false, true));
+        EXPECT_FALSE(IsGreaterThanOrEqualImp(&left, &right, false, true));
+        Variant_GetLimitsImp<E>::GetMax(left[0]);
+        Variant_GetLimitsImp<E>::GetMin(right[0]);
+        EXPECT_LT(right[0], left[0]);
+        SetNumberOfElementsImp(&left, 3U);
+        EXPECT_EQ(left.size(), 3U);
+        if constexpr (NumericElement<E>) {
+            EXPECT_EQ(Variant_ToNetworkOrder(Variant_ToNetworkOrder(E(1), true), true), E(1));
+            ForEachElement([]<class V>(ElementTraits<V>) {
+                if constexpr (NumericElement<V>) {
+                    Variant<V> target;
+                    E back{};
+                    EXPECT_TRUE((VariantValueConverter<E, V>::SetValueImp(&target, E(1), true)));
+                    EXPECT_TRUE((VariantValueConverter<V, E>::GetValueImp(&target, &back, true)));
+                    Variant<std::vector<V>> array;
+                    std::vector<E> all{E(1)};
+                    using ToArray = VariantValueConverter<std::vector<E>, std::vector<V>>;
+                    using FromArray = VariantValueConverter<std::vector<V>, std::vector<E>>;
+                    EXPECT_TRUE(ToArray::SetValueImp(&array, all, true));
+                    EXPECT_TRUE(FromArray::GetValueImp(&array, &all, true));
+                    EXPECT_EQ(all, (std::vector<E>{back, E(1)}));
+                }
+            });
+        }
+    });
+}
+
 }  // namespace
 }  // namespace zel
