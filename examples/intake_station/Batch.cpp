@@ -40,21 +40,15 @@ std::string ReadText(const std::string& path) {
     return text.str();
 }
 
-// Where each of our columns is in the file.
-std::vector<int> FindColumns(const DataRow& header, const std::vector<Column>& columns) {
-    const RCPtr<DataTable> names(new DataTable);
+// Where in the file a column is; the first place, if its name repeats.
+int FindColumn(const DataRow& header, const std::string& name) {
     const int count = static_cast<int>(header.GetFieldCount());
     for (int i = 0; i < count; ++i) {
-        names->AddField(header.GetField(i));
-    }
-    std::vector<int> positions;
-    for (const Column& column : columns) {
-        positions.push_back(names->GetFieldIndex(column.name));
-        if (positions.back() < 0) {
-            throw std::runtime_error("has no column " + column.name);
+        if (header.GetField(i) == name) {
+            return i;
         }
     }
-    return positions;
+    throw std::runtime_error("has no column " + name);
 }
 
 std::string TextOf(const DataRow& row) {
@@ -92,7 +86,9 @@ public:
             return std::move(m_batch);
         }
         m_header = table->GetRow(0);
-        m_positions = FindColumns(*m_header, m_columns);
+        for (const Column& column : m_columns) {
+            m_positions.push_back(FindColumn(*m_header, column.name));
+        }
         const std::vector<std::size_t> lines = NumberLines(text);
         const int rows = static_cast<int>(table->GetRowCount());
         for (int i = 1; i < rows; ++i) {
@@ -141,6 +137,10 @@ private:
 };
 
 }  // namespace
+
+std::string Source::GetUniqueName() const {
+    return name + '.' + AsString(writeTime);
+}
 
 std::int64_t GetWriteTime(const std::string& path) {
     return std::filesystem::last_write_time(path).time_since_epoch().count();

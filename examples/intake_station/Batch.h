@@ -17,7 +17,8 @@ struct Source {
     std::string name;  // without its folders
     std::int64_t writeTime = 0;
 
-    bool operator==(const Source&) const = default;
+    // What no other file of the drop folder has, however often a name returns.
+    std::string GetUniqueName() const;
 };
 
 // When a file was written last, in ticks of the file system's clock.

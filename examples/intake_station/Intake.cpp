@@ -29,7 +29,7 @@ Intake::Intake(const Settings& settings)
     const Source& last = m_store.GetLastSource();
     const fs::path left = fs::path(settings.dropFolder) / last.name;
     if (fs::is_regular_file(left) && GetWriteTime(left) == last.writeTime) {
-        MoveToDone(last.name);
+        MoveToDone(last);
         zel::Log(s_log, 4, last.name, " was taken before and is moved only");
     }
 }
@@ -51,7 +51,7 @@ void Intake::TakeFile(std::string path) {
 void Intake::Accept(const Batch& batch) {
     SetAside(batch);
     m_store.Append(batch);
-    MoveToDone(batch.source.name);
+    MoveToDone(batch.source);
     ++m_files;
     m_accepted += batch.records.size();
     m_rejected += batch.rejected.size();
@@ -65,7 +65,7 @@ void Intake::SetAside(const Batch& batch) const {
     if (batch.rejected.empty()) {
         return;
     }
-    std::ofstream out(fs::path(m_settings.rejectedFolder) / batch.source.name);
+    std::ofstream out(fs::path(m_settings.rejectedFolder) / batch.source.GetUniqueName());
     for (const std::string& line : batch.rejected) {
         zel::Log(s_log, 3, line);
         out << line << '\n';
@@ -75,8 +75,9 @@ void Intake::SetAside(const Batch& batch) const {
     }
 }
 
-void Intake::MoveToDone(const std::string& file) const {
-    fs::rename(fs::path(m_settings.dropFolder) / file, fs::path(m_settings.doneFolder) / file);
+void Intake::MoveToDone(const Source& source) const {
+    fs::rename(fs::path(m_settings.dropFolder) / source.name,
+               fs::path(m_settings.doneFolder) / source.GetUniqueName());
 }
 
 std::string Intake::GetSummary() const {

@@ -22,7 +22,7 @@ public:
 private:
     void Accept(const Batch& batch);
     void SetAside(const Batch& batch) const;
-    void MoveToDone(const std::string& file) const;
+    void MoveToDone(const Source& source) const;
 
     const Settings m_settings;
     const Record m_prototypes;

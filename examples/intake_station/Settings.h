@@ -12,8 +12,8 @@ struct Column {
 // What the station is told by its settings document. Paths are as they stand there.
 struct Settings {
     std::string dropFolder;      // files to be taken appear here
-    std::string doneFolder;      // and are here once they are taken
-    std::string rejectedFolder;  // rows with bad cells, and why, in a file of the same name
+    std::string doneFolder;      // and are here once they are taken, with their time in the name
+    std::string rejectedFolder;  // rows with bad cells, and why, in files of the same names
     std::string storeFile;
     std::string logFile;
     std::string plugin;  // empty for none

@@ -116,7 +116,7 @@ void Store::Append(const Batch& batch) {
     whole.write(block.GetData(), block.GetLength());
     std::ofstream out(m_path, std::ios_base::binary | std::ios_base::app);
     out.write(whole.GetData(), whole.GetLength());
-    if (!out.flush()) {
+    if (!block || !whole || !out.flush()) {
         out.close();
         fs::resize_file(m_path, m_size);
         throw std::runtime_error("can't be stored in " + m_path);
