@@ -38,4 +38,17 @@ void WriteFile(benchmark::State& state) {
     Require(file.GetText() == target.GetText(), "what is written is what was read");
 }
 
+// Puts a peer's way of reading beside ours.
+template <class Kind>
+class ReadPeer {
+public:
+    ReadPeer(const std::string& name, double aim)
+        : m_small(READ_SMALL, {{name, ReadFile<Kind, SMALL>, aim}}),
+          m_large(READ_LARGE, {{name, ReadFile<Kind, LARGE>, aim}}) {}
+
+private:
+    Comparison m_small;
+    Comparison m_large;
+};
+
 }  // namespace zel::bench::Rows

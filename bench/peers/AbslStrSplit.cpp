@@ -23,12 +23,7 @@ struct Absl {
     static std::size_t CountRows(const Table& table) { return table.size(); }
 };
 
-using namespace Rows;
-
-const Side s_small{"getline, absl::StrSplit", ReadFile<Absl, SMALL>, 0.75};
-const Side s_large{"getline, absl::StrSplit", ReadFile<Absl, LARGE>, 0.75};
-const Comparison s_readSmall(READ_SMALL, {s_small});
-const Comparison s_readLarge(READ_LARGE, {s_large});
+const Rows::ReadPeer<Absl> s_read("getline, absl::StrSplit", 0.75);
 
 }  // namespace
 

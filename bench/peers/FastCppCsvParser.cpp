@@ -25,12 +25,7 @@ struct FastCppCsvParser {
     static std::size_t CountRows(const Table& table) { return table.size(); }
 };
 
-using namespace Rows;
-
-const Side s_small{"fast-cpp-csv-parser", ReadFile<FastCppCsvParser, SMALL>, 0.85};
-const Side s_large{"fast-cpp-csv-parser", ReadFile<FastCppCsvParser, LARGE>, 0.85};
-const Comparison s_readSmall(READ_SMALL, {s_small});
-const Comparison s_readLarge(READ_LARGE, {s_large});
+const Rows::ReadPeer<FastCppCsvParser> s_read("fast-cpp-csv-parser", 0.85);
 
 }  // namespace
 
