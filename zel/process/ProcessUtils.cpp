@@ -15,9 +15,9 @@ namespace {
 
 const LogArea s_log("ProcessUtils", 3);
 
-constexpr const char* unknownName = "unknown";
+constexpr const char* UNKNOWN_NAME = "unknown";
 
-constexpr std::size_t titleLimit = 254;  // a buffer of 255 bytes with its terminating zero
+constexpr std::size_t TITLE_LIMIT = 254;  // a buffer of 255 bytes with its terminating zero
 
 }  // namespace
 
@@ -37,7 +37,7 @@ void ProcessUtils::ListProcesses(std::list<RCPtr<ProcessInfo>>* processes,
     for (const unsigned int pid : pids) {
         std::string processName = platform::ReadProcessName(pid);
         if (processName.empty()) {
-            processName = unknownName;
+            processName = UNKNOWN_NAME;
         }
         if (name.empty() || name == processName) {
             found.emplace_back(new ProcessInfo(std::move(processName), pid));
@@ -67,7 +67,7 @@ void ProcessUtils::SwitchToProcess(unsigned int pid, const std::string& title) {
     const std::string wanted = StringUtils::ToLower(title);
     for (const platform::WindowStack::Window window : windows->ListFromTop()) {
         if (windows->GetOwner(window) == pid &&
-            StringUtils::ToLower(windows->GetTitle(window, titleLimit)) == wanted) {
+            StringUtils::ToLower(windows->GetTitle(window, TITLE_LIMIT)) == wanted) {
             windows->Raise(window);
             return;
         }

@@ -14,7 +14,7 @@ namespace {
 
 const LogArea s_log("FileWatcher", 3);
 
-constexpr int noticeWait = 50;  // milliseconds; also how long a stop may take to be noticed
+constexpr int NOTICE_WAIT = 50;  // milliseconds; also how long a stop may take to be noticed
 
 using Listing = std::set<std::string, StrcmpiPred>;
 using Paths = std::vector<std::string>;
@@ -132,7 +132,7 @@ bool FileWatcher::IsListingDue() {
 // Looks out for the next change before the listing starts, so that a change during the listing
 // gives a notice again.
 bool FileWatcher::TakeNotice() {
-    if (!m_state->notice || !m_state->notice->Wait(noticeWait)) {
+    if (!m_state->notice || !m_state->notice->Wait(NOTICE_WAIT)) {
         return false;
     }
     if (m_state->notice->Rearm()) {

@@ -28,8 +28,8 @@ namespace zel::platform {
 
 namespace {
 
-constexpr int threaded = 1;
-constexpr int noSuchData = -1;
+constexpr int THREADED = 1;
+constexpr int NO_SUCH_DATA = -1;
 
 // Made once and never freed: the library has no way to.
 std::atomic<backtrace_state*> s_state{nullptr};
@@ -80,7 +80,7 @@ private:
 
     static void OnError(void* data, const char*, int error) {
         const Lookup& lookup = *static_cast<Lookup*>(data);
-        if (error != noSuchData) {
+        if (error != NO_SUCH_DATA) {
             lookup.m_sink.OnFailure(lookup.m_service, static_cast<unsigned long>(error),
                                     lookup.m_frame.address);
         }
@@ -128,7 +128,7 @@ private:
         if (m_count == m_modules.size() || access(file, R_OK) != 0) {
             return nullptr;
         }
-        backtrace_state* const state = backtrace_create_state(file, threaded, IgnoreError, nullptr);
+        backtrace_state* const state = backtrace_create_state(file, THREADED, IgnoreError, nullptr);
         m_modules[m_count++] = {module, state};
         return state;
     }
@@ -167,7 +167,7 @@ bool Symbolizer::Prepare() noexcept {
     if (s_state.load(std::memory_order_acquire) != nullptr) {
         return true;
     }
-    backtrace_state* const state = backtrace_create_state(nullptr, threaded, IgnoreError, nullptr);
+    backtrace_state* const state = backtrace_create_state(nullptr, THREADED, IgnoreError, nullptr);
     backtrace_state* none = nullptr;
     // Of two threads that come here at once the second finds the state of the first.
     return state != nullptr &&

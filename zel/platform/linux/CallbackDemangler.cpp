@@ -14,7 +14,7 @@ namespace zel::platform {
 namespace {
 
 // It lies on the stack, and its work takes as much of that as a name is long.
-constexpr std::size_t longestName = 1023;
+constexpr std::size_t LONGEST_NAME = 1023;
 
 struct Text {
     char* position;
@@ -33,7 +33,7 @@ void Append(const char* part, std::size_t length, void* argument) {
 bool UndecorateName(const char* name, bool, char* buffer, std::size_t size) {
     Text text = {buffer, size - 1};
     // Without the mark of a function's name it would be read as that of a type.
-    const bool isKnown = std::strncmp(name, "_Z", 2) == 0 && std::strlen(name) <= longestName &&
+    const bool isKnown = std::strncmp(name, "_Z", 2) == 0 && std::strlen(name) <= LONGEST_NAME &&
                          __gcclibcxx_demangle_callback(name, Append, &text) == 0;
     (isKnown ? text.position : buffer)[0] = '\0';
     return isKnown;

@@ -20,14 +20,14 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::seconds timeBetweenLooks(2);
+constexpr std::chrono::seconds TIME_BETWEEN_LOOKS(2);
 
 // Whether it is the process, or the system, that has no descriptor left.
 bool LacksDescriptors() {
     return !Descriptor(::open("/", O_PATH | O_CLOEXEC)).IsOpen();
 }
 
-constexpr const char* descriptorLimit =
+constexpr const char* DESCRIPTOR_LIMIT =
     "the limit of open descriptors, RLIMIT_NOFILE, is reached; ulimit -n raises it, up to sysctl "
     "fs.nr_open";
 
@@ -35,7 +35,7 @@ constexpr const char* descriptorLimit =
 std::string NameLimit(int error) {
     switch (error) {
         case EMFILE:
-            return LacksDescriptors() ? descriptorLimit
+            return LacksDescriptors() ? DESCRIPTOR_LIMIT
                                       : "the limit of inotify instances is reached; sysctl "
                                         "fs.inotify.max_user_instances raises it";
         case ENFILE:
@@ -100,7 +100,7 @@ private:
         // Whatever fails below, the next attempt begins anew.
         m_mustArm = true;
         m_blindness.clear();
-        m_nextLook = Clock::now() + timeBetweenLooks;
+        m_nextLook = Clock::now() + TIME_BETWEEN_LOOKS;
         ++m_arming;
         for (auto& [watch, names] : m_way) {
             names.clear();
@@ -157,7 +157,7 @@ private:
     void FindBelow(const std::string& directory, std::vector<std::string>& found) {
         DirectoryWalk walk(directory, DirectoryWalk::Link::Refuse);
         if (walk.LacksMeans()) {
-            m_blindness = descriptorLimit;
+            m_blindness = DESCRIPTOR_LIMIT;
         }
         DirectoryEntry entry;
         while (walk.Next(entry)) {

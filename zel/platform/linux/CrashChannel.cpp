@@ -16,7 +16,7 @@ namespace zel::platform {
 namespace {
 
 // A program that was started without standard streams would lose its channel to one of them.
-constexpr int lowest = 10;
+constexpr int LOWEST = 10;
 
 void CloseDescriptor(int& descriptor) noexcept {
     if (descriptor >= 0) {
@@ -27,7 +27,7 @@ void CloseDescriptor(int& descriptor) noexcept {
 
 // Moves a descriptor out of the way of the standard streams.
 bool Raise(int& descriptor) noexcept {
-    const int raised = fcntl(descriptor, F_DUPFD_CLOEXEC, lowest);
+    const int raised = fcntl(descriptor, F_DUPFD_CLOEXEC, LOWEST);
     const int error = errno;
     CloseDescriptor(descriptor);
     descriptor = raised;
@@ -112,7 +112,7 @@ bool CrashChannel::Create() noexcept {
 }
 
 const char* CrashChannel::GetName() noexcept {
-    return crashChannelName;
+    return CRASH_CHANNEL_NAME;
 }
 
 void CrashChannel::CloseReader() noexcept {
@@ -150,15 +150,15 @@ CrashChannelReader::~CrashChannelReader() {
 }
 
 bool CrashChannelReader::Open(const char* name) noexcept {
-    if (std::strcmp(name, crashChannelName) != 0) {
+    if (std::strcmp(name, CRASH_CHANNEL_NAME) != 0) {
         m_reader = open(name, O_RDONLY | O_CLOEXEC);
         return m_reader >= 0;
     }
     // Opening it by its path would wait for ever if the program has ended since.
-    if (fcntl(crashChannelPlace, F_SETFD, FD_CLOEXEC) != 0) {
+    if (fcntl(CRASH_CHANNEL_PLACE, F_SETFD, FD_CLOEXEC) != 0) {
         return false;
     }
-    m_reader = crashChannelPlace;
+    m_reader = CRASH_CHANNEL_PLACE;
     m_program = OpenOwner(m_reader);
     return HandOver();
 }

@@ -10,20 +10,20 @@ namespace zel::platform {
 
 namespace {
 
-constexpr std::uint32_t datatypeMisalignment = 0x80000002;
-constexpr std::uint32_t breakpoint = 0x80000003;
-constexpr std::uint32_t singleStep = 0x80000004;
-constexpr std::uint32_t accessViolation = 0xC0000005;
-constexpr std::uint32_t inPageError = 0xC0000006;
-constexpr std::uint32_t illegalInstruction = 0xC000001D;
-constexpr std::uint32_t noncontinuable = 0xC0000025;
-constexpr std::uint32_t privilegedInstruction = 0xC0000096;
-constexpr std::uint32_t stackOverflow = 0xC00000FD;
+constexpr std::uint32_t DATATYPE_MISALIGNMENT = 0x80000002;
+constexpr std::uint32_t BREAKPOINT = 0x80000003;
+constexpr std::uint32_t SINGLE_STEP = 0x80000004;
+constexpr std::uint32_t ACCESS_VIOLATION = 0xC0000005;
+constexpr std::uint32_t IN_PAGE_ERROR = 0xC0000006;
+constexpr std::uint32_t ILLEGAL_INSTRUCTION = 0xC000001D;
+constexpr std::uint32_t NONCONTINUABLE = 0xC0000025;
+constexpr std::uint32_t PRIVILEGED_INSTRUCTION = 0xC0000096;
+constexpr std::uint32_t STACK_OVERFLOW = 0xC00000FD;
 
 // How far behind its position a thread touches its stack, and how far before it at most, where a
 // large frame lies.
-constexpr std::uintptr_t reach = 64 * 1024;
-constexpr std::uintptr_t largestFrame = 16 * 1024 * 1024;
+constexpr std::uintptr_t REACH = 64 * 1024;
+constexpr std::uintptr_t LARGEST_FRAME = 16 * 1024 * 1024;
 
 // Asks the kernel to read there, for a call that it refuses anyway.
 bool IsReadable(std::uintptr_t address) {
@@ -41,11 +41,11 @@ bool IsAtStackEnd(const siginfo_t& signal, const ucontext_t& context) {
     }
     const auto address = reinterpret_cast<std::uintptr_t>(signal.si_addr);
     const std::uintptr_t position = GetStackPosition(context);
-    if (position < reach || address < position - reach) {
+    if (position < REACH || address < position - REACH) {
         return false;
     }
     return address < position ||
-           (address < position + largestFrame && !IsReadable(position & ~(sizeof(position) - 1)));
+           (address < position + LARGEST_FRAME && !IsReadable(position & ~(sizeof(position) - 1)));
 }
 
 std::uint32_t CodeOfArithmetic(int kind) {
@@ -71,18 +71,18 @@ std::uint32_t CodeOfSignal(const siginfo_t& signal, const ucontext_t& context) n
     const int kind = signal.si_code;
     switch (signal.si_signo) {
         case SIGSEGV:
-            return IsAtStackEnd(signal, context) ? stackOverflow : accessViolation;
+            return IsAtStackEnd(signal, context) ? STACK_OVERFLOW : ACCESS_VIOLATION;
         case SIGBUS:
-            return kind == BUS_ADRALN ? datatypeMisalignment : inPageError;
+            return kind == BUS_ADRALN ? DATATYPE_MISALIGNMENT : IN_PAGE_ERROR;
         case SIGFPE:
             return CodeOfArithmetic(kind);
         case SIGILL:
-            return kind == ILL_PRVOPC || kind == ILL_PRVREG ? privilegedInstruction
-                                                            : illegalInstruction;
+            return kind == ILL_PRVOPC || kind == ILL_PRVREG ? PRIVILEGED_INSTRUCTION
+                                                            : ILLEGAL_INSTRUCTION;
         case SIGTRAP:
-            return kind == TRAP_TRACE ? singleStep : breakpoint;
+            return kind == TRAP_TRACE ? SINGLE_STEP : BREAKPOINT;
         case SIGABRT:
-            return noncontinuable;
+            return NONCONTINUABLE;
         default:
             return 0;
     }

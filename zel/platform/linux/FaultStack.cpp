@@ -15,8 +15,8 @@ namespace {
 
 // The kernel's frame takes up to 12 KiB, the walk with its look-ups and a readable name of the
 // longest kind the rest. What isn't touched costs no memory.
-constexpr std::size_t usableSize = 256 * 1024;
-constexpr std::uint64_t ours = 0x7A656C5374616B31;
+constexpr std::size_t USABLE_SIZE = 256 * 1024;
+constexpr std::uint64_t OURS = 0x7A656C5374616B31;
 
 // Stands at the lowest address of the stack, where the kernel's own record of it leads.
 struct Header {
@@ -36,7 +36,7 @@ Header* HeaderIn(void* memory) {
 }
 
 void* MapStack() {
-    void* const memory = mmap(nullptr, GuardSize() + usableSize, PROT_READ | PROT_WRITE,
+    void* const memory = mmap(nullptr, GuardSize() + USABLE_SIZE, PROT_READ | PROT_WRITE,
                               MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK, -1, 0);
     if (memory == MAP_FAILED) {
         return nullptr;
@@ -63,12 +63,12 @@ void GiveBack(void* memory) {
             return;
         }
     }
-    munmap(memory, GuardSize() + usableSize);
+    munmap(memory, GuardSize() + USABLE_SIZE);
 }
 
 bool IsOurs(const stack_t& stack) {
-    return (stack.ss_flags & SS_DISABLE) == 0 && stack.ss_size == usableSize &&
-           static_cast<const Header*>(stack.ss_sp)->mark == ours;
+    return (stack.ss_flags & SS_DISABLE) == 0 && stack.ss_size == USABLE_SIZE &&
+           static_cast<const Header*>(stack.ss_sp)->mark == OURS;
 }
 
 bool IsMainThread() {
@@ -79,10 +79,10 @@ bool IsMainThread() {
 
 FaultStack::FaultStack() noexcept : m_memory(TakeStack()) {
     if (m_memory != nullptr) {
-        auto* const header = new (HeaderIn(m_memory)) Header{ours, {}};
+        auto* const header = new (HeaderIn(m_memory)) Header{OURS, {}};
         stack_t stack = {};
         stack.ss_sp = header;
-        stack.ss_size = usableSize;
+        stack.ss_size = USABLE_SIZE;
         sigaltstack(&stack, &header->before);
     }
 }

@@ -18,8 +18,8 @@ namespace zel::platform {
 
 namespace {
 
-constexpr std::array faultSignals = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS};
-constexpr int patience = 5000;
+constexpr std::array FAULT_SIGNALS = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS};
+constexpr int PATIENCE = 5000;
 
 // Who handles the one fault of the process, from then to its end.
 constinit std::atomic<pid_t> s_owner{0};
@@ -27,7 +27,7 @@ constinit std::atomic<pid_t> s_owner{0};
 // Set ahead of the first fault.
 constinit pid_t s_process = 0;
 constinit FaultHandler s_handler = nullptr;
-constinit std::array<struct sigaction, faultSignals.size()> s_before = {};
+constinit std::array<struct sigaction, FAULT_SIGNALS.size()> s_before = {};
 
 // The owner's alone.
 constinit volatile std::sig_atomic_t s_isGuarded = 0;
@@ -39,8 +39,8 @@ pid_t ThisThread() noexcept {
 }
 
 const struct sigaction* HandlerBefore(int signal) noexcept {
-    for (std::size_t i = 0; i < faultSignals.size(); ++i) {
-        if (faultSignals[i] == signal) {
+    for (std::size_t i = 0; i < FAULT_SIGNALS.size(); ++i) {
+        if (FAULT_SIGNALS[i] == signal) {
             return &s_before[i];
         }
     }
@@ -87,7 +87,7 @@ void OnFault(int signal, siginfo_t* info, void* context) noexcept {
         if (owner == self) {
             LeaveGuardedWork();
         } else {
-            poll(nullptr, 0, patience);
+            poll(nullptr, 0, PATIENCE);
         }
         EndBySignal(signal);
     }
@@ -140,12 +140,12 @@ void CatchFaults(FaultHandler handler) noexcept {
     // A fault in the handler of a fault has to come through as well.
     action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
     sigfillset(&action.sa_mask);
-    for (const int signal : faultSignals) {
+    for (const int signal : FAULT_SIGNALS) {
         sigdelset(&action.sa_mask, signal);
     }
-    for (std::size_t i = 0; i < faultSignals.size(); ++i) {
-        sigaction(faultSignals[i], nullptr, &s_before[i]);
-        sigaction(faultSignals[i], &action, nullptr);
+    for (std::size_t i = 0; i < FAULT_SIGNALS.size(); ++i) {
+        sigaction(FAULT_SIGNALS[i], nullptr, &s_before[i]);
+        sigaction(FAULT_SIGNALS[i], &action, nullptr);
     }
 }
 

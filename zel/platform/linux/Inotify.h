@@ -44,14 +44,14 @@ public:
                 take(Happening{event->wd, event->mask, event->len > 0 ? event->name : ""});
                 at += sizeof(inotify_event) + event->len;
             }
-            if (m_size + largestEvent <= m_block.size()) {
+            if (m_size + LARGEST_EVENT <= m_block.size()) {
                 return;  // the queue was empty, or the next one would have come along
             }
         }
     }
 
 private:
-    static constexpr std::size_t largestEvent = sizeof(inotify_event) + NAME_MAX + 1;
+    static constexpr std::size_t LARGEST_EVENT = sizeof(inotify_event) + NAME_MAX + 1;
 
     bool Fill() noexcept;
 

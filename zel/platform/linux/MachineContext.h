@@ -11,19 +11,19 @@ namespace zel::platform {
 #if defined(__x86_64__) || defined(__i386__)
 
 #if defined(__x86_64__)
-constexpr int instructionRegister = REG_RIP;
-constexpr int stackRegister = REG_RSP;
+constexpr int INSTRUCTION_REGISTER = REG_RIP;
+constexpr int STACK_REGISTER = REG_RSP;
 #else
-constexpr int instructionRegister = REG_EIP;
-constexpr int stackRegister = REG_ESP;
+constexpr int INSTRUCTION_REGISTER = REG_EIP;
+constexpr int STACK_REGISTER = REG_ESP;
 #endif
 
 inline std::uintptr_t GetInstruction(const ucontext_t& context) noexcept {
-    return static_cast<std::uintptr_t>(context.uc_mcontext.gregs[instructionRegister]);
+    return static_cast<std::uintptr_t>(context.uc_mcontext.gregs[INSTRUCTION_REGISTER]);
 }
 
 inline std::uintptr_t GetStackPosition(const ucontext_t& context) noexcept {
-    return static_cast<std::uintptr_t>(context.uc_mcontext.gregs[stackRegister]);
+    return static_cast<std::uintptr_t>(context.uc_mcontext.gregs[STACK_REGISTER]);
 }
 
 inline std::uintptr_t GetReturnAddress(const ucontext_t& context) noexcept {
@@ -32,8 +32,8 @@ inline std::uintptr_t GetReturnAddress(const ucontext_t& context) noexcept {
 
 inline void ReturnToCaller(ucontext_t& context) noexcept {
     auto& registers = context.uc_mcontext.gregs;
-    registers[instructionRegister] = static_cast<greg_t>(GetReturnAddress(context));
-    registers[stackRegister] += static_cast<greg_t>(sizeof(std::uintptr_t));
+    registers[INSTRUCTION_REGISTER] = static_cast<greg_t>(GetReturnAddress(context));
+    registers[STACK_REGISTER] += static_cast<greg_t>(sizeof(std::uintptr_t));
 }
 
 #elif defined(__aarch64__)

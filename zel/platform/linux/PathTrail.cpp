@@ -12,7 +12,7 @@ namespace zel::platform {
 namespace {
 
 // As many as the kernel follows.
-constexpr int mostLinks = 40;
+constexpr int MOST_LINKS = 40;
 
 using Names = std::vector<std::string>;
 
@@ -83,7 +83,7 @@ std::optional<std::string> FollowPath(
         onStep(at, name);
         std::string next = Join(at, name);
         if (const std::optional<std::string> target = ReadLink(next)) {
-            if (++links > mostLinks) {
+            if (++links > MOST_LINKS) {
                 return std::nullopt;
             }
             Pile(*target, ahead);

@@ -15,8 +15,8 @@ namespace zel::platform {
 
 namespace {
 
-constexpr const char* table = "/proc";
-constexpr std::string_view deletedMark = " (deleted)";
+constexpr const char* TABLE = "/proc";
+constexpr std::string_view DELETED_MARK = " (deleted)";
 
 bool ParseId(std::string_view name, unsigned int& id) {
     const char* const end = name.data() + name.size();
@@ -36,11 +36,11 @@ bool IsDeleted(const char* link, const char* target) {
 
 bool ListProcessIds(std::vector<unsigned int>& processes) {
     struct statfs fileSystem = {};
-    if (::statfs(table, &fileSystem) != 0 || fileSystem.f_type != PROC_SUPER_MAGIC) {
+    if (::statfs(TABLE, &fileSystem) != 0 || fileSystem.f_type != PROC_SUPER_MAGIC) {
         return false;
     }
     std::vector<unsigned int> found;
-    DirectoryWalk walk(table, DirectoryWalk::Link::Follow);
+    DirectoryWalk walk(TABLE, DirectoryWalk::Link::Follow);
     DirectoryEntry entry;
     unsigned int id = 0;
     while (walk.Next(entry)) {
@@ -53,7 +53,7 @@ bool ListProcessIds(std::vector<unsigned int>& processes) {
 }
 
 std::string ReadProcessName(unsigned int process) {
-    const std::string link = table + ('/' + std::to_string(process)) + "/exe";
+    const std::string link = TABLE + ('/' + std::to_string(process)) + "/exe";
     std::array<char, PATH_MAX + 1> target;
     const ssize_t length = ::readlink(link.c_str(), target.data(), PATH_MAX);
     if (length <= 0) {
@@ -61,8 +61,8 @@ std::string ReadProcessName(unsigned int process) {
     }
     target[static_cast<std::size_t>(length)] = '\0';
     std::string_view name(target.data(), static_cast<std::size_t>(length));
-    if (name.ends_with(deletedMark) && IsDeleted(link.c_str(), target.data())) {
-        name.remove_suffix(deletedMark.size());
+    if (name.ends_with(DELETED_MARK) && IsDeleted(link.c_str(), target.data())) {
+        name.remove_suffix(DELETED_MARK.size());
     }
     return std::string(name.substr(name.find_last_of('/') + 1));
 }

@@ -22,9 +22,9 @@ namespace zel::platform {
 
 namespace {
 
-constexpr const char* ownProgram = "/proc/self/exe";
-constexpr int politeSignals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2,
-                                 SIGALRM, SIGTSTP, SIGTTIN, SIGTTOU, SIGPIPE};
+constexpr const char* OWN_PROGRAM = "/proc/self/exe";
+constexpr int POLITE_SIGNALS[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2,
+                                  SIGALRM, SIGTSTP, SIGTTIN, SIGTTOU, SIGPIPE};
 
 bool HasForeignRights() noexcept {
     return getauxval(AT_SECURE) != 0;
@@ -42,7 +42,7 @@ std::vector<char*> Split(std::string& block) {
 // A copy that goes by another name than its program doesn't find its variable, and would start the
 // next copy, and that one more.
 bool IsStrayCopy(const std::string& variable) {
-    const std::string end = variable.back() + std::string("=") + crashChannelName;
+    const std::string end = variable.back() + std::string("=") + CRASH_CHANNEL_NAME;
     for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
         if (std::string_view(*entry).ends_with(end)) {
             return true;
@@ -74,9 +74,9 @@ std::vector<char*> EnvironmentWith(const std::string& variable, std::string& set
 std::string FindProgram() {
     std::string path(256, '\0');
     for (;;) {
-        const ssize_t length = readlink(ownProgram, path.data(), path.size());
+        const ssize_t length = readlink(OWN_PROGRAM, path.data(), path.size());
         if (length < 0) {
-            return ownProgram;
+            return OWN_PROGRAM;
         }
         if (static_cast<std::size_t>(length) < path.size()) {
             path.resize(static_cast<std::size_t>(length));
@@ -100,8 +100,8 @@ public:
         m_error |= posix_spawnattr_setsigdefault(&m_attributes, &all);
         m_error |= posix_spawnattr_setflags(
             &m_attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-        m_error |= posix_spawn_file_actions_adddup2(&m_actions, reader, crashChannelPlace);
-        m_error |= posix_spawn_file_actions_addclosefrom_np(&m_actions, crashChannelPlace + 1);
+        m_error |= posix_spawn_file_actions_adddup2(&m_actions, reader, CRASH_CHANNEL_PLACE);
+        m_error |= posix_spawn_file_actions_addclosefrom_np(&m_actions, CRASH_CHANNEL_PLACE + 1);
         Silence(STDIN_FILENO);
         Silence(STDOUT_FILENO);
         if (fcntl(STDERR_FILENO, F_GETFD) < 0) {
@@ -159,7 +159,7 @@ bool SecondCopy::Start(const std::string& variable, CrashChannel& channel, char*
     std::string commandLine = ReadCommandLine();
     std::vector<char*> ownArguments = Split(commandLine);
     ownArguments.push_back(nullptr);
-    std::string setting = variable + '=' + crashChannelName;
+    std::string setting = variable + '=' + CRASH_CHANNEL_NAME;
     std::vector<char*> environment = EnvironmentWith(variable, setting);
     char** const used = ownArguments[0] != nullptr ? ownArguments.data() : arguments;
 
@@ -168,7 +168,7 @@ bool SecondCopy::Start(const std::string& variable, CrashChannel& channel, char*
     int error = preparation.Start(FindProgram().c_str(), used, environment.data(), process);
     if (error != 0) {
         // The file may have been removed or replaced since the program began.
-        error = preparation.Start(ownProgram, used, environment.data(), process);
+        error = preparation.Start(OWN_PROGRAM, used, environment.data(), process);
     }
     channel.CloseReader();
     m_process = static_cast<unsigned long>(process);
@@ -205,13 +205,13 @@ bool TakeVariable(const std::string& variable, std::string& value) {
 }
 
 PoliteSignalsIgnored::PoliteSignalsIgnored() noexcept {
-    for (const int signal : politeSignals) {
+    for (const int signal : POLITE_SIGNALS) {
         std::signal(signal, SIG_IGN);
     }
 }
 
 PoliteSignalsIgnored::~PoliteSignalsIgnored() {
-    for (const int signal : politeSignals) {
+    for (const int signal : POLITE_SIGNALS) {
         std::signal(signal, SIG_DFL);
     }
 }

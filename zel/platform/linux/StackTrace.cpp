@@ -16,10 +16,10 @@ namespace zel::platform {
 
 namespace {
 
-constexpr std::size_t headFrames = 32;
-constexpr std::size_t tailFrames = 32;
+constexpr std::size_t HEAD_FRAMES = 32;
+constexpr std::size_t TAIL_FRAMES = 32;
 // A destroyed stack can lead in a circle.
-constexpr std::size_t mostSteps = 1'000'000;
+constexpr std::size_t MOST_STEPS = 1'000'000;
 
 // The start of the function around an instruction; null where the tables for unwinding have none.
 void* FindFunction(std::uintptr_t instruction) {
@@ -52,10 +52,10 @@ public:
         : m_tell(isOfCrash ? Symbolizer::TellOfCrash : Symbolizer::Tell), m_sink(sink) {}
 
     void Add(std::uintptr_t address) {
-        if (m_count < headFrames) {
+        if (m_count < HEAD_FRAMES) {
             m_tell(LocateFrame(address), m_sink);
         } else {
-            m_tail[m_count % tailFrames] = address;
+            m_tail[m_count % TAIL_FRAMES] = address;
         }
         ++m_count;
     }
@@ -68,13 +68,13 @@ public:
     }
 
     bool Finish() {
-        const std::size_t late = m_count - std::min(m_count, headFrames);
-        const std::size_t kept = std::min(late, tailFrames);
+        const std::size_t late = m_count - std::min(m_count, HEAD_FRAMES);
+        const std::size_t kept = std::min(late, TAIL_FRAMES);
         if (late > kept) {
             m_sink.OnGap(late - kept);
         }
         for (std::size_t i = m_count - kept; i < m_count; ++i) {
-            m_tell(LocateFrame(m_tail[i % tailFrames]), m_sink);
+            m_tell(LocateFrame(m_tail[i % TAIL_FRAMES]), m_sink);
         }
         return m_count != 0;
     }
@@ -89,7 +89,7 @@ private:
         const std::uintptr_t next = _Unwind_GetIPInfo(context, &isInterrupted);
         // What the caller of a function is executing is the call, not what comes behind it.
         const std::uintptr_t current = isInterrupted != 0 ? next : next - 1;
-        if (next == 0 || ++m_steps > mostSteps) {
+        if (next == 0 || ++m_steps > MOST_STEPS) {
             return _URC_END_OF_STACK;
         }
         if (m_isBehindStart) {
@@ -112,7 +112,7 @@ private:
     bool m_isBehindStart = false;
     std::size_t m_steps = 0;
     std::size_t m_count = 0;
-    std::array<std::uintptr_t, tailFrames> m_tail = {};
+    std::array<std::uintptr_t, TAIL_FRAMES> m_tail = {};
 };
 
 // Unwinding passes the context that the kernel left on the stack, so a step back that is made in it
