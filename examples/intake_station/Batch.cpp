@@ -4,6 +4,7 @@
 #include "zel/core/StringUtils.h"
 #include "zel/data/DataTable.h"
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -143,7 +144,8 @@ std::string Source::GetUniqueName() const {
 }
 
 std::int64_t GetWriteTime(const std::string& path) {
-    return std::filesystem::last_write_time(path).time_since_epoch().count();
+    const auto time = std::filesystem::last_write_time(path);
+    return std::chrono::file_clock::to_sys(time).time_since_epoch().count();
 }
 
 Record MakePrototypes(const std::vector<Column>& columns) {

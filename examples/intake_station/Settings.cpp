@@ -2,8 +2,11 @@
 
 #include "zel/core/StringUtils.h"
 #include "zel/data/DataTree.h"
+#include "zel/variant/VariantBase.h"
 
+#include <exception>
 #include <list>
+#include <stdexcept>
 
 using zel::DataTree;
 using zel::RCPtr;
@@ -19,6 +22,16 @@ double ReadSeconds(const DataTree& node, const std::string& name) {
     return seconds;
 }
 
+Column ReadColumn(const DataTree& node) {
+    Column column{node.GetName(), node.GetValue()};
+    try {
+        zel::VariantBase::CreateByTypeName(column.type);
+    } catch (const std::exception& ex) {
+        throw std::runtime_error("column " + column.name + ": " + ex.what());
+    }
+    return column;
+}
+
 std::vector<Column> ReadColumns(const DataTree& node) {
     const RCPtr<DataTree> list = node.GetChild("columns");
     if (!list) {
@@ -28,23 +41,31 @@ std::vector<Column> ReadColumns(const DataTree& node) {
     list->GetChildren(&children);
     std::vector<Column> columns;
     for (const RCPtr<DataTree>& child : children) {
-        columns.push_back({child->GetName(), child->GetValue()});
+        columns.push_back(ReadColumn(*child));
     }
     return columns;
+}
+
+Settings Read(const DataTree& root) {
+    Settings settings;
+    settings.dropFolder = root.GetChildValue("drop");
+    settings.doneFolder = root.GetChildValue("done");
+    settings.rejectedFolder = root.GetChildValue("rejected");
+    settings.storeFile = root.GetChildValue("store");
+    settings.logFile = root.GetChildValue("log");
+    root.GetChildValue("plugin", &settings.plugin);
+    settings.settleSeconds = ReadSeconds(root, "settle seconds");
+    settings.columns = ReadColumns(root);
+    return settings;
 }
 
 }  // namespace
 
 Settings Settings::Load(const char* path) {
     const RCPtr<DataTree> root = DataTree::Load(path);
-    Settings settings;
-    settings.dropFolder = root->GetChildValue("drop");
-    settings.doneFolder = root->GetChildValue("done");
-    settings.rejectedFolder = root->GetChildValue("rejected");
-    settings.storeFile = root->GetChildValue("store");
-    settings.logFile = root->GetChildValue("log");
-    root->GetChildValue("plugin", &settings.plugin);
-    settings.settleSeconds = ReadSeconds(*root, "settle seconds");
-    settings.columns = ReadColumns(*root);
-    return settings;
+    try {
+        return Read(*root);
+    } catch (const std::exception& ex) {
+        throw std::runtime_error(std::string(path) + ": " + ex.what());
+    }
 }

@@ -20,6 +20,7 @@ struct Settings {
     double settleSeconds = 0;
     std::vector<Column> columns;
 
-    // Throws DataTreeEx or StringUtilsEx for a document that lacks something.
+    // Throws DataTreeEx for a text that is no document, and what tells path and name for one that
+    // lacks something or holds what is no number or type.
     static Settings Load(const char* path);
 };

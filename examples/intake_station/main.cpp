@@ -4,6 +4,7 @@
 #include "zel/commands/ThreadCommandProcessor.h"
 #include "zel/commands/TimerThread.h"
 #include "zel/crashd/CrashHandler.h"
+#include "zel/data/DataTree.h"
 #include "zel/foundation/Log.h"
 #include "zel/watch/FileWatcher.h"
 
@@ -147,6 +148,9 @@ int main(int argc, char** argv) {
         const Settings settings = Settings::Load(argv[argc - 1]);
         isToPrint ? Print(settings) : Serve(settings);
         return 0;
+    } catch (const zel::DataTreeEx& ex) {
+        std::cerr << "intake_station: " << ex.GetInfo() << (ex.GetInfo().empty() ? "" : ": ")
+                  << ex.what() << '\n';
     } catch (const std::exception& ex) {
         std::cerr << "intake_station: " << ex.what() << '\n';
     }
