@@ -1,0 +1,6 @@
+# A big-endian 64-bit host, by Debian's g++-s390x-linux-gnu; qemu-user runs what is built.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR s390x)
+set(CMAKE_CXX_COMPILER s390x-linux-gnu-g++)
+set(CMAKE_C_COMPILER s390x-linux-gnu-gcc)
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-s390x -L /usr/s390x-linux-gnu)

@@ -1,0 +1,8 @@
+# A 32-bit host, by Debian's g++-12-multilib, which lacks the path to the kernel's headers. What is
+# built runs by qemu-user, as many a kernel refuses 32-bit programs.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR i686)
+set(flags "-m32 -msse2 -mfpmath=sse -idirafter /usr/include/x86_64-linux-gnu")
+set(CMAKE_C_FLAGS_INIT ${flags})
+set(CMAKE_CXX_FLAGS_INIT ${flags})
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-i386)
