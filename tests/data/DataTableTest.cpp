@@ -34,14 +34,17 @@ TEST(DataTableTest, KeepsFieldsByNameAndRowsOfAnyWidth) {
     EXPECT_EQ(table->GetField(table->GetFieldIndex("c")), "c");
     EXPECT_EQ(table->GetFieldIndex("C"), -1);
 
-    for (const int cells : {2, 4, 0}) {
-        const RCPtr<DataRow> row = table->CreateRow();
-        row->Assign(std::vector<std::string>{"1", "2", "3", "4"});
-        row->SetFieldCount(cells, "x");
+    const std::vector<std::string> cells = {"1", "2", "3", "4"};
+    const RCPtr<DataRow> narrow = table->CreateRow();
+    const RCPtr<DataRow> wide = table->CreateRow();
+    narrow->SetFieldCount(2, "1");
+    wide->SetFieldCount(5, "x");
+    wide->Assign(cells);
+    for (const RCPtr<DataRow>& row : {narrow, wide, table->CreateRow()}) {
         table->AppendRow(row);
     }
-    const RCPtr<DataRow> narrow = table->GetRow(0);
-    const RCPtr<DataRow> wide = table->GetRow(1);
+    EXPECT_EQ(table->GetRowCount(), 3U);
+    EXPECT_EQ(table->GetRow(1)->GetFieldCount(), 4U);
     narrow->SetField("b", "two");
     EXPECT_EQ(wide->GetField("c") + wide->GetField(3), "34");
     EXPECT_EQ(TextOf(table), "a|b|c|\n1|two|\n1|2|3|4|\n\n");
@@ -86,14 +89,14 @@ TEST(DataTableTest, ReadsDelimitedTextAsTheFlagsSay) {
         {"c", "x,,\n", "x|\n"},
         {"", "a,,b", "a||b|\n"},
         {"c", "a,,b", "a|b|\n"},
-        {"c", ",,a", "|a|\n"},
+        {"c", ",,,a", "|a|\n"},
         {"", ",,", "||\n"},
         {"c", ",,", "|\n"},
         {"", " a , b \n", " a | b |\n"},
         {"b", "a\nb\n", ""},
         {"b", "a\nb\n\r\nc\n\nd\n", "c|\nd|\n"},
         {"s", "1,2\n3\n", "1|2|\n3|\n"},
-        {"", "\n\na\r\n\r\nb\rlost,too\nc", "a|\nb|\nc|\n"},
+        {"", "\n\na\r\n\r\nb\rlost,\rtoo\nc", "a|\nb|\nc|\n"},
         {"", std::string("a\0b,\0\n", 6), std::string("a\0b|\0|\n", 7)},
         {"", "1\n" + longest, "1|\n" + longest + "|\n"},
         {"", "a,b;c\t;d\n", "a|b|c||d|\n", "", "", ",;\t"},
