@@ -127,7 +127,7 @@ TEST(DataTableTest, ReadsDelimitedTextAsTheFlagsSay) {
     }
 }
 
-TEST(DataTableTest, WritesWhatItHasRead) {
+TEST(DataTableTest, WritesAndFlushesWhatItHasRead) {
     std::mt19937 random(20261123);
     std::string text = "a\t\tc\t\n";
     for (int i = 0; i < 2000; ++i) {
@@ -139,9 +139,14 @@ TEST(DataTableTest, WritesWhatItHasRead) {
     const RCPtr<DataTable> table(new DataTable);
     std::istringstream in(text);
     table->ReadFromCSV(in, "\t", true, true, false, false);
-    std::ostringstream out;
+    struct Buffer : std::stringbuf {
+        int sync() override { return flushes++; }
+        int flushes = 0;
+    } buffer;
+    std::ostream out(&buffer);
     table->WriteToCSV(out, '\t');
-    EXPECT_EQ(out.str(), text);
+    EXPECT_EQ(buffer.str(), text);
+    EXPECT_EQ(buffer.flushes, 1);
 }
 
 }  // namespace
