@@ -1,5 +1,6 @@
 #include "zel/commands/CommandChain.h"
-#include "zel/commands/ThreadCommandProcessor.h"
+#include "zel/commands/CommandProcessor.h"
+#include "zel/commands/TimerThread.h"
 #include "zel/core/Event.h"
 
 #include "tests/support/RecordingLogSink.h"
@@ -13,29 +14,26 @@ namespace {
 
 constexpr int LONG_ENOUGH = 20000;
 
-class LonelyTarget : public RCObject {
-public:
-    explicit LonelyTarget(std::string& calls) : m_calls(calls) {}
-    ~LonelyTarget() override { m_calls += "gone "; }
+struct Call : Command {
+    explicit Call(std::function<void()> call) : work(std::move(call)) {}
+    void Run() override { work(); }
 
-    virtual void Call(RCPtr<LonelyTarget>* owner) {
-        *owner = nullptr;
-        m_calls += "called ";
-    }
-
-private:
-    std::string& m_calls;
+    const std::function<void()> work;
 };
 
 TEST(CommandTest, CallsItsTargetAndHoldsItForTheTimeOfTheCallAlone) {
     std::string calls;
-    RCPtr<LonelyTarget> owner(new LonelyTarget(calls));
-    AsyncCommandForRCObject command(WeakPtr<LonelyTarget>(owner), &LonelyTarget::Call, &owner);
+    RCPtr<TimerThread> target(new TimerThread(nullptr, 0, 0, 0));
+    const WeakPtr<TimerThread> weak(target);
+    target->GetEvent().Connect([&](TimerThread*) {
+        target = nullptr;
+        calls += weak.GetRCPtr() ? "held " : "gone ";
+    });
+    AsyncCommandForRCObject command(weak, &TimerThread::OnTimerImp, 0);
     command.Run();
-    EXPECT_EQ(calls, "called gone ");
+    EXPECT_FALSE(weak.GetRCPtr());
     command.Run();
-    AsyncCommandForRCObject(WeakPtr<LonelyTarget>(), &LonelyTarget::Call, &owner).Run();
-    EXPECT_EQ(calls, "called gone ");
+    EXPECT_EQ(calls, "held ");
 }
 
 TEST(CommandChainTest, ThrowsAndLogsTheTextOfTheMessage) {
@@ -47,61 +45,45 @@ TEST(CommandChainTest, ThrowsAndLogsTheTextOfTheMessage) {
               std::string("\n2 CommandChain Exception of type CommandChainEx. a\0b", 53));
 }
 
-class ThreadCommandProcessorTest : public testing::Test {
-protected:
-    class Call : public Command {
-    public:
-        explicit Call(std::function<void()> work) : m_work(std::move(work)) {}
-        void Run() override { m_work(); }
-
-    private:
-        std::function<void()> m_work;
-    };
-
-    void Post(std::function<void()> work) { m_processor->PostCommand(new Call(std::move(work))); }
-
-    const test::ScopedLogger m_log;
-    RCPtr<ThreadCommandProcessor> m_processor{new ThreadCommandProcessor};
-    const RCPtr<Event> m_go{new Event(Event::ManualReset)};
-    const RCPtr<Event> m_ended{new Event(Event::ManualReset)};
-};
-
-TEST_F(ThreadCommandProcessorTest, RunsInOrderWhateverACommandThrowsUntilItIsStopped) {
+TEST(ThreadCommandProcessorTest, RunsInOrderWhateverACommandThrowsUntilItIsStopped) {
+    const test::ScopedLogger log;
+    ThreadCommandProcessor processor;
+    Event go(Event::ManualReset);
     std::string calls;
-    Post([] { throw Exception("SomeEx", "gone", "Some", 7); });
-    Post([] { throw 1; });
-    Post([&] {
-        Post([&] {
-            calls += "second ";
-            m_processor->Stop();
-            Post([&] { calls += "refused "; });
-        });
-        Post([&] {
-            calls += "third ";
-            m_ended->Set(true);
-        });
+    processor.PostCommand(new Call([&] {
+        go.Wait(LONG_ENOUGH);
+        throw Exception("SomeEx", "gone", "Some", 7);
+    }));
+    processor.PostCommand(new Call([] { throw 1; }));
+    processor.PostCommand(new Call([&] {
+        processor.Stop();
+        processor.PostCommand(new Call([&] { calls += "refused "; }));
         calls += "first ";
-    });
-    ASSERT_TRUE(m_ended->Wait(LONG_ENOUGH));
-    m_processor->Stop();
-    EXPECT_THROW(m_processor->PostCommand(nullptr), Exception);
-    EXPECT_EQ(calls, "first second third ");
-    EXPECT_EQ(m_log.sink->TakeText(), R"(
+    }));
+    processor.PostCommand(new Call([&] { calls += "second "; }));
+    go.Set(true);
+    processor.Stop();
+    EXPECT_THROW(processor.PostCommand(nullptr), Exception);
+    EXPECT_EQ(calls, "first second ");
+    EXPECT_EQ(log.sink->TakeText(), R"(
 3 CommandProcessor Command got exception. SomeEx: gone (Some:7)
 3 CommandProcessor Command got exception. It is of no known type.
 3 CommandProcessor A command was posted after the stop and is dropped.
 2 CommandProcessor Exception of type Exception. A null command was posted.)");
 }
 
-TEST_F(ThreadCommandProcessorTest, MayLoseItsLastReferenceInACommandAndRunsTheRest) {
-    Post([go = m_go, held = m_processor]() mutable {
+TEST(ThreadCommandProcessorTest, MayLoseItsLastReferenceInACommandAndRunsTheRest) {
+    RCPtr<ThreadCommandProcessor> processor(new ThreadCommandProcessor);
+    const RCPtr<Event> go(new Event(Event::ManualReset));
+    const RCPtr<Event> ended(new Event(Event::ManualReset));
+    processor->PostCommand(new Call([go, held = processor]() mutable {
         go->Wait(LONG_ENOUGH);
         held = nullptr;
-    });
-    Post([ended = m_ended] { ended->Set(true); });
-    m_processor = nullptr;
-    m_go->Set(true);
-    EXPECT_TRUE(m_ended->Wait(LONG_ENOUGH));
+    }));
+    processor->PostCommand(new Call([ended] { ended->Set(true); }));
+    processor = nullptr;
+    go->Set(true);
+    EXPECT_TRUE(ended->Wait(LONG_ENOUGH));
 }
 
 }  // namespace

@@ -1,12 +1,13 @@
 #include "zel/commands/TimerThread.h"
 
 #include "zel/commands/TickSchedule.h"
+#include "zel/core/Timer.h"
 
 #include "tests/support/RecordingLogSink.h"
 
 #include <gtest/gtest.h>
 
-#include <limits>
+#include <cmath>
 #include <random>
 #include <tuple>
 
@@ -14,25 +15,19 @@ namespace zel {
 namespace {
 
 constexpr int LONG_ENOUGH = 20000;
-constexpr double INFINITE = std::numeric_limits<double>::infinity();
-constexpr double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
 
 TEST(TickScheduleTest, TakesTheLatenessOffTheNextInterval) {
     const std::tuple<double, double, double, int> rows[] = {
-        {0.5, 0, 0.5, 100},           {0.5, 0.03, 0.47, 100},
-        {0.05, 0, 0.05, 45},          {0.03125, 0, 0.03125, 28},
-        {0.5, 0.495, 0.01, 9},        {0.5, 5, 0.01, 9},
-        {0, 0.001, 0.01, 9},          {-3, 0, 0.01, 9},
-        {1e300, 0, 1e300, 100},       {-1e300, 0, 0.01, 9},
-        {INFINITE, 0, INFINITE, 100}, {NOT_A_NUMBER, 0, 0.01, 9},
+        {0.5, 0.03, 0.47, 100}, {0.05, 0, 0.05, 45}, {0.03125, 0, 0.03125, 28},
+        {0.5, 0.495, 0.01, 9},  {0.5, 5, 0.01, 9},   {0, 0.001, 0.01, 9},
+        {-1e300, 0, 0.01, 9},   {NAN, 0, 0.01, 9},   {INFINITY, 0, INFINITY, 100},
     };
     for (const auto& [period, late, interval, sleep] : rows) {
         TickSchedule schedule(period);
         EXPECT_EQ(schedule.BeginNext(-late), sleep) << period << ' ' << late;
         EXPECT_DOUBLE_EQ(schedule.GetRemaining(0), interval) << period << ' ' << late;
     }
-    EXPECT_FALSE(TickSchedule(NOT_A_NUMBER).GetRemaining(0) > 0) << "the first is due at once";
-    EXPECT_EQ(TickSchedule::GetSleep(0.005), 4);
+    EXPECT_FALSE(TickSchedule(NAN).GetRemaining(0) > 0) << "the first is due at once";
     EXPECT_EQ(TickSchedule::GetSleep(0.001), 0);
 }
 
@@ -59,94 +54,61 @@ TEST(TickScheduleTest, KeepsTheRateOverAnHourOfRandomLateness) {
 }
 
 // Keeps the command posted last until the test asks for it.
-class PatientProcessor : public CommandProcessor {
-public:
+struct PatientProcessor : CommandProcessor {
     void PostCommand(RCPtr<Command> command) override {
-        road += "posted ";
-        m_command = std::move(command);
-        m_posted.Set(true);
+        ++posts;
+        last = std::move(command);
+        posted.Set(true);
     }
 
-    RCPtr<Command> Take(int milliseconds = LONG_ENOUGH) {
-        return m_posted.Wait(milliseconds) ? std::exchange(m_command, nullptr) : nullptr;
-    }
+    RCPtr<Command> Take() { return posted.Wait(LONG_ENOUGH) ? std::move(last) : nullptr; }
+    bool GetsNone() { return !posted.Wait(40); }
 
-    std::string road;  // what a tick came past
-
-private:
-    RCPtr<Command> m_command;
-    Event m_posted{Event::AutomaticReset};
+    int posts = 0;
+    RCPtr<Command> last;
+    Event posted{Event::AutomaticReset};
 };
 
-class TimerThreadTest : public testing::Test {
-protected:
-    static constexpr int A_FEW_TICKS = 40;
-
-    ~TimerThreadTest() override { Stop(); }
-
-    void Start(double period, int pendingLimit, int repeatCount) {
-        m_timer = new TimerThread(m_processor, period, pendingLimit, repeatCount);
-        m_timer->Start();
+TEST(TimerThreadTest, EndsAfterItsTicksNoneOfThemEarlyOrWithoutAProcessor) {
+    const RCPtr<PatientProcessor> processor(new PatientProcessor);
+    for (const int count : {0, 3}) {
+        const Timer stopwatch;
+        TimerThread(processor, 0.02, 3, count).Run();
+        EXPECT_GE(stopwatch.GetElapsedTime(), count * 0.02);
+        EXPECT_EQ(processor->posts, count);
     }
+    TimerThread(nullptr, 0, 1, TimerThread::FOREVER).Run();
+}
 
-    void Stop() {
-        m_timer->RequestStop();
-        m_timer->Join();
-    }
-
-    const test::ScopedLogger m_log;
-    RCPtr<PatientProcessor> m_processor{new PatientProcessor};
-    RCPtr<TimerThread> m_timer;
-};
-
-TEST_F(TimerThreadTest, ATickGoesFromTheTimerOverTheProcessorToTheSinks) {
-    Start(0.01, 1, 1);
-    std::string& road = m_processor->road;
-    m_timer->GetEvent().Connect([&](TimerThread* const& timer) {
-        road += timer == m_timer.Get() ? "first sink, " : "stranger, ";
+TEST(TimerThreadTest, PostsATickOnceTheOneInFlightIsDoneAndCountsNoneThatIsDropped) {
+    const test::ScopedLogger log;
+    const RCPtr<PatientProcessor> processor(new PatientProcessor);
+    const RCPtr<TimerThread> timer(new TimerThread(processor, 0, 1, 3));
+    std::string calls;
+    const auto connect = [&](auto sink) { timer->GetEvent().Connect(sink); };
+    connect([&](TimerThread* fired) { calls += fired == timer.Get() ? "sink " : "stranger "; });
+    connect([&](TimerThread*) {
+        calls == "sink " ? throw Exception("SomeEx", "x", "Some", 7) : throw 1;
     });
-    m_timer->GetEvent().Connect([&](TimerThread* const&) { road += "second sink, "; });
-    const RCPtr<Command> tick = m_processor->Take();
-    road += "run, ";
+    connect([&](TimerThread*) { calls += "never "; });
+    timer->Start();
+    const RCPtr<Command> tick = processor->Take();
+    EXPECT_TRUE(processor->GetsNone());
+    EXPECT_EQ(calls, "");
     tick->Run();
-    EXPECT_EQ(road + "done", "posted run, first sink, second sink, done");
-}
+    EXPECT_EQ(log.sink->TakeText(),
+              "\n3 CommandProcessor Timer event handler got exception. SomeEx: x (Some:7)");
+    EXPECT_THROW(processor->Take()->Run(), int);
+    EXPECT_TRUE(processor->GetsNone()) << "a foreign exception holds its place";
+    EXPECT_EQ(calls, "sink sink ");
 
-TEST_F(TimerThreadTest, EndsAfterItsTicksOrWithoutAProcessor) {
-    for (const int count : {0, 3, 0}) {
-        Start(0, 3, count);
-        m_timer->Join();
+    const RCPtr<TimerThread> endless(new TimerThread(processor, 0, 1, TimerThread::FOREVER));
+    endless->Start();
+    EXPECT_TRUE(processor->Take());
+    for (TimerThread* thread : {timer.Get(), endless.Get()}) {
+        thread->RequestStop();
+        thread->Join();
     }
-    EXPECT_EQ(m_processor->road, "posted posted posted ");
-    m_processor = nullptr;
-    Start(0, 1, TimerThread::FOREVER);
-    m_timer->Join();
-    EXPECT_EQ(m_log.sink->TakeText(), "");
-}
-
-TEST_F(TimerThreadTest, DropsTicksAtThePendingLimitWithoutCountingThem) {
-    Start(0, 0, TimerThread::FOREVER);
-    EXPECT_FALSE(m_processor->Take(A_FEW_TICKS));
-    Stop();
-    Start(0, 1, 2);
-    const RCPtr<Command> first = m_processor->Take();
-    EXPECT_FALSE(m_processor->Take(A_FEW_TICKS));
-    first->Run();
-    EXPECT_TRUE(m_processor->Take());
-}
-
-TEST_F(TimerThreadTest, AnExceptionOfASinkEndsItsTickAndOneOfForeignTypeBlocksItsPlace) {
-    Start(0, 1, TimerThread::FOREVER);
-    bool isForeign = false;
-    m_timer->GetEvent().Connect([&](TimerThread* const&) {
-        isForeign ? throw 1 : throw Exception("SomeEx", "sink", "Some", 7);
-    });
-    m_processor->Take()->Run();
-    EXPECT_EQ(m_log.sink->TakeText(),
-              "\n3 CommandProcessor Timer event handler got exception. SomeEx: sink (Some:7)");
-    isForeign = true;
-    EXPECT_THROW(m_processor->Take()->Run(), int);
-    EXPECT_FALSE(m_processor->Take(A_FEW_TICKS));
 }
 
 }  // namespace

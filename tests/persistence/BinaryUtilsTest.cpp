@@ -19,87 +19,59 @@ using BinaryUtils::DataUnpacker;
 static_assert(!std::is_constructible_v<DataUnpacker, std::string, bool>);
 static_assert(!std::is_constructible_v<DataUnpacker, const char*, bool>);
 
-TEST(BinaryUtilsTest, PacksTheMostSignificantByteFirst) {
-    std::ostringstream out;
+TEST(BinaryUtilsTest, PutsTheMostSignificantByteFirstWithoutAnyAllocation) {
+    std::stringstream out("   ");
+    const std::string data = "\x56\xfe\xdc\xff";
+    const std::size_t before = test::CountAllocations();
     DataPacker packer(&out, true);
     packer.Insert(static_cast<unsigned short>(0x1234));
     packer.Insert(static_cast<unsigned char>(0x56));
-    EXPECT_EQ(out.str(), "\x12\x34\x56");
-}
-
-TEST(BinaryUtilsTest, WritesAsTheStreamItselfWould) {
-    std::ostringstream tied;
-    std::ostringstream out;
-    out.tie(&tied);
-    DataPacker packer(&out, false);
-    packer.Insert(static_cast<unsigned char>('a'));
-    out.tie(nullptr);
-    out << std::unitbuf;
-    packer.Insert(static_cast<unsigned char>('b'));
-    out.setstate(std::ios_base::eofbit);
-    packer.Insert(static_cast<unsigned char>('c'));
-    EXPECT_EQ(out.str(), "ab");
-
-    std::ostream nowhere(nullptr);
-    DataPacker(&nowhere, false).Insert(static_cast<unsigned short>(1));
-    EXPECT_TRUE(nowhere.bad());
-}
-
-TEST(BinaryUtilsTest, UnpacksFromAnyAddressAndNeverPastTheEnd) {
-    const char block[] = "\x00\x12\x34\xff";
-    DataUnpacker unpacker(block + 1, 3, false);
-    unsigned short wide = 0;
-    unpacker.Extract(&wide);
-    EXPECT_EQ(wide, 0x1234);
-    EXPECT_THROW(unpacker.Extract(&wide), BinaryUtilsEx);
-    EXPECT_EQ(wide, 0x1234);
+    DataUnpacker unpacker(data, true);
     unsigned char narrow = 0;
+    unsigned short wide = 0;
     unpacker.Extract(&narrow);
-    EXPECT_EQ(narrow, 0xff);
+    unpacker.Extract(&wide);
+    EXPECT_EQ(test::CountAllocations(), before);
+    EXPECT_EQ(out.str(), "\x12\x34\x56");
+    EXPECT_EQ(narrow, 0x56);
+    EXPECT_THROW(unpacker.Extract(&wide), BinaryUtilsEx);
+    EXPECT_EQ(wide, 0xfedc);
+    unpacker.Extract(&narrow);
     EXPECT_THROW(unpacker.Extract(&narrow), BinaryUtilsEx);
     EXPECT_EQ(narrow, 0xff);
 }
 
-TEST(BinaryUtilsTest, VerifiesWhatIsLeft) {
-    const test::ScopedLogger logger;
-    const struct {
-        const char* data;
-        int length;
-        unsigned int size;
-        std::string refused;
-    } rows[] = {
-        {"", 0, 0, ""},
-        {"", 0, 1, "1"},
-        {"abc", 3, 3, ""},
-        {"abc", 3, 4, "4"},
-        {"abc", 3, UINT_MAX, "4294967295"},
-        {"abc", INT_MIN, 0, ""},
-        {"abc", INT_MIN, 1, "1"},
-        {nullptr, 0, 2, "2"},
-    };
-    for (const auto& row : rows) {
-        DataUnpacker unpacker(row.data, row.length, false);
-        const std::string text = "Malformed data, can not extract " + row.refused + " bytes";
-        EXPECT_EQ(test::ThrownBy([&] { unpacker.VerifySize(row.size); }),
-                  row.refused.empty() ? "" : "BinaryUtilsEx: " + text);
-        EXPECT_EQ(
-            logger.sink->TakeText(),
-            row.refused.empty() ? "" : "\n2 BinaryUtils Exception of type BinaryUtilsEx. " + text);
-    }
+TEST(BinaryUtilsTest, WritesAndFlushesAsTheStreamItselfWould) {
+    struct Buffer : std::stringbuf {
+        int sync() override { return sputc('!') == '!' ? 0 : -1; }
+    } buffer;
+    std::ostream tied(&buffer);
+    std::ostream out(&buffer);
+    DataPacker packer(&out, false);
+    packer.Insert(static_cast<unsigned char>('a'));
+    out.tie(&tied);
+    packer.Insert(static_cast<unsigned char>('b'));
+    out.tie(nullptr);
+    out << std::unitbuf;
+    packer.Insert(static_cast<unsigned short>(0x6364));
+    out << std::nounitbuf;
+    out.setstate(std::ios_base::eofbit);
+    packer.Insert(static_cast<unsigned char>('e'));
+    EXPECT_EQ(buffer.str(), "a!bcd!");
 }
 
-TEST(BinaryUtilsTest, AllocatesNothing) {
-    std::stringstream stream(std::string(100, ' '));
-    const std::string data(100, ' ');
-    const std::size_t before = test::CountAllocations();
-    DataPacker packer(&stream, false);
-    DataUnpacker unpacker(data, false);
-    unsigned short value = 0;
-    for (int i = 0; i < 50; ++i) {
-        unpacker.Extract(&value);
-        packer.Insert(value);
-    }
-    EXPECT_EQ(test::CountAllocations(), before);
+TEST(BinaryUtilsTest, RefusesMoreThanIsLeft) {
+    const test::ScopedLogger logger;
+    const auto verify = [](int length, unsigned int size) {
+        return test::ThrownBy([=] { DataUnpacker("abc", length, false).VerifySize(size); });
+    };
+    const std::string text = "Malformed data, can not extract ";
+    EXPECT_EQ(verify(0, 0) + verify(3, 3), "");
+    EXPECT_EQ(verify(3, 4), "BinaryUtilsEx: " + text + "4 bytes");
+    EXPECT_EQ(logger.sink->TakeText(),
+              "\n2 BinaryUtils Exception of type BinaryUtilsEx. " + text + "4 bytes");
+    EXPECT_EQ(verify(3, UINT_MAX), "BinaryUtilsEx: " + text + "4294967295 bytes");
+    EXPECT_EQ(verify(INT_MIN, 1), "BinaryUtilsEx: " + text + "1 bytes");
 }
 
 }  // namespace

@@ -16,6 +16,7 @@ public:
         const std::lock_guard lock(m_mutex);
         m_text += '\n' + StringUtils::AsString(record.level) + ' ' + std::string(record.area) +
                   ' ' + std::string(record.text);
+        m_line = record.line;
     }
 
     std::string TakeText() {
@@ -23,9 +24,16 @@ public:
         return std::exchange(m_text, {});
     }
 
+    // The source line of the last one.
+    int GetLine() {
+        const std::lock_guard lock(m_mutex);
+        return m_line;
+    }
+
 private:
     std::mutex m_mutex;
     std::string m_text;
+    int m_line = 0;
 };
 
 // A started logger with a recording sink, in use for a scope.

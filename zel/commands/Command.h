@@ -35,7 +35,7 @@ public:
     AsyncCommandForRCObject(WeakPtr<T> target, Fn function, Arg argument)
         : m_target(std::move(target)), m_argument(std::move(argument)), m_function(function) {}
 
-    ~AsyncCommandForRCObject() override = default;
+    ~AsyncCommandForRCObject() override;
 
     // Makes the call if the target is still there, else does nothing. The target is held for the
     // time of the call; if everybody else has let it go meanwhile, it is destroyed here, on this
@@ -51,5 +51,9 @@ private:
     Arg m_argument;
     Fn m_function;
 };
+
+// Not in the class, as an instance that a library makes exports only what is defined outside.
+template <class T, class Fn, class Arg>
+AsyncCommandForRCObject<T, Fn, Arg>::~AsyncCommandForRCObject() = default;
 
 }  // namespace zel

@@ -16,3 +16,5 @@ public:
 };
 
 }  // namespace zel
+
+#include "zel/commands/ThreadCommandProcessor.h"

@@ -69,8 +69,8 @@ public:
     // Reads lines to the end of the stream and appends them to what is here. An empty line is no
     // record, and a line ends at its first carriage return if it has one.
     //
-    // `separators` is a set of characters, each of which parts cells; one at the end of a line
-    // opens no further cell.
+    // `separators`, a text that isn't null, is a set of characters, each of which parts cells; one
+    // at the end of a line opens no further cell.
     // `strictFieldCount`: a record whose width isn't the number of fields raises DataTableEx "On
     // line ...". Without it such a record is dropped if there is a header, and is a row of its own
     // width if there is none. A table without fields takes any width.
