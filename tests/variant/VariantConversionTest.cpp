@@ -117,6 +117,7 @@ TEST(VariantConversionTest, TextThatIsNoNumberLeavesWhatCameBefore) {
     EXPECT_THROW(array.SetValue(std::vector<std::string>{"1", "x", "3"}, false), StringUtilsEx);
     EXPECT_EQ(array.GetValue(), std::vector<int>{1});
     EXPECT_THROW(ReadVectorValueFromStringImp<std::string>(&array, "2`x", false), StringUtilsEx);
+    EXPECT_THROW(AddElementToVectorAsStringImp<std::string>(&array, -1, "x", false), StringUtilsEx);
     EXPECT_EQ(array.GetValue(), std::vector<int>{1});
     Variant<std::vector<int>> fixed({1, 2, 3}, true);
     EXPECT_FALSE(ReadVectorValueFromStringImp<std::string>(&fixed, "x`y", false));
