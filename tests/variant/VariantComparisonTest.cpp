@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace zel {
 namespace {
 
@@ -42,48 +44,44 @@ std::string Compare(const Value& left, const Value& right, bool expandSingle, bo
     return signs;
 }
 
-struct Row {
-    const char* left;
-    const char* right;
-    const char* withTrue;             // what holds with the last argument true
-    const char* withFalse = nullptr;  // and with false, null for the same
-};
+// Two values, and what holds with the last argument true and with false.
+using Row = std::tuple<const char*, const char*, const char*>;
 
 void Check(const std::vector<Row>& rows, bool expandSingle) {
-    for (const auto& [left, right, withTrue, withFalse] : rows) {
-        SCOPED_TRACE(left + std::string(" and ") + right);
-        EXPECT_EQ(Compare(Make(left), Make(right), expandSingle, true), withTrue);
-        EXPECT_EQ(Compare(Make(left), Make(right), expandSingle, false),
-                  withFalse != nullptr ? withFalse : withTrue);
+    for (const auto& [left, right, signs] : rows) {
+        EXPECT_EQ(Compare(Make(left), Make(right), expandSingle, true) + ' ' +
+                      Compare(Make(left), Make(right), expandSingle, false),
+                  signs)
+            << left << " and " << right;
     }
 }
 
 // The argument is read into the receiver's type; the flags combine the pairs of arrays.
 TEST(VariantComparisonTest, HoldsAsTheTypesAndTheFlagsSay) {
     const std::vector<Row> scalars = {
-        {"S64 5", "S32 5", "=[]"},          {"S32 5", "S64 5", "#"},
-        {"D64 5", "S32 5", "=[]"},          {"S32 5", "D64 5", "#"},
-        {"S32 -1", "S16 1", "#<["},         {"U32 200", "U8 100", "#>]"},
-        {"string 5", "S32 5", "=[]"},       {"S32 5", "string 5", "#"},
-        {"string 10", "S32 9", "#<["},      {"string a", "string ab", "#<["},
-        {"string \xFF", "string a", "#>]"}, {"D64 nan", "D64 nan", "#"},
-        {"S32 5", "S32[] 5", "#"},
+        {"S64 5", "S32 5", "=[] =[]"},      {"S32 5", "S64 5", "# #"},
+        {"D64 5", "S32 5", "=[] =[]"},      {"S32 5", "D64 5", "# #"},
+        {"S32 -1", "S16 1", "#<[ #<["},     {"U32 200", "U8 100", "#>] #>]"},
+        {"string 5", "S32 5", "=[] =[]"},   {"S32 5", "string 5", "# #"},
+        {"string 10", "S32 9", "#<[ #<["},  {"string a", "string ab", "#<[ #<["},
+        {"string \xFF", "S8 1", "#>] #>]"}, {"D64 nan", "D64 nan", "# #"},
+        {"S32 5", "S32[] 5", "# #"},
+    };
+    const std::vector<Row> arrays = {
+        {"S32[] 1`2", "S32[2] 1`2", "=[] =[]"}, {"S32[] 1`2", "S32[] 1`3", "#<[] =["},
+        {"S32[] 1`2", "S32[] 2`3", "#<[ #<["},  {"S32[] 1`5", "S32[] 2`3", "#<[>] #"},
+        {"S32[] 7", "S32[] 7`7`7", "# #"},      {"S32[] ", "S32[] ", "= #<[>]"},
+        {"D64[] nan`nan", "D64[] 1`1", "# #"},  {"string[] 1`2", "S32[] 1`2", "=[] =[]"},
+        {"S32[] 1`2", "string[] 1`2", "# #"},
+    };
+    const std::vector<Row> expanded = {
+        {"S32[] 7", "S32[] 7`7`7", "=[] =[]"},
+        {"S32[] 7`8", "S32[] 7", "#[>] =]"},
+        {"S32[] 1`2", "S32[] 1`2`3", "# #"},
+        {"S32[] 1", "S32[] ", "= #<[>]"},
     };
     Check(scalars, false);
     Check(scalars, true);
-    const std::vector<Row> arrays = {
-        {"S32[] 1`2", "S32[2] 1`2", "=[]"},  {"S32[] 1`2", "S32[] 1`3", "#<[]", "=["},
-        {"S32[] 1`2", "S32[] 2`3", "#<["},   {"S32[] 1`5", "S32[] 2`3", "#<[>]", "#"},
-        {"S32[] 7", "S32[] 7`7`7", "#"},     {"S32[] ", "S32[] ", "=", "#<[>]"},
-        {"D64[] nan`nan", "D64[] 1`1", "#"}, {"string[] 1`2", "S32[] 1`2", "=[]"},
-        {"S32[] 1`2", "string[] 1`2", "#"},
-    };
-    const std::vector<Row> expanded = {
-        {"S32[] 7", "S32[] 7`7`7", "=[]"},
-        {"S32[] 7`8", "S32[] 7", "#[>]", "=]"},
-        {"S32[] 1`2", "S32[] 1`2`3", "#"},
-        {"S32[] 1", "S32[] ", "=", "#<[>]"},
-    };
     Check(arrays, false);
     Check(expanded, true);
 }

@@ -157,7 +157,11 @@ TEST(VariantConversionTest, InsertsAStringAmongStrings) {
     EXPECT_TRUE(Converter::AddElementToVector(-1, &texts, &element, true));
     EXPECT_TRUE(Converter::AddElementToVector(0, &texts, &element, true));
     EXPECT_THROW(Converter::AddElementToVector(3, &texts, &element, true), VariantEx);
-    EXPECT_EQ(texts.GetValue(), (std::vector<std::string>{"b", "a", "b"}));
+    using ToText = VariantValueConverter<std::vector<std::string>, std::string>;
+    EXPECT_TRUE(ToText::GetValueImp(&texts, &element, true));
+    EXPECT_EQ(element, "b`a`b");
+    EXPECT_TRUE(Converter::SetValueImp(&texts, "c`d", true));
+    EXPECT_EQ(texts.GetValue(), (std::vector<std::string>{"c", "d"}));
 }
 
 }  // namespace

@@ -17,14 +17,18 @@ namespace {
 
 using Names = std::vector<std::pair<std::string, std::string>>;
 using Texts = std::vector<std::string>;
+using Ints = std::vector<int>;
+using Longs = std::vector<long long>;
 
-// Puts into a text what its marks stand for, which may have marks of those behind it.
+template <class Source, class Target>
+using Converter = VariantValueConverter<Source, Target>;
+
+// Puts into a text what its marks stand for.
 std::string Filled(std::string text, Names names = {}) {
     names.insert(names.end(), {{"int", typeid(int).name()},
-                               {"short", typeid(short).name()},
                                {"long", typeid(long long).name()},
                                {"string", typeid(std::string).name()},
-                               {"ints", typeid(std::vector<int>).name()},
+                               {"ints", typeid(Ints).name()},
                                {"texts", typeid(Texts).name()}});
     for (const auto& [mark, name] : names) {
         text = std::regex_replace(text, std::regex("\\{" + mark + "\\}"), name);
@@ -80,89 +84,71 @@ protected:
     unsigned long long m_bytes = 0;
     Variant<int> m_number{5};
     Variant<std::string> m_text{"ab"};
-    Variant<std::vector<int>> m_array{{1, 2}};
-    Variant<std::vector<int>> m_fixed{{1, 2}, true};
+    Variant<Ints> m_array{{1, 2}};
+    Variant<Ints> m_fixed{{1, 2}, true};
     Variant<Texts> m_texts{{"a"}};
 };
 
 // Without a variant, with one of another shape, with the right one, and with too few bytes for it.
+// Of the two in {text|number} one is meant, by the element type.
 const char* const s_linesOfForms = R"(
-3 Variant [ReadScalarValueFromBufferImp< {form} >] Invalid pointer passed into function
-3 Variant [ReadVectorValueFromBufferImp< {form} >] Invalid pointer passed into function
-3 Variant [ReadScalarValueFromStreamImp< {form} >] Invalid variant pointer passed into function
-3 Variant [ReadVectorValueFromStreamImp< {form} >] Invalid variant pointer passed into function
-3 Variant [ReadScalarValueFromStringImp< {form} >] Invalid variant pointer passed into function
+3 Variant [ReadScalarValueFromBufferImp< {std::string|T} >] Invalid pointer passed into function
+3 Variant [ReadVectorValueFromBufferImp< {std::string|T} >] Invalid pointer passed into function
+3 Variant [ReadScalarValueFromStreamImp< {std::string|T} >] Invalid variant pointer passed into function
+3 Variant [ReadVectorValueFromStreamImp< {std::string|T} >] Invalid variant pointer passed into function
+3 Variant [ReadScalarValueFromStringImp< {std::string|T} >] Invalid variant pointer passed into function
 3 Variant [ReadVectorValueFromStringImp< T >] Invalid variant pointer passed into function
 3 Variant [AddElementToVectorAsStringImp< {tag} >] Invalid pointer passed to function
 3 Variant [RemoveElementFromVectorImp< std::vector< T > >] Invalid variant pointer passed to function
-3 Variant [WriteScalarValueToStringImp< {own} >] Invalid variant pointer passed to function
+3 Variant [WriteScalarValueToStringImp< {std::string|{tag}} >] Invalid variant pointer passed to function
 3 Variant [WriteVectorValueToStringImp< {tag} >] Invalid variant pointer passed to function
-3 Variant [WriteScalarBufferToStreamImp< {form} >] Invalid variant pointer passed to function
-3 Variant [WriteVectorValueTo{sink}Imp< {form} >] Invalid variant pointer passed to function
-3 Variant [WriteScalarValueToBufferImp< {form} >] Invalid variant pointer passed to function
-3 Variant [WriteVectorValueToBufferImp< {form} >] Invalid variant pointer passed to function
+3 Variant [WriteScalarBufferToStreamImp< {std::string|T} >] Invalid variant pointer passed to function
+3 Variant [WriteVectorValueTo{Stream|Buffer}Imp< {std::string|T} >] Invalid variant pointer passed to function
+3 Variant [WriteScalarValueToBufferImp< {std::string|T} >] Invalid variant pointer passed to function
+3 Variant [WriteVectorValueToBufferImp< {std::string|T} >] Invalid variant pointer passed to function
 
-3 Variant [ReadScalarValueFromBufferImp< {form} >] Unable to set variant of type 292 with value of type {type}
-3 Variant [ReadVectorValueFromBufferImp< {form} >] Unable to set value of type {arrayType} into variant of type 36
-3 Variant [ReadScalarValueFromStreamImp< {form} >] Unable to set variant of type 292 with object of type {type}
-3 Variant [ReadVectorValueFromStreamImp< {form} >] Unable to set variant of type 36 with object of type {type}
-3 Variant [ReadScalarValueFromStringImp< {form} >] Unable to set value 7 into variant of type 292
-3 Variant [ReadVectorValueFromStringImp< {tag} >] Unable to set value 7 into variant of type {number}
+3 Variant [ReadScalarValueFromBufferImp< {std::string|T} >] Unable to set variant of type 292 with value of type {std::string|{E}}
+3 Variant [ReadVectorValueFromBufferImp< {std::string|T} >] Unable to set value of type {std::vector< std::string >|{E}} into variant of type 36
+3 Variant [ReadScalarValueFromStreamImp< {std::string|T} >] Unable to set variant of type 292 with object of type {std::string|{E}}
+3 Variant [ReadVectorValueFromStreamImp< {std::string|T} >] Unable to set variant of type 36 with object of type {std::string|{E}}
+3 Variant [ReadScalarValueFromStringImp< {std::string|T} >] Unable to set value 7 into variant of type 292
+3 Variant [ReadVectorValueFromStringImp< {tag} >] Unable to set value 7 into variant of type {S32|36}
 3 Variant [AddElementToVectorAsStringImp< {tag} >] Unable to retrieve value vector of type {E} from variant of type {int}
 3 Variant [RemoveElementFromVectorImp< std::vector< T > >] Unable to get vector to remove 0th element
-3 Variant [WriteScalarValueToStringImp< {own} >] Unable to get value from variant of type 292 to write to string
+3 Variant [WriteScalarValueToStringImp< {std::string|{tag}} >] Unable to get value from variant of type 292 to write to string
 3 Variant [WriteVectorValueToStringImp< {tag} >] Unable to get value from variant of type 36 to write to string
-{level} Variant [WriteScalarBufferToStreamImp< {form} >] {toStream}
-3 Variant [WriteVectorValueTo{sink}Imp< {form} >] Unable to get value as vector of {type}, type is 36
-{level} Variant [WriteScalarValueToBufferImp< {form} >] {toBuffer}
-3 Variant [WriteVectorValueToBufferImp< {form} >] Unable to get value as vector of {type}, type is 36
+{6|3} Variant [WriteScalarBufferToStreamImp< {std::string|T} >] {Successfully wrote variant of type 292 to stream...|Unable to convert variant of type 292 to object of type {E}}
+3 Variant [WriteVectorValueTo{Stream|Buffer}Imp< {std::string|T} >] Unable to get value as vector of {std::string|{E}}, type is 36
+{6|3} Variant [WriteScalarValueToBufferImp< {std::string|T} >] {Successfully wrote 4 bytes for variant of type 292 to buffer...|Unable to convert variant of type 292 to object of type {E}}
+3 Variant [WriteVectorValueToBufferImp< {std::string|T} >] Unable to get value as vector of {std::string|{E}}, type is 36
 
-6 Variant [ReadVectorValueFromBufferImp< {form} >] This vector has 0 elements...
-6 Variant [ReadVectorValueFromStreamImp< {form} >] Current vector has 0 elements
-6 Variant [WriteScalarBufferToStreamImp< {form} >] Successfully wrote variant of type {id} to stream...
-6 Variant [WriteVectorValueTo{sink}Imp< {form} >] Successfully wrote variant with 1 elements and type {arrayID} to stream...
-6 Variant [WriteScalarValueToBufferImp< {form} >] Successfully wrote {size} bytes for variant of type {id} to buffer...
-6 Variant [WriteVectorValueToBufferImp< {form} >] Successfully wrote {fullSize} bytes for variant with 1 elements and type {arrayID}...
+6 Variant [ReadVectorValueFromBufferImp< {std::string|T} >] This vector has 0 elements...
+6 Variant [ReadVectorValueFromStreamImp< {std::string|T} >] Current vector has 0 elements
+6 Variant [WriteScalarBufferToStreamImp< {std::string|T} >] Successfully wrote variant of type {id} to stream...
+6 Variant [WriteVectorValueTo{Stream|Buffer}Imp< {std::string|T} >] Successfully wrote variant with 1 elements and type {arrayID} to stream...
+6 Variant [WriteScalarValueToBufferImp< {std::string|T} >] Successfully wrote {size} bytes for variant of type {id} to buffer...
+6 Variant [WriteVectorValueToBufferImp< {std::string|T} >] Successfully wrote {fullSize} bytes for variant with 1 elements and type {arrayID}...
 
-3 Variant [ReadScalarValueFromBufferImp< {form} >] Trying to read {fromBuffer}
-3 Variant [ReadVectorValueFromBufferImp< {form} >] Not enough bytes to specify the size of the vector
-3 Variant [ReadScalarValueFromStreamImp< {form} >]  Unable to read {fromStream} from input stream
-3 Variant [ReadVectorValueFromStreamImp< {form} >]  Unable to read 8 bytes from input stream
-3 Variant [WriteScalarValueToBufferImp< {form} >] Trying to write {size} bytes to buffer that only has {room} bytes available
-3 Variant [WriteVectorValueToBufferImp< {form} >] Full size of vector is {fullSize}, but only {room} bytes are available)";
+3 Variant [ReadScalarValueFromBufferImp< {std::string|T} >] Trying to read {string from buffer but no terminating character found in {room} bytes|{size} bytes from buffer for type {E} but only {room} bytes are available}
+3 Variant [ReadVectorValueFromBufferImp< {std::string|T} >] Not enough bytes to specify the size of the vector
+3 Variant [ReadScalarValueFromStreamImp< {std::string|T} >]  Unable to read {string|{size} bytes} from input stream
+3 Variant [ReadVectorValueFromStreamImp< {std::string|T} >]  Unable to read 8 bytes from input stream
+3 Variant [WriteScalarValueToBufferImp< {std::string|T} >] Trying to write {size} bytes to buffer that only has {room} bytes available
+3 Variant [WriteVectorValueToBufferImp< {std::string|T} >] Full size of vector is {fullSize}, but only {room} bytes are available)";
 
 // Calls each instance from outside the library.
 TEST_F(VariantMessagesTest, EveryInstanceOfTheFormsSaysWhatIsWrongAndWhatWentWell) {
     test::ForEachElement([&]<class E>(ElementTraits<E> traits) {
         const bool isText = std::is_same_v<E, std::string>;
-        const auto either = [&](const char* ofText, std::string ofNumber) {
-            return isText ? ofText : ofNumber;
-        };
         const std::size_t size = isText ? sizeof "7" : sizeof(E);
-        const std::string tag = sizeof(E) == 1 ? traits.Spelling : "T";
-        const Names names = {
-            {"toBuffer", either("Successfully wrote 4 bytes for variant of type 292 to buffer...",
-                                "Unable to convert variant of type 292 to object of type {E}")},
-            {"toStream", either("Successfully wrote variant of type 292 to stream...",
-                                "Unable to convert variant of type 292 to object of type {E}")},
-            {"fromBuffer",
-             either("string from buffer but no terminating character found in {room} bytes",
-                    "{size} bytes from buffer for type {E} but only {room} bytes are available")},
-            {"fromStream", either("string", "{size} bytes")},
-            {"level", either("6", "3")},
-            {"form", either("std::string", "T")},
-            {"own", either("std::string", tag)},
-            {"tag", tag},
-            {"sink", either("Stream", "Buffer")},
-            {"number", either("S32", "36")},
-            {"arrayType", either("std::vector< std::string >", "{E}")},
-            {"type", either("std::string", "{E}")},
-            {"E", typeid(E).name()},
-            {"size", std::to_string(size)},
-            {"fullSize", std::to_string(8 + size)},
-            {"room", std::to_string(size - 1)},
-            {"id", std::to_string(traits.Code)},
-            {"arrayID", std::to_string(traits.Code | 0x200)}};
+        const Names names = {{"tag", sizeof(E) == 1 ? traits.Spelling : "T"},
+                             {"E", typeid(E).name()},
+                             {"size", std::to_string(size)},
+                             {"fullSize", std::to_string(8 + size)},
+                             {"room", std::to_string(size - 1)},
+                             {"id", std::to_string(traits.Code)},
+                             {"arrayID", std::to_string(traits.Code | 0x200)}};
+        const std::regex either("\\{([^{}|]*)\\|([^{}|]*)\\}");
         Variant<E> scalar;
         Variant<std::vector<E>> array;
         m_log.logger->SetAreaLevel("Variant", 6);
@@ -171,7 +157,8 @@ TEST_F(VariantMessagesTest, EveryInstanceOfTheFormsSaysWhatIsWrongAndWhatWentWel
         lines += LinesOfForms<E>(&scalar, &array, 64, 0) + '\n';
         m_log.logger->SetAreaLevel("Variant", 3);
         lines += LinesOfForms<E>(&scalar, &array, size - 1, 'x');
-        EXPECT_EQ(lines, Filled(s_linesOfForms, names));
+        EXPECT_EQ(lines,
+                  std::regex_replace(Filled(s_linesOfForms, names), either, isText ? "$1" : "$2"));
     });
 }
 
@@ -237,16 +224,15 @@ TEST_F(VariantMessagesTest, TheFormsSayWhatIsWrongWithTextAndBytes) {
 }
 
 TEST_F(VariantMessagesTest, ConversionSaysWhatIsRefusedAndWhy) {
-    Variant<std::vector<int>> one({1}, true);
-    Variant<std::vector<long long>> none({}, true);
+    Variant<Ints> one({1}, true);
+    Variant<Longs> none({}, true);
     Variant<long long> wide;
-    Variant<short> narrow;
-    std::vector<int> ints{1, 2};
+    Ints ints{1, 2};
     std::string string;
-    m_fixed.SetValue(std::vector<int>{1}, false);
+    m_fixed.SetValue(Ints{1}, false);
     one.SetValue(1, false);
     m_array.GetValue(&ints[0], false);
-    narrow.SetValue(5, false);
+    m_number.SetValue(5LL, false);
     wide.GetValue(&ints[0], false);
     m_text.SetValue(1, false);
     m_texts.SetValue(ints, false);
@@ -260,7 +246,7 @@ TEST_F(VariantMessagesTest, ConversionSaysWhatIsRefusedAndWhy) {
 3 Variant [VariantBase::SetValue] Source array has 1 elements, but variant is fixed at 2 elements
 3 Variant [VariantBase::SetValue] Source and target cannot agree on array type (sourceID=36/targetID=292)
 3 Variant [VariantBase::GetValue] Source and target cannot agree on array type (sourceID=548/targetID=36)
-3 Variant [VariantBase::SetValue] Unable to Convert to variant type S16 from {int}!
+3 Variant [VariantBase::SetValue] Unable to Convert to variant type S32 from {long}!
 3 Variant [VariantBase::GetValue] Unable to convert from variant type {long} to {int}!
 3 Variant [VariantValueConverter< SourceT, std::string >::SetValueImp] Invalid call!
 3 Variant [VariantBase::SetValue] Unable to secondarily convert to variant type string from {int}!
@@ -278,35 +264,27 @@ TEST_F(VariantMessagesTest, ConversionSaysWhatIsRefusedAndWhy) {
 }
 
 TEST_F(VariantMessagesTest, ConvertersSayWhatTheyCouldNotDo) {
-    using Scalar = VariantValueConverter<int, long long>;
-    using Array = VariantValueConverter<std::vector<int>, std::vector<long long>>;
-    using TextToText = VariantValueConverter<std::string, std::string>;
-    using TextsToTexts = VariantValueConverter<Texts, Texts>;
-    using TextsToText = VariantValueConverter<Texts, std::string>;
-    using TextToTexts = VariantValueConverter<std::string, Texts>;
     long long number = 0;
-    std::vector<long long> numbers;
+    Longs numbers;
     std::string text;
     Variant<Texts> fixed({"a"}, true);
     const std::string lines = LinesOf({
-        [&] { Scalar::SetValueImp(&m_number, 1, false); },
-        [&] { Scalar::GetValueImp(&m_array, &number, false); },
-        [&] {
-            Array::SetValueImp(&m_array, {1, 2}, false);
-        },
-        [&] { Array::GetValueImp(&m_number, &numbers, false); },
-        [&] { TextToTexts::AddElementToVector(0, &m_number, &text, false); },
-        [&] { TextToTexts::AddElementToVector(1, &m_texts, &text, false); },
-        [&] { TextToTexts::AddElementToVector(-1, &fixed, &text, false); },
-        [] { TextToText::SetValueImp(nullptr, "", true); },
-        [] { TextToText::GetValueImp(nullptr, nullptr, true); },
-        [] { TextToText::AddElementToVector(0, nullptr, nullptr, true); },
-        [] { TextsToTexts::SetValueImp(nullptr, {}, true); },
-        [] { TextsToTexts::GetValueImp(nullptr, nullptr, true); },
-        [] { TextsToTexts::AddElementToVector(0, nullptr, nullptr, true); },
-        [] { TextsToText::SetValueImp(nullptr, {}, true); },
-        [] { TextsToText::AddElementToVector(0, nullptr, nullptr, true); },
-        [] { TextToTexts::GetValueImp(nullptr, nullptr, true); },
+        [&] { Converter<int, long long>::SetValueImp(&m_number, 1, false); },
+        [&] { Converter<int, long long>::GetValueImp(&m_array, &number, false); },
+        [&] { Converter<Ints, Longs>::SetValueImp(&m_array, Ints(2), false); },
+        [&] { Converter<Ints, Longs>::GetValueImp(&m_number, &numbers, false); },
+        [&] { Converter<std::string, Texts>::AddElementToVector(0, &m_number, &text, false); },
+        [&] { Converter<std::string, Texts>::AddElementToVector(1, &m_texts, &text, false); },
+        [&] { Converter<std::string, Texts>::AddElementToVector(-1, &fixed, &text, false); },
+        [] { Converter<std::string, std::string>::SetValueImp(nullptr, "", true); },
+        [] { Converter<std::string, std::string>::GetValueImp(nullptr, nullptr, true); },
+        [] { Converter<std::string, std::string>::AddElementToVector(0, nullptr, nullptr, true); },
+        [] { Converter<Texts, Texts>::SetValueImp(nullptr, {}, true); },
+        [] { Converter<Texts, Texts>::GetValueImp(nullptr, nullptr, true); },
+        [] { Converter<Texts, Texts>::AddElementToVector(0, nullptr, nullptr, true); },
+        [] { Converter<Texts, std::string>::SetValueImp(nullptr, {}, true); },
+        [] { Converter<Texts, std::string>::AddElementToVector(0, nullptr, nullptr, true); },
+        [] { Converter<std::string, Texts>::GetValueImp(nullptr, nullptr, true); },
     });
     EXPECT_EQ(lines, Filled(R"(
 3 Variant [VaraintValueConverter< SourceT, TargetT >::SetValueImp] Could not set value of type {int} to variant of type {int} (36)
