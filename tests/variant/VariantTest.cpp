@@ -159,7 +159,7 @@ TEST(VariantTest, ThreadsMayShareAVariant) {
             EXPECT_TRUE(other->GetValue(&text, true));
             EXPECT_EQ(text.find_first_not_of('x'), std::string::npos);
             own->IsEqual(other, true, false, true);
-            own->IsLessThan(own, true, false, true);
+            other->IsLessThan(own, true, false, true);
         }
     };
     std::thread crossing(work, right, left);
