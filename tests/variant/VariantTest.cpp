@@ -76,11 +76,11 @@ TEST(VariantTest, ATypeNameIsReadAsItStands) {
         {"U8[2147483648]", "Exception: Unable to convert size of array (2147483648) to string."},
     };
     const test::ScopedLogger log;
-    for (const auto& [name, expected] : rows) {
+    for (const auto& row : rows) {
         std::string outcome;
         const std::string thrown =
-            ThrownBy([&] { outcome = VariantBase::CreateByTypeName(name)->GetTypeName(); });
-        EXPECT_EQ(outcome + thrown, expected);
+            ThrownBy([&] { outcome = VariantBase::CreateByTypeName(row.first)->GetTypeName(); });
+        EXPECT_EQ(outcome + thrown, row.second);
         EXPECT_EQ(log.sink->TakeText().empty(), thrown.empty());
     }
 }
