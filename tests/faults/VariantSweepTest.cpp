@@ -60,6 +60,8 @@ const struct {
      }},
     {"set text", "",
      [](Value& value, const Sample& sample) { return value->SetValue(sample.after, false); }},
+    {"set texts", "]",
+     [](Value& value, const Sample&) { return value->SetValue(Texts(3, "1"), false); }},
     {"set numbers", "D64[3]",
      [](Value& value, const Sample&) {
          return value->SetValue(std::vector<float>{1, 2, 3}, false);

@@ -25,13 +25,4 @@ E Sample(int number) {
     }
 }
 
-template <class E>
-int SizeOf(const E& value) {
-    if constexpr (NumericElement<E>) {
-        return static_cast<int>(sizeof value);
-    } else {
-        return static_cast<int>(value.size());
-    }
-}
-
 }  // namespace zel::test

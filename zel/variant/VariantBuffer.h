@@ -3,8 +3,9 @@
 #include "zel/variant/VariantBase.h"
 
 // The work behind the buffer form of VariantBase, for whoever knows the element type T. `variant`
-// and `buffer` may be null, which is reported; `buffer` needs no alignment. The variant's lock is
-// taken while its value is fetched or stored.
+// and `buffer` may be null, which is reported; `buffer` needs no alignment. An array of numbers
+// that is read as one of strings throws StringUtilsEx for a text that is no number, and stays as it
+// was. The variant's lock is taken while its value is fetched or stored.
 
 template <zel::VariantElement T>
 ZEL_ADVANCED_API void* ReadScalarValueFromBufferImp(zel::VariantBase* variant, void* buffer,

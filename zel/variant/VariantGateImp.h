@@ -85,6 +85,7 @@ inline bool SetConverted(VariantBase* variant, int elementCode,
         using E = typename decltype(tag)::Element;
         if constexpr (NumericElement<E>) {
             if (auto* const values = VariantAccess::FindValue<std::vector<E>>(variant)) {
+                values->reserve(texts.size());
                 values->clear();
                 ConvertTexts(texts, *values);
                 return true;

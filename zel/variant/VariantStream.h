@@ -3,8 +3,9 @@
 #include "zel/variant/VariantBase.h"
 
 // The work behind the stream form of VariantBase, for whoever knows the element type T. `variant`
-// may be null, which is reported. The variant's lock is taken while its value is fetched or stored,
-// not while the stream works.
+// may be null, which is reported. An array of numbers that is read as one of strings throws
+// StringUtilsEx for a text that is no number, and stays as it was. The variant's lock is taken
+// while its value is fetched or stored, not while the stream works.
 
 template <zel::VariantElement T>
 ZEL_ADVANCED_API bool ReadScalarValueFromStreamImp(zel::VariantBase* variant, std::istream& in);

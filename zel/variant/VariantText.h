@@ -3,8 +3,10 @@
 #include "zel/variant/VariantBase.h"
 
 // The work behind the text form of VariantBase, for whoever knows the element type T. A failure is
-// logged and gives false or an empty text, of the last two by `throwOnError` with an Exception. The
-// variant's lock is taken for each reading and storing of the value, not for the whole call.
+// logged and gives false or an empty text, of the last two by `throwOnError` with an Exception. An
+// array of numbers that is handled as one of strings throws StringUtilsEx for a text that is no
+// number, and stays as it was. The variant's lock is taken for each reading and storing of the
+// value, not for the whole call.
 
 template <zel::VariantElement T>
 ZEL_ADVANCED_API bool ReadScalarValueFromStringImp(zel::VariantBase* variant,

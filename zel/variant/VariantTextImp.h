@@ -340,7 +340,7 @@ bool AddElementToVectorAsStringImp(zel::VariantBase* variant, int index, const c
                                " >] Unable to insert element at index ", index);
     }
     values.insert(index < 0 ? values.end() : values.begin() + index, element);
-    if (!variant->SetValue(values, throwOnError)) {
+    if (!VariantAccess::StoreArray(variant, std::move(values), throwOnError)) {
         return Fail<Exception>(s_variantLog, throwOnError, "[AddElementToVectorAsStringImp< ", tag,
                                " >] Unable to reset value vector to variant");
     }
@@ -363,7 +363,7 @@ bool RemoveElementFromVectorImp(int index, zel::VariantBase* variant, bool throw
     if (index >= 0 && index < static_cast<std::ptrdiff_t>(values.size())) {
         values.erase(values.begin() + index);
     }
-    if (!variant->SetValue(values, throwOnError)) {
+    if (!VariantAccess::StoreArray(variant, std::move(values), throwOnError)) {
         return Fail<Exception>(s_variantLog, throwOnError, place,
                                "Unable to reset vector to variant");
     }

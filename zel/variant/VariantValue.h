@@ -8,11 +8,9 @@ namespace zel {
 
 // The limits of an element type, as SetMinimumValue and SetMaximumValue of VariantBase set them. A
 // string keeps its length.
-template <class T>
+template <VariantElement T>
 class Variant_GetLimitsImp {
 public:
-    ZEL_ASSERT_VARIANT_VALUE(T);
-
     static void GetMax(T& value);
     static void GetMin(T& value);
 };

@@ -9,7 +9,7 @@
 
 namespace zel {
 
-template <class T>
+template <VariantElement T>
 void Variant_GetLimitsImp<T>::GetMax(T& value) {
     if constexpr (NumericElement<T>) {
         value = std::numeric_limits<T>::max();
@@ -18,7 +18,7 @@ void Variant_GetLimitsImp<T>::GetMax(T& value) {
     }
 }
 
-template <class T>
+template <VariantElement T>
 void Variant_GetLimitsImp<T>::GetMin(T& value) {
     if constexpr (NumericElement<T>) {
         value = std::numeric_limits<T>::min();
