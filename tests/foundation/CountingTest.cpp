@@ -150,6 +150,7 @@ TEST_F(CountingTest, PointersConvertCompareAndHashByTheirObject) {
     EXPECT_EQ(base, RCPtr<Probe>(derived.Get()));
     EXPECT_EQ(weak.GetRCPtr(), derived.Get());
     EXPECT_NE(base, nullptr);
+    EXPECT_TRUE(RCPtr<Probe>(NULL) == NULL);  // NOLINT(modernize-use-nullptr): other people's code
     EXPECT_EQ((std::unordered_set<RCPtr<Probe>>{base, derived}.size()), 1U);
     EXPECT_EQ((std::set<RCPtr<Probe>>{base, nullptr, derived}.size()), 2U);
 }
