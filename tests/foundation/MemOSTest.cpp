@@ -8,6 +8,7 @@
 #include <limits>
 #include <locale>
 #include <sstream>
+#include <vector>
 
 namespace zel {
 namespace {
@@ -80,6 +81,15 @@ void ExpectSameText(const char* what, Write write) {
     EXPECT_EQ(own.rdstate(), standard.rdstate()) << what;
 }
 
+// A member without a definition, and an operator that only this file can find.
+struct Declared {
+    static const int s_seven = 7;
+};
+
+std::ostream& operator<<(std::ostream& out, const std::vector<int>& numbers) {
+    return out << numbers.size() << " numbers";
+}
+
 class CommaForPoint : public std::numpunct<char> {
     char do_decimal_point() const override { return ','; }
     char do_thousands_sep() const override { return '.'; }
@@ -110,6 +120,9 @@ TEST(MemOSTest, WritesWhatAStandardStreamWrites) {
         out << std::hex << 255 << std::showbase << 255 << std::dec << std::setw(7) << "right"
             << std::setw(6) << std::setfill('*') << std::left << 12 << std::boolalpha << true
             << std::setprecision(3) << 3.14159 << std::fixed << 2.0 << std::endl;
+    });
+    ExpectSameText("other people's", [](auto& out) {
+        out << Declared::s_seven << std::vector<int>{1, 2} << true;
     });
     ExpectSameText("null text", [](auto& out) {
         const char* const null = nullptr;
