@@ -114,7 +114,7 @@ TEST(StringSegmentsTest, KeepTextReadableAndOtherBytesInHexadecimal) {
 
 TEST(StringSegmentsTest, DecodeTakesOneSegmentAndNotAByteMore) {
     const std::tuple<const char*, const char*, const char*> rows[] = {
-        {R"("ab"=)", "ab", "="},
+        {R"("ab\\\"\n\t\r"=)", "ab\\\"\n\t\r", "="},
         {"$6a6b$$6c$", "jk", "$6c$"},
         {"\"a\nb\x01$\"\"", "a\nb\x01$", "\""},
         {"\"\"x", "", "x"},

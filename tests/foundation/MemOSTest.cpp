@@ -105,7 +105,8 @@ TEST(MemOSTest, WritesWhatAStandardStreamWrites) {
     });
     ExpectSameText("other people's, and a null text", [](auto& out) {
         const char* const null = nullptr;
-        out << Declared::s_seven << std::vector<int>{1, 2} << null << "lost";
+        out << Declared::s_seven << std::vector<int>{1, 2};
+        out << null << "lost";
     });
     ExpectSameText("own locale", [](auto& out) {
         out.imbue(std::locale());
