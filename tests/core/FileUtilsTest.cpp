@@ -43,12 +43,6 @@ private:
     bool m_failsAtEnd;
 };
 
-TEST(FileUtilsTest, CutsTheDirectoriesOffAPath) {
-    EXPECT_EQ(FileUtils::GetFileFromPath("/usr/lib/a.so"), "a.so");
-    EXPECT_EQ(FileUtils::GetFileFromPath("a.so"), "a.so");
-    EXPECT_EQ(FileUtils::GetFileFromPath("dir/"), "");
-}
-
 TEST(FileUtilsTest, RefusesALineThatDoesNotFitAndLosesNothing) {
     std::istringstream in("123456\n1234567\nnext");
     char line[7];

@@ -54,6 +54,7 @@ TEST(LoggerTest, NamesTheAreaOfASourceFile) {
         {"/a/b/LoggerTestOwn.cpp", "LoggerTestOwn", 3},
         {"LoggerTestGlobal", "LoggerTestGlobal", -1},
         {"x/NobodyKnows.cpp", "NobodyKnows.cpp", -1},
+        {"x/", "", -1},
     };
     for (const auto& [file, area, ownLevel] : rows) {
         std::string name;

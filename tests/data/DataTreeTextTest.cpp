@@ -50,7 +50,7 @@ TEST(DataTreeTextTest, ReadsWhateverLayoutAndDropsStrayText) {
         {"[ \n\"a\" \"b\"$63$ . \"x\" \t= \"y\" $7a$\n]", R"(["abc"."x"="yz"])"},
         {R"([""."v"=""]  )", R"([""["v"]])"},
         {R"(stray ["a" word "quoted" = [] ["b" [x] .""=$$ ] tail )", R"(["a"["b"][""]])"},
-        {"[!----][!-- [ \" - -- --x ] ---] [ !--\n--]\n[\"a\" [!---]--] ]", R"(["a"])"},
+        {"[!----][!-- [ \" - -- --x ] ---] [ !--\n--]\n[\"a\" [!---]---] ]", R"(["a"])"},
         {R"(["a"."x"="1"."x"="2"["x"["y"]]])", R"(["a"."x"="1"."x"="2"["x"["y"]]])"},
         {"[\"a\" .\"x\"=\"]\n[.=\"]", R"(["a"."x"="]\n[.="])"},
     };
@@ -78,7 +78,8 @@ struct {
     {"[\"a\".n]", "String was expected but not found", "line 1, column 6"},
     {"[\"a\"\n.\"n\"=", "String was expected but not found", "line 2, column 6"},
     {"[\"a\".\"n\"=\"\\x\"]", "Malformed string", "line 1, column 12"},
-    {"[\"a\".\"n\"=$4G$]", "Malformed string", "line 1, column 12"},
+    {"[\"a\".\"n\"=$4A$]", "Malformed string", "line 1, column 12"},
+    {"[\"a\".\"n\"=$6$]", "Malformed string", "line 1, column 12"},
     {"[\"a", "Malformed string", "line 1, column 4"},
     {"[!x", "Malformed comment start sequence", "line 1, column 3"},
     {"[! --", "Malformed comment start sequence", "line 1, column 3"},
