@@ -73,7 +73,8 @@ TEST_F(EventSourceTest, DestroysASinkWithNoLockHeld) {
     class Leaver {
     public:
         ~Leaver() {
-            std::jthread([] { EventSource<int>().Connect([](const int&) {}); });
+            EventSource<int> other;
+            std::thread([&] { other.Connect([](int) {}); }).join();
         }
     };
     m_source.Connect([leaver = std::make_shared<Leaver>()](int) { return false; });
