@@ -6,9 +6,11 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
 #include <stdexcept>
 #include <thread>
 #include <tuple>
+#include <utility>
 
 namespace zel {
 namespace {
@@ -16,50 +18,43 @@ namespace {
 const LoggingRegisterHelper s_ownLevel("some/where/LoggerTestOwn", 3, nullptr);
 const LoggingRegisterHelper s_global("LoggerTestGlobal", -1, nullptr);
 
-TEST(LoggerTest, WritesNothingWithoutAStartedInstance) {
-    EXPECT_FALSE(Logger::GetInstance());
-    EXPECT_FALSE(Logger::ShouldLog(1));
-    EXPECT_FALSE(s_ownLevel.IsEnabled(1));
-    s_ownLevel.Write(1, 1, "nobody hears");
-
-    const test::ScopedLogger log;
-    log.logger->Stop();
-    EXPECT_FALSE(s_ownLevel.IsEnabled(1));
-    log.logger->AppendData(1, "Any", 1, "text", 4);
-    EXPECT_EQ(log.sink->TakeText(), "");
-    log.logger->Start();
-    EXPECT_TRUE(s_ownLevel.IsEnabled(1));
-    EXPECT_TRUE(Logger::ShouldLog(3));
-    EXPECT_FALSE(Logger::ShouldLog(4));
-}
-
 TEST(LoggerTest, LetsAMessageThroughByTheLevelOfItsAreaElseTheGlobalOne) {
     const test::ScopedLogger log(2);
     const RCPtr<Logger> other(new Logger);
     other->Start();
-    const std::tuple<std::function<void()>, int, int> rows[] = {
-        {[] {}, 3, 2},
-        {[&] { log.logger->SetGlobalLogLevel(5); }, 3, 5},
-        {[&] { log.logger->SetAreaLevel("LoggerTestOwn", 4); }, 4, 5},
-        {[&] { log.logger->SetAreaLevel("LoggerTestOwn", -1); }, 5, 5},
-        {[&] { log.logger->SetAreaLevel("LoggerTestGlobal", 1); }, 5, 1},
-        {[&] { Logger::SetInstance(other); }, 3, 3},
+    // The highest level that is written in either area, and that ShouldLog tells.
+    const std::tuple<std::function<void()>, int, int, int> rows[] = {
+        {[] {}, 3, 2, 2},
+        {[&] { log.logger->SetGlobalLogLevel(5); }, 3, 5, 5},
+        {[&] { log.logger->SetAreaLevel("LoggerTestOwn", 4); }, 4, 5, 5},
+        {[&] { log.logger->SetAreaLevel("LoggerTestOwn", -1); }, 5, 5, 5},
+        {[&] { log.logger->SetAreaLevel("LoggerTestGlobal", 1); }, 5, 1, 5},
+        {[&] { log.logger->Stop(); }, -1, -1, -1},
+        {[&] { log.logger->Start(); }, 5, 1, 5},
+        {[&] { Logger::SetInstance(other); }, 3, 3, 3},
+        {[] { Logger::SetInstance(nullptr); }, -1, -1, -1},
     };
-    for (const auto& [change, ownLevel, global] : rows) {
-        SCOPED_TRACE(testing::Message() << ownLevel << ' ' << global);
+    for (const auto& [change, ownLevel, global, told] : rows) {
+        SCOPED_TRACE(testing::Message() << ownLevel << ' ' << global << ' ' << told);
         change();
         EXPECT_TRUE(s_ownLevel.IsEnabled(ownLevel) && s_global.IsEnabled(global));
         EXPECT_FALSE(s_ownLevel.IsEnabled(ownLevel + 1) || s_global.IsEnabled(global + 1));
+        EXPECT_EQ(Logger::ShouldLog(told), told > 0);
+        EXPECT_FALSE(Logger::ShouldLog(told + 1));
     }
+    s_ownLevel.Write(1, 1, "nobody hears");
+    log.logger->Stop();
+    log.logger->AppendData(1, "Any", 1, "text", 4);
+    EXPECT_EQ(log.sink->TakeText(), "");
 }
 
 TEST(LoggerTest, NamesTheAreaOfASourceFile) {
-    const test::ScopedLogger log;
     const std::tuple<const char*, const char*, int> rows[] = {
         {"LoggerTestOwn", "LoggerTestOwn", 3},
         {"/a/b/LoggerTestOwn.cpp", "LoggerTestOwn", 3},
         {"LoggerTestGlobal", "LoggerTestGlobal", -1},
         {"x/NobodyKnows.cpp", "NobodyKnows.cpp", -1},
+        {"x/", "", -1},
     };
     for (const auto& [file, area, ownLevel] : rows) {
         std::string name;
@@ -95,9 +90,8 @@ TEST(LoggerTest, DropsWhatASinkLogsAndThrows) {
 
 TEST(LoggerTest, TakesChangesOfSinksAndLoggersWhileOthersLog) {
     const test::ScopedLogger log;
-    std::atomic<bool> stop{false};
-    std::thread writer([&] {
-        while (!stop) {
+    const std::jthread writer([](const std::stop_token& stop) {
+        while (!stop.stop_requested()) {
             s_ownLevel.Write(1, 1, "text");
         }
     });
@@ -107,26 +101,22 @@ TEST(LoggerTest, TakesChangesOfSinksAndLoggersWhileOthersLog) {
         Logger::SetInstance(round % 2 == 0 ? nullptr : log.logger);
         log.logger->RemoveSink(sink.Get());
     }
-    stop = true;
-    writer.join();
 }
 
 TEST(FileLogSinkTest, BeginsANewFileOnceTheOldOneWasRenamed) {
     const test::TemporaryFolder folder;
     const std::string path = folder / "log";
-    const auto read = [](const std::string& file) {
-        std::ifstream in(file);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    };
-    const LogRecord record{2, "Area", 7, "te\nxt", std::chrono::system_clock::time_point(), 42};
-    const std::string line = "1970-01-01T00:00:00.000000Z 2 Area:7 [42] te\\nxt\n";
-    RCPtr<FileLogSink> sink(new FileLogSink(path));
+    const LogRecord record{2, "Area", 7, "te\nx\x7Ft", {}, 42};
+    const RCPtr<FileLogSink> sink(new FileLogSink(path));
     sink->Write(record);
     std::filesystem::rename(path, path + ".1");
     sink->Write(record);
     sink->Write(record);
-    EXPECT_EQ(read(path + ".1"), line);
-    EXPECT_EQ(read(path), line + line);
+    const std::string line = "1970-01-01T00:00:00.000000Z 2 Area:7 [42] te\\nx\\x7ft\n";
+    for (const auto& [file, text] : {std::pair(path + ".1", line), std::pair(path, line + line)}) {
+        std::ifstream in(file);
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), text);
+    }
     EXPECT_THROW(FileLogSink((folder / "none/log").string()), Exception);
 }
 

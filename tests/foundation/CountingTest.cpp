@@ -4,12 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <set>
 #include <string>
 #include <thread>
 #include <type_traits>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace zel {
@@ -18,20 +20,20 @@ namespace {
 // What happens to the watched object and its block, in the order of happening.
 std::string s_events;
 
-bool IsCountLockFree() {
-    bool isFree = false;
-    std::thread([&] {
-        const CriticalSectionLock lock(RCUtils::s_cs);
-        isFree = true;
-    }).join();
-    return isFree;
+void Mark(const std::string& event) {
+    s_events += event + ", ";
+}
+
+std::string TakeEvents() {
+    return std::exchange(s_events, {});
 }
 
 class Probe : public RCObject {
 public:
-    explicit Probe(std::string name = {}) : m_name(std::move(name)) { s_events += "created, "; }
+    explicit Probe(std::string name = {}) : m_name(std::move(name)) { Mark("created"); }
     ~Probe() override {
-        s_events += IsCountLockFree() ? m_name + "destroyed, " : "destroyed under the lock, ";
+        std::thread([] { const CriticalSectionLock lock(RCUtils::s_cs); }).join();
+        Mark("destroyed");
     }
 
     std::string m_name;
@@ -39,56 +41,50 @@ public:
 
 class DerivedProbe : public Probe {};
 
-// The control block is the second word of an object, behind the pointer to its virtual table.
-void WatchBlockOf(const RCObject& object) {
-    test::WatchBlock(reinterpret_cast<void* const*>(&object)[1],
-                     [] { s_events += "block freed, "; });
+void MarkUpgrade(const WeakPtr<Probe>& weak) {
+    Mark(weak.GetRCPtr() ? "upgraded" : "null");
 }
 
-class CountingTest : public testing::Test {
-protected:
-    void SetUp() override { s_events.clear(); }
-    void Mark(const std::string& event) { s_events += event + ", "; }
-    void MarkUpgrade(const WeakPtr<Probe>& weak) { Mark(weak.GetRCPtr() ? "upgraded" : "null"); }
-};
+// The control block is the second word of an object, behind the pointer to its virtual table.
+void WatchBlockOf(const RCObject& object) {
+    test::WatchBlock(reinterpret_cast<void* const*>(&object)[1], [] { Mark("block freed"); });
+}
 
 static_assert(!std::is_convertible_v<RCPtr<RCObject>, RCPtr<Probe>>);
 static_assert(std::is_nothrow_move_constructible_v<RCPtr<Probe>>);
 
-TEST_F(CountingTest, AnObjectEndsWithItsLastPointerAndItsBlockWithTheLastWeakOne) {
-    {
-        RCPtr<Probe> first(new Probe);
-        WatchBlockOf(*first);
-        WeakPtr<Probe> weak(first);
+TEST(CountingTest, AnObjectEndsWithItsLastPointerAndItsBlockWithTheLastWeakOne) {
+    CriticalSection* const lock = RCUtils::s_cs;
+    for (CriticalSection* const used : {lock, static_cast<CriticalSection*>(nullptr)}) {
+        RCUtils::s_cs = used;
         {
-            RCPtr<Probe> second = first;
-            Mark("retained");
-            RCPtr<Probe> moved = std::move(second);
-            first = nullptr;
-            Mark("released once");
+            RCPtr<Probe> first(new Probe);
+            WatchBlockOf(*first);
+            WeakPtr<Probe> weak(first);
+            {
+                RCPtr<Probe> second = first;
+                RCPtr<Probe> moved = std::move(second);
+                first = nullptr;
+                Mark(moved->RemoveRefUnlessLast() ? "lost" : "released once");
+                MarkUpgrade(weak);
+            }
             MarkUpgrade(weak);
-            WeakPtr<Probe> copy(weak);
-            MarkUpgrade(copy);
+            const WeakPtr<Probe> copy(weak);
+            weak = WeakPtr<Probe>();
+            Mark("first weak gone");
         }
-        MarkUpgrade(weak);
-        WeakPtr<Probe> copy(weak);
-        weak = WeakPtr<Probe>();
-        Mark("first weak gone");
+        EXPECT_EQ(TakeEvents(),
+                  "created, released once, upgraded, destroyed, null, first weak gone, "
+                  "block freed, ");
+        RCPtr<Probe> unwatched(new Probe);
+        WatchBlockOf(*unwatched);
+        unwatched = nullptr;
+        EXPECT_EQ(TakeEvents(), "created, block freed, destroyed, ");
     }
-    Mark("second weak gone");
-    EXPECT_EQ(s_events,
-              "created, retained, released once, upgraded, upgraded, destroyed, null, "
-              "first weak gone, block freed, second weak gone, ");
+    RCUtils::s_cs = lock;
 }
 
-TEST_F(CountingTest, WithoutWeakPointersTheBlockGoesBeforeTheObject) {
-    RCPtr<Probe> probe(new Probe);
-    WatchBlockOf(*probe);
-    probe = nullptr;
-    EXPECT_EQ(s_events, "created, block freed, destroyed, ");
-}
-
-TEST_F(CountingTest, AnObjectOnTheStackExpiresItsWeakPointersAtItsEnd) {
+TEST(CountingTest, AnObjectOnTheStackExpiresItsWeakPointersAtItsEnd) {
     WeakPtr<Probe> weak;
     {
         Probe probe;
@@ -98,64 +94,45 @@ TEST_F(CountingTest, AnObjectOnTheStackExpiresItsWeakPointersAtItsEnd) {
         weak = WeakPtr<Probe>(&probe);
     }
     MarkUpgrade(weak);
-    EXPECT_EQ(s_events, "created, destroyed, destroyed, null, ");
+    EXPECT_EQ(TakeEvents(), "created, destroyed, destroyed, null, ");
     weak = nullptr;
-    EXPECT_EQ(s_events, "created, destroyed, destroyed, null, block freed, ");
+    EXPECT_EQ(TakeEvents(), "block freed, ");
 }
 
-TEST_F(CountingTest, AWeakPointerMadeInTheDestructorIsNull) {
-    class Looker : public RCObject {
-    public:
-        ~Looker() override { s_events += WeakPtr<Looker>(this).GetRCPtr() ? "revived" : "null"; }
-    };
-    RCPtr<Looker>(new Looker);
-    EXPECT_EQ(s_events, "null");
-}
-
-TEST_F(CountingTest, AssignmentHoldsTheNewObjectBeforeTheOldOneGoes) {
+TEST(CountingTest, AssignmentHoldsTheNewObjectBeforeTheOldOneGoes) {
     static RCPtr<Probe> slot;
     class Looker : public Probe {
     public:
-        ~Looker() override { s_events += "sees " + (slot ? slot->m_name : "null") + ", "; }
+        ~Looker() override {
+            Mark("sees " + slot->m_name);
+            MarkUpgrade(WeakPtr<Looker>(this));
+        }
     };
-    slot = RCPtr<Probe>(new Looker);
-    const RCPtr<Probe> next(new Probe("next "));
+    slot = new Looker;
+    const RCPtr<Probe> next(new Probe("next"));
     slot = next;
     Mark("assigned");
     RCPtr<Probe>& alias = slot;
     slot = alias;
     Mark("to itself");
     slot = nullptr;
-    EXPECT_EQ(s_events, "created, created, sees next , destroyed, assigned, to itself, ");
+    EXPECT_EQ(TakeEvents(), "created, created, sees next, null, destroyed, assigned, to itself, ");
 }
 
-TEST_F(CountingTest, WithoutALockEverythingWorksOnOneThread) {
-    CriticalSection* const lock = std::exchange(RCUtils::s_cs, nullptr);
-    class Quiet : public RCObject {};
-    RCPtr<Quiet> pointer(new Quiet);
-    const WeakPtr<Quiet> weak(pointer);
-    RCPtr<Quiet> copy = weak.GetRCPtr();
-    pointer = copy;
-    EXPECT_FALSE(copy->RemoveRefUnlessLast() && copy->RemoveRefUnlessLast());
-    copy.Detach();
-    pointer = nullptr;
-    EXPECT_FALSE(weak.GetRCPtr());
-    RCUtils::s_cs = lock;
-}
-
-TEST_F(CountingTest, PointersConvertCompareAndHashByTheirObject) {
+TEST(CountingTest, PointersConvertCompareAndHashByTheirObject) {
     const RCPtr<DerivedProbe> derived(new DerivedProbe);
     const RCPtr<Probe> base = derived;
     const WeakPtr<Probe> weak = WeakPtr<DerivedProbe>(derived);
     EXPECT_EQ(base, RCPtr<Probe>(derived.Get()));
     EXPECT_EQ(weak.GetRCPtr(), derived.Get());
     EXPECT_NE(base, nullptr);
+    EXPECT_TRUE(RCPtr<Probe>(NULL) == NULL);  // NOLINT(modernize-use-nullptr): other people's code
     EXPECT_EQ((std::unordered_set<RCPtr<Probe>>{base, derived}.size()), 1U);
     EXPECT_EQ((std::set<RCPtr<Probe>>{base, nullptr, derived}.size()), 2U);
 }
 
 // Both outcomes of the race must be seen: the upgrade that comes in time, and the one too late.
-TEST_F(CountingTest, AnUpgradeThatRacesTheLastReleaseGetsAWholeObjectOrNull) {
+TEST(CountingTest, AnUpgradeThatRacesTheLastReleaseGetsAWholeObjectOrNull) {
     class Number : public RCObject {
     public:
         ~Number() override { m_value = 0; }
@@ -164,18 +141,13 @@ TEST_F(CountingTest, AnUpgradeThatRacesTheLastReleaseGetsAWholeObjectOrNull) {
     int upgraded = 0;
     int null = 0;
     for (int round = 0; round < 400 && (round < 4 || upgraded == 0 || null == 0); ++round) {
-        constexpr int batch = 500;
-        std::vector<RCPtr<Number>> owners;
-        for (int i = 0; i < batch; ++i) {
-            owners.emplace_back(new Number);
-        }
-        std::vector<WeakPtr<Number>> weak(owners.rbegin(), owners.rend());
+        std::vector<RCPtr<Number>> owners(500);
+        std::generate(owners.begin(), owners.end(), [] { return new Number; });
+        const std::vector<WeakPtr<Number>> weak(owners.rbegin(), owners.rend());
         std::atomic<bool> go{false};
-        std::thread releaser([&] {
+        const std::jthread releaser([&] {
             go = true;
-            for (RCPtr<Number>& owner : owners) {
-                owner = nullptr;
-            }
+            owners.clear();
         });
         while (!go) {
         }
@@ -184,7 +156,6 @@ TEST_F(CountingTest, AnUpgradeThatRacesTheLastReleaseGetsAWholeObjectOrNull) {
             ++(number ? upgraded : null);
             ASSERT_TRUE(!number || number->m_value == 42);
         }
-        releaser.join();
     }
     EXPECT_TRUE(upgraded > 0 && null > 0) << upgraded << ' ' << null;
 }

@@ -30,38 +30,26 @@ TEST(LogTest, BuildsAMessageOnlyForAReader) {
     EXPECT_EQ(times, 0);
     Log(s_log, 3, "at ", 7, ' ', 0.5, ' ', Streamed{&times});
     EXPECT_EQ(times, 1);
-    EXPECT_EQ(log.sink->TakeText(), "\n3 LogTest at 7 0.5 streamed");
+    EXPECT_FALSE(Fail<LogTestEx>(s_log, false, "refused ", 1));
+    EXPECT_EQ(log.sink->TakeText(), "\n3 LogTest at 7 0.5 streamed\n3 LogTest refused 1");
+    EXPECT_THROW(Fail<LogTestEx>(s_log, true, "refused ", 2), LogTestEx);
 }
 
 TEST(LogTest, ThrowLogsTheExceptionThatItRaises) {
     const test::ScopedLogger log;
-    int line = 0;
+    const int line = __LINE__ + 2;
     try {
-        line = __LINE__ + 1;
         Throw<LogTestEx>(s_log, "no ", std::string("room\0!", 6));
     } catch (const LogTestEx& exception) {
-        EXPECT_EQ(exception.GetType(), "LogTestEx");
-        EXPECT_EQ(exception.GetText(), std::string("no room\0!", 9));
+        EXPECT_EQ(exception.AsStringEx(),
+                  std::string("LogTestEx: no room\0! (LogTest:", 30) + std::to_string(line) + ')');
         EXPECT_STREQ(exception.what(), "no room");
-        EXPECT_EQ(exception.GetFile(), "LogTest");
-        EXPECT_EQ(exception.GetLine(), line);
-        EXPECT_EQ(exception.GetInfo(), "");
     }
     EXPECT_EQ(log.sink->TakeText(),
               std::string("\n2 LogTest Exception of type LogTestEx. no room\0!", 49));
 }
 
-TEST(LogTest, FailThrowsOrLogsAndGivesFalse) {
-    const test::ScopedLogger log;
-    EXPECT_FALSE(Fail<LogTestEx>(s_log, false, "refused ", 1));
-    EXPECT_EQ(log.sink->TakeText(), "\n3 LogTest refused 1");
-    EXPECT_THROW(Fail<LogTestEx>(s_log, true, "refused ", 2), LogTestEx);
-}
-
-TEST(ExceptionTest, TellsMoreTheMoreItIsAsked) {
-    const Exception plain("SomeEx", "message", "File", 12);
-    EXPECT_EQ(plain.AsString(), "SomeEx: message");
-    EXPECT_EQ(plain.AsStringEx(), "SomeEx: message (File:12)");
+TEST(ExceptionTest, TellsItsInfoBehindThePlace) {
     const Exception informed("SomeEx", "message", "File", 12, "line 7, column 3");
     EXPECT_EQ(Exception(informed).AsStringEx(), "SomeEx: message (File:12, line 7, column 3)");
 }

@@ -24,11 +24,9 @@ void* Allocate(std::size_t size) {
         throw std::bad_alloc();
     }
     t_allocationsLeft -= t_allocationsLeft > 0 ? 1 : 0;
-    if (void* const block = std::malloc(size == 0 ? 1 : size)) {
-        ++t_blocksHeld;
-        return block;
-    }
-    throw std::bad_alloc();
+    void* const block = std::malloc(size == 0 ? 1 : size);
+    t_blocksHeld += block != nullptr ? 1 : 0;
+    return block != nullptr ? block : throw std::bad_alloc();
 }
 
 void Free(void* block) noexcept {

@@ -90,7 +90,7 @@ public:
     EventSource& operator=(const EventSource&) = delete;
 
     // Drops the list; the sinks aren't told.
-    ~EventSource() override = default;
+    ~EventSource() override;
 
     // Calls every sink in order, on this thread. A sink's exception leaves through it; the sinks
     // behind that one miss this firing. Allocates nothing unless a sink ends its subscription.
@@ -174,6 +174,10 @@ private:
 
     RCPtr<SinkList> m_list;
 };
+
+// Not inline, so that the library exports it of what it makes.
+template <class T>
+EventSource<T>::~EventSource() = default;
 
 class TimerThread;
 

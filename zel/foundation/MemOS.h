@@ -96,15 +96,26 @@ public:
     std::string ToString() { return std::string(GetText()); }
 
     // Everything that a std::ostream takes, with the same result. Text and numbers at default
-    // format flags go straight to the storage.
+    // format flags go straight to the storage. An operator that a program has for a type that isn't
+    // its own, a container for instance, is not hidden by these.
     template <class T>
+    requires std::is_arithmetic_v<T> MemOS& operator<<(T value) {
+        if constexpr (std::is_same_v<T, char>) {
+            InsertText({&value, 1});
+        } else if constexpr (IsPlainNumber<T>) {
+            InsertNumber(value);
+        } else {
+            AsStream() << value;
+        }
+        return *this;
+    }
+    template <class T>
+    requires(!std::is_arithmetic_v<T>) && requires(std::ostream& out, const T& value) {
+        out << value;
+    }
     MemOS& operator<<(const T& value) {
         using Value = std::decay_t<T>;
-        if constexpr (std::is_same_v<Value, char>) {
-            InsertText({&value, 1});
-        } else if constexpr (IsPlainNumber<Value>) {
-            InsertNumber(value);
-        } else if constexpr (std::is_same_v<Value, char*> || std::is_same_v<Value, const char*>) {
+        if constexpr (std::is_same_v<Value, char*> || std::is_same_v<Value, const char*>) {
             InsertZeroTerminated(value);
         } else if constexpr (std::is_same_v<Value, std::string> ||
                              std::is_same_v<Value, std::string_view>) {

@@ -18,7 +18,6 @@ class RCPtr {
 public:
     // Null.
     RCPtr() noexcept = default;
-    RCPtr(std::nullptr_t) noexcept {}
 
     // Counts the object, unless it is null.
     RCPtr(T* object) noexcept : m_object(object) { Retain(); }
@@ -85,9 +84,6 @@ public:
         return a.m_object == b.m_object;
     }
     friend bool operator==(const RCPtr& a, const T* b) noexcept { return a.m_object == b; }
-    friend bool operator==(const RCPtr& a, std::nullptr_t) noexcept {
-        return a.m_object == nullptr;
-    }
     friend std::strong_ordering operator<=>(const RCPtr& a, const RCPtr& b) noexcept {
         return std::compare_three_way()(a.m_object, b.m_object);
     }
