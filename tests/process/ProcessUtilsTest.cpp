@@ -85,7 +85,7 @@ TEST(ProcessUtilsTest, ThrowsAndLeavesTheListWithoutAProcessFileSystem) {
             return noRights;
         }
         const test::ScopedLogger log;
-        Processes processes{nullptr};
+        Processes processes{new ProcessInfo};
         EXPECT_EQ(
             test::ThrownBy<ProcessUtilsEx>([&] { ProcessUtils::ListProcesses(&processes, ""); }),
             "ProcessUtilsEx: Could not enumerate processes");
