@@ -315,17 +315,19 @@ void LogToOutput() {
 }
 
 struct Teller : RCObject {
-    ZelVoidT Tell(const zel_crash_msg_s* record) {
+    ZelVoidT Tell(const zel_crash_msg_s* record) const {
         std::fprintf(stderr, "callback: %s died by signal %d\n", record->prog_name,
                      record->exception_flags);
         return {};
     }
 };
 
+struct DerivedTeller : Teller {};
+
 bool SetUp(int argc, char** argv, const std::string& trouble) {
     CrashCallback callback;
     if (trouble == "callback") {
-        callback = BindMemFunc(RCPtr<Teller>(new Teller), &Teller::Tell);
+        callback = BindMemFunc(RCPtr<DerivedTeller>(new DerivedTeller), &DerivedTeller::Tell);
     }
     std::string name(300, 'n');
     if (trouble == "long name") {
