@@ -7,6 +7,7 @@
 #include <fstream>
 #include <random>
 #include <sstream>
+#include <stdexcept>
 #include <unistd.h>
 
 namespace zel::crashtest {
@@ -164,6 +165,10 @@ TEST(CrashDaemonDeathTest, ReadsAnyPathAndEndsTheProcess) {
         EXPECT_EXIT(crashd_main(file.c_str(), row.callback), testing::ExitedWithCode(0),
                     "^crashd_main: Win32" + row.errors);
     }
+    const auto thrower = BindCallback<ZelVoidT, const zel_crash_msg_s*>(
+        [](const zel_crash_msg_s*) -> ZelVoidT { throw std::runtime_error("out of the daemon"); });
+    std::ofstream(file, std::ios::binary) << bytes;
+    EXPECT_DEATH(crashd_main(file.c_str(), thrower), "out of the daemon");
     std::filesystem::remove(file);
     EXPECT_EXIT(crashd_main("/no/where", callback), testing::ExitedWithCode(ENOENT),
                 "^crashd_main: Win32!\ncrashd: Failed to open the crash data pipe '/no/where'\n$");
