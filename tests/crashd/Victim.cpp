@@ -11,6 +11,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <map>
+#include <pthread.h>
 #include <stdexcept>
 #include <string>
 #include <sys/mman.h>
@@ -238,8 +239,13 @@ void DieOnForeignThread(Death die) {
     }).join();
 }
 
+// The first thread is gone by then, and with it what the kernel tells of the process by that.
 void DieOnUnprotectedThread(Death die) {
-    std::thread(die).join();
+    std::thread([die, first = pthread_self()] {
+        pthread_join(first, nullptr);
+        die();
+    }).detach();
+    pthread_exit(nullptr);
 }
 
 void DieInPlugin(Death die) {
