@@ -7,24 +7,30 @@
 #include <csignal>
 #include <fstream>
 #include <string>
-#include <sys/wait.h>
+#include <sys/prctl.h>
 #include <unistd.h>
+#include <vector>
 
 namespace zel::bench {
 
 namespace {
+
+using Command = std::vector<std::string>;
+
+// So that what a program leaves behind becomes a child of this process.
+const int s_isReaper = prctl(PR_SET_CHILD_SUBREAPER, 1);
 
 void ReportAverage(benchmark::State& state, const char* unit, double sum) {
     state.counters[unit] = benchmark::Counter(sum, benchmark::Counter::kAvgIterations);
 }
 
 // From a fault to the end of all that it leads to. `expected` has to stand on standard error then.
-template <class... Arguments>
-void Die(benchmark::State& state, const char* expected, Arguments... arguments) {
+template <class Program>
+void Die(benchmark::State& state, const char* expected, const Program& program) {
     double sum = 0;
     for (auto _ : state) {
-        Process victim(arguments...);
-        victim.WaitUntilReady();
+        Process victim(program);
+        victim.ReadUntil("r");
         std::string errors;
         sum += victim.MeasureDeath(errors);
         Require(errors.find(expected) != std::string::npos,
@@ -34,7 +40,7 @@ void Die(benchmark::State& state, const char* expected, Arguments... arguments) 
 }
 
 void ReportedDeath(benchmark::State& state) {
-    Die(state, "Fault", ZEL_BENCH_VICTIM, "0");
+    Die(state, "Fault", Command{ZEL_BENCH_VICTIM, "0"});
 }
 
 void DieAlone() {
@@ -69,8 +75,8 @@ template <int mebibytes>
 void SetUp(benchmark::State& state) {
     double sum = 0;
     for (auto _ : state) {
-        Process program(ZEL_BENCH_VICTIM, std::to_string(mebibytes).c_str());
-        const double taken = std::stod(program.WaitUntilReady());
+        Process program(Command{ZEL_BENCH_VICTIM, std::to_string(mebibytes)});
+        const double taken = std::stod(program.ReadUntil("r"));
         Require(taken > 0, "crash handling is set up");
         sum += taken;
     }
@@ -81,8 +87,8 @@ void StartEmptyProgram(benchmark::State& state) {
     double sum = 0;
     for (auto _ : state) {
         const auto start = std::chrono::steady_clock::now();
-        Process program(ZEL_BENCH_EMPTY, "");
-        program.WaitUntilReady();
+        Process program(Command{ZEL_BENCH_EMPTY});
+        program.ReadUntil("r");
         sum += std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
                    .count();
     }
@@ -111,8 +117,8 @@ double PrivateKibibytes(pid_t process) {
 void WaitingDaemon(benchmark::State& state) {
     double sum = 0;
     for (auto _ : state) {
-        Process program(ZEL_BENCH_VICTIM, "0");
-        program.WaitUntilReady();
+        Process program(Command{ZEL_BENCH_VICTIM, "0"});
+        program.ReadUntil("r");
         sum += PrivateKibibytes(program.FindOrphan());
     }
     ReportAverage(state, "KiB", sum);
@@ -121,9 +127,9 @@ void WaitingDaemon(benchmark::State& state) {
 void WaitingProgram(benchmark::State& state) {
     double sum = 0;
     for (auto _ : state) {
-        Process program(ZEL_BENCH_EMPTY, "");
-        program.WaitUntilReady();
-        sum += PrivateKibibytes(program.GetNumber());
+        Process program(Command{ZEL_BENCH_EMPTY});
+        program.ReadUntil("r");
+        sum += PrivateKibibytes(program.GetId());
     }
     ReportAverage(state, "KiB", sum);
 }

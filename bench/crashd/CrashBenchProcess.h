@@ -1,38 +1,33 @@
 #pragma once
 
-#include <functional>
+#include "tests/support/ChildProcess.h"
+
+#include <chrono>
 #include <string>
-#include <sys/types.h>
 
 namespace zel::bench {
 
-// A process that is there to die, its streams on pipes.
-class Process {
+// A process that is there to die. All that it leaves behind is waited for.
+class Process : public test::ChildProcess {
 public:
-    // Runs `work` in a fork of this process.
-    explicit Process(const std::function<void()>& work);
+    using ChildProcess::ChildProcess;
 
-    // Runs a program.
-    Process(const char* program, const char* argument);
+    ~Process() {
+        Kill(SIGKILL);
+        Wait();
+        while (::wait(nullptr) > 0) {
+        }
+    }
 
-    ~Process();
-    Process(const Process&) = delete;
-    Process& operator=(const Process&) = delete;
-
-    // What it writes to standard output up to an "r".
-    std::string WaitUntilReady();
-
-    // Lets it fault: how many milliseconds later nobody holds its standard error any more.
-    double MeasureDeath(std::string& errors);
-
-    // The process that it has left to this one.
-    pid_t FindOrphan() const;
-
-    pid_t GetNumber() const { return m_number; }
-
-private:
-    pid_t m_number;
-    int m_streams[3];
+    // Lets it fault, by FaultOnDemand: how many milliseconds later nobody holds its standard error
+    // any more.
+    double MeasureDeath(std::string& errors) const {
+        using Clock = std::chrono::steady_clock;
+        Write("f");
+        const Clock::time_point start(Clock::duration(std::stoll(ReadUntil("\n"))));
+        errors = ReadAll(STDERR_FILENO);
+        return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    }
 };
 
 }  // namespace zel::bench

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdio>
 #include <unistd.h>
 
 namespace zel::bench {
@@ -19,11 +20,10 @@ inline void FaultOnDemand() {
     if (read(STDIN_FILENO, &byte, 1) != 1) {
         return;
     }
-    const auto now = std::chrono::steady_clock::now();
-    if (write(STDOUT_FILENO, &now, sizeof(now)) == sizeof(now)) {
-        constexpr int depth = 10;
-        Fault(depth, nullptr);
-    }
+    constexpr int depth = 10;
+    const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+    dprintf(STDOUT_FILENO, "%lld\n", static_cast<long long>(now));
+    Fault(depth, nullptr);
 }
 
 }  // namespace zel::bench

@@ -84,7 +84,7 @@ void HelpedDeath(benchmark::State& state) {
             static_cast<void>(write(STDOUT_FILENO, "r", 1));
             FaultOnDemand();
         });
-        victim.WaitUntilReady();
+        victim.ReadUntil("r");
         std::string errors;
         sum += victim.MeasureDeath(errors);
         Require(errors.find("Fault") != std::string::npos, "the stack is told: " + errors);

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "tests/crashd/Victim.h"
+#include "tests/support/ChildProcess.h"
+
 #include <chrono>
-#include <string>
-#include <string_view>
-#include <sys/types.h>
+#include <filesystem>
+#include <iterator>
+#include <regex>
 
 namespace zel::crashtest {
 
@@ -14,35 +17,37 @@ struct Outcome {
     std::string errors;
     std::chrono::duration<double> afterlife = {};  // of the daemon
 
-    bool EndedBy(int signal) const;
-    std::size_t CountReports() const;
-    // What the report's line of that beginning goes on with.
-    std::string Line(std::string_view beginning) const;
+    bool EndedBy(int signal) const { return WIFSIGNALED(status) && WTERMSIG(status) == signal; }
+
+    long CountReports() const {
+        const std::regex head("\\|     Program Crash Report     \\|");
+        return std::distance(std::sregex_iterator(errors.begin(), errors.end(), head), {});
+    }
 };
 
-// Runs this program again as a victim, its streams on pipes. A process has one at a time.
-class Child {
+// This program again as a victim, in a process that is a subreaper and has one at a time.
+class Child : public test::ChildProcess {
 public:
-    Child(const std::string& death, const std::string& place, const std::string& trouble = "");
-    ~Child();
-    Child(const Child&) = delete;
-    Child& operator=(const Child&) = delete;
+    Child(const std::string& death, const std::string& place, const std::string& trouble = "")
+        : ChildProcess(
+              {std::filesystem::read_symlink("/proc/self/exe"), VICTIM, death, place, trouble}) {}
 
-    // Waits until a victim that dies by "wait" is ready for it.
-    void WaitUntilReady();
-
-    void Kill(int signal) const;
-
-    // The process that it has left to this one; for a ready victim, its daemon.
-    pid_t FindDaemon() const;
+    // Waits until a victim that dies by "wait" is ready for it and its daemon, the orphan, waits.
+    void WaitUntilReady() const { ReadUntil("ready\n"); }
 
     // Waits until it and all that it has started are gone.
-    Outcome Finish();
-
-private:
-    pid_t m_process = 0;
-    int m_streams[3] = {-1, -1, -1};
-    std::string m_output;
+    Outcome Finish() {
+        Outcome outcome;
+        outcome.status = Wait();
+        const auto end = std::chrono::steady_clock::now();
+        outcome.errors = ReadAll(STDERR_FILENO);
+        outcome.afterlife = std::chrono::steady_clock::now() - end;
+        CloseInput();
+        outcome.output = ReadAll(STDOUT_FILENO);
+        while (::waitpid(-1, nullptr, 0) > 0) {
+        }
+        return outcome;
+    }
 };
 
 }  // namespace zel::crashtest

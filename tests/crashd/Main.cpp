@@ -7,28 +7,20 @@
 #include <string>
 #include <sys/prctl.h>
 
-namespace {
-
-// The sanitizers' own handlers stood before ours and would end the process in their way, instead
-// of by the true signal. Children inherit what is set here.
-void KeepSanitizersOut(const char* variable) {
-    const char* const before = std::getenv(variable);
-    std::string options = before == nullptr ? "" : std::string(before) + ':';
-    for (const char* const signal : {"segv", "sigbus", "abort", "sigill", "sigfpe", "sigtrap"}) {
-        options += std::string("handle_") + signal + "=0:";
-    }
-    setenv(variable, (options + "detect_leaks=0").c_str(), 1);
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
     if (argc > 1 && std::strcmp(argv[1], zel::crashtest::VICTIM) == 0) {
         return zel::crashtest::RunVictim(argc, argv);
     }
     testing::InitGoogleTest(&argc, argv);
+    // The sanitizers' own handlers stood before ours and would end a victim in their way, instead
+    // of by the true signal.
     for (const char* const variable : {"ASAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"}) {
-        KeepSanitizersOut(variable);
+        const char* const before = std::getenv(variable);
+        const std::string kept = before == nullptr ? "" : std::string(before) + ':';
+        const char* const ours =
+            "handle_segv=0:handle_sigbus=0:handle_abort=0:handle_sigill=0:"
+            "handle_sigfpe=0:handle_sigtrap=0:detect_leaks=0";
+        setenv(variable, (kept + ours).c_str(), 1);
     }
     setenv("TZ", "UTC", 1);
     // So the daemons become children of this process when their programs are gone.

@@ -1,8 +1,9 @@
 #include "tests/crashd/Victim.h"
 
-#include "zel/core/Logger.h"
 #include "zel/core/Thread.h"
 #include "zel/crashd/CrashHandler.h"
+
+#include "tests/support/RecordingLogSink.h"
 
 #include <atomic>
 #include <csignal>
@@ -11,8 +12,8 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <map>
+#include <pthread.h>
 #include <stdexcept>
-#include <string>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -21,99 +22,63 @@
 #include <unistd.h>
 #include <vector>
 
-// Where only exported names can be looked up, these must be among them; and no sanitizer may be
-// quicker than the fault.
-#if defined(__clang__)
-#define ZEL_DEATH __attribute__((noinline, visibility("default"), no_sanitize("undefined")))
-#else
-#define ZEL_DEATH                                                             \
-    __attribute__((noinline, visibility("default"), no_sanitize("undefined"), \
-                   no_sanitize("address"), no_sanitize("thread")))
-#endif
+// No sanitizer may be quicker than the fault.
+#define ZEL_UNCHECKED __attribute__((no_sanitize("undefined", "address", "thread")))
+// Where only exported names can be looked up, these must be among them.
+#define ZEL_EXPORTED __attribute__((visibility("default")))
 
 namespace zel::crashtest {
 
-thread_local bool t_isAllocationFault = false;
-
-namespace {
+ZEL_EXPORTED void DieAsTold();
 
 // No value of these is known when the program is compiled.
 volatile std::uintptr_t s_nowhere = 0;
 volatile int s_zero = 0;
 volatile int s_something = 0;
 
-int* Nowhere() {
-    return reinterpret_cast<int*>(s_nowhere);
+ZEL_EXPORTED ZEL_UNCHECKED void WriteToNowhere() {
+    *reinterpret_cast<volatile int*>(s_nowhere) = 1;
 }
 
-}  // namespace
-
-ZEL_DEATH void DieByNull() {
-    t_isAllocationFault = true;
-    *static_cast<volatile int*>(Nowhere()) = 1;
-    s_something = 1;
-}
-
-ZEL_DEATH void DieByAbort() {
-    t_isAllocationFault = true;
-    std::abort();
-}
-
-ZEL_DEATH int Recurse(int depth) {
+ZEL_EXPORTED ZEL_UNCHECKED void Recurse() {
     volatile char frame[3000] = {};
-    frame[depth % 3000] = 1;
-    return depth < 0 ? 0 : Recurse(depth + 1) + frame[0];
+    if (s_zero == 0) {
+        Recurse();
+    }
+    s_something = frame[0];
 }
 
-ZEL_DEATH void DieByOverflow() {
-    t_isAllocationFault = true;
-    s_something = Recurse(0);
+ZEL_EXPORTED ZEL_UNCHECKED void SmashStack() {
+#if defined(__x86_64__)
+    asm volatile("mov $64, %rsp; mov $64, %rbp");
+#endif
+    *reinterpret_cast<volatile int*>(s_nowhere) = 1;
 }
 
-ZEL_DEATH void DieByThrow() {
-    throw std::runtime_error("nobody catches this");
+namespace {
+
+using Work = void (*)();
+
+std::string s_death;
+
+void* MapEmptyFile() {
+    return mmap(nullptr, 4096, PROT_READ, MAP_SHARED, fileno(std::tmpfile()), 0);
 }
 
-ZEL_DEATH void DieByDivision() {
-    t_isAllocationFault = true;
-    s_something = 100 / s_zero;
-}
-
-ZEL_DEATH void DieByJump() {
-    t_isAllocationFault = true;
-    reinterpret_cast<void (*)()>(s_nowhere + 4096)();
-    s_something = 1;
-}
-
-ZEL_DEATH void DieByCutMapping() {
-    std::FILE* const file = std::tmpfile();
-    void* const memory = mmap(nullptr, 4096, PROT_READ, MAP_SHARED, fileno(file), 0);
-    t_isAllocationFault = true;
-    s_something = *static_cast<volatile char*>(memory);
-}
-
-class Unfinished {
-public:
+struct Unfinished {
     Unfinished() { Call(); }
     virtual ~Unfinished() = default;
     virtual void Missing() = 0;
-
-private:
     void Call() { Missing(); }
 };
 
-class Finished : public Unfinished {
+struct Finished : Unfinished {
     void Missing() override {}
 };
 
-ZEL_DEATH void DieByPureCall() {
-    const Finished finished;
-    s_something = 1;
-}
-
 // The allocator finds out that what lies behind its last block is destroyed, with its own lock held
 // as there has been a second thread.
-ZEL_DEATH void DieByHeap() {
+ZEL_UNCHECKED void DestroyHeap() {
     constexpr std::size_t size = 100'000;
     std::thread([] {}).join();
     char* volatile block = static_cast<char*>(std::malloc(size));
@@ -121,40 +86,16 @@ ZEL_DEATH void DieByHeap() {
     block = static_cast<char*>(std::malloc(size));
 }
 
-#if defined(__x86_64__)
-ZEL_DEATH void DieOnSmashedStack() {
-    t_isAllocationFault = true;
-    asm volatile("mov $64, %rsp; mov $64, %rbp; movl $1, 0");
-}
-#else
-ZEL_DEATH void DieOnSmashedStack() {
-    DieByNull();
-}
-#endif
-
-namespace {
-
-using Death = void (*)();
-
-const std::map<std::string, Death> s_deaths = {
-    {"null", DieByNull},         {"abort", DieByAbort},
-    {"overflow", DieByOverflow}, {"throw", DieByThrow},
-    {"divide", DieByDivision},   {"jump", DieByJump},
-    {"bus", DieByCutMapping},    {"pure", DieByPureCall},
-    {"heap", DieByHeap},         {"smashed", DieOnSmashedStack},
-};
-
 // "signal:NUMBER:KIND" is a fault as the kernel would tell it.
-[[noreturn]] void DieBySignal(const std::string& description) {
+void Signal() {
     siginfo_t info = {};
-    std::sscanf(description.c_str(), "signal:%d:%d", &info.si_signo, &info.si_code);
+    std::sscanf(s_death.c_str(), "signal:%d:%d", &info.si_signo, &info.si_code);
     syscall(SYS_rt_tgsigqueueinfo, getpid(), getpid(), info.si_signo, &info);
-    std::abort();
 }
 
 // "threads:COUNT" die all at once.
-void DieOnThreads(const std::string& description) {
-    const int count = std::stoi(description.substr(description.find(':') + 1));
+void DieOnThreads() {
+    const int count = std::stoi(s_death.substr(s_death.find(':') + 1));
     std::atomic<int> missing{count};
     std::vector<std::thread> threads;
     for (int i = 0; i < count; ++i) {
@@ -162,18 +103,10 @@ void DieOnThreads(const std::string& description) {
             for (--missing; missing > 0;) {
                 std::this_thread::yield();
             }
-            DieByNull();
+            WriteToNowhere();
         });
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-}
-
-void TellReadyAndWait() {
-    std::puts("ready");
-    std::fflush(stdout);
-    std::getchar();
+    threads[0].join();
 }
 
 // The channel stays open in a process that isn't the program.
@@ -188,170 +121,159 @@ void LeaveWorkerBehind() {
 // Dies as its fork has died.
 void CrashInFork() {
     int status = 0;
-    if (const pid_t child = fork(); child != 0) {
-        waitpid(child, &status, 0);
-        std::signal(WTERMSIG(status), SIG_DFL);
-        std::raise(WTERMSIG(status));
+    if (fork() == 0) {
+        WriteToNowhere();
     }
-    DieByNull();
+    wait(&status);
+    std::signal(WTERMSIG(status), SIG_DFL);
+    std::raise(WTERMSIG(status));
 }
 
-void WaitForChildren() {
-    _exit(wait(nullptr) < 0 ? 0 : 1);
+void TellReadyAndWait() {
+    std::puts("ready");
+    std::fflush(stdout);
+    std::getchar();
 }
 
-void BecomeAnotherProgram() {
-    execl("/bin/true", "true", nullptr);
-}
-
-const std::map<std::string, Death> s_ends = {
-    {"return", [] {}},
-    {"quick", [] { _exit(0); }},
-    {"exec", BecomeAnotherProgram},
-    {"wait", TellReadyAndWait},
-    {"worker", LeaveWorkerBehind},
-    {"fork", CrashInFork},
-    {"children", WaitForChildren},
+struct DyingThread : Thread {
+    void Run() override { DieAsTold(); }
 };
 
-// ---- places ------------------------------------------------------------------------------------
-
-class DyingThread : public Thread {
-public:
-    explicit DyingThread(Death die) : m_die(die) {}
-    void Run() override { m_die(); }
-
-private:
-    const Death m_die;
-};
-
-void DieOnOurThread(Death die) {
-    const RCPtr<DyingThread> thread(new DyingThread(die));
+void DieOnOurThread() {
+    const RCPtr<DyingThread> thread(new DyingThread);
     thread->Start();
     thread->Join();
 }
 
-void DieOnForeignThread(Death die) {
-    std::thread([die] {
+void DieOnForeignThread() {
+    std::thread([] {
         CrashHandler::ProtectThisThread();
-        die();
+        DieAsTold();
     }).join();
 }
 
-void DieOnUnprotectedThread(Death die) {
-    std::thread(die).join();
+// The first thread is gone by then, and with it what the kernel tells of the process by that.
+void DieOnUnprotectedThread() {
+    std::thread([] {
+        while (access("/proc/self/exe", F_OK) == 0) {
+            std::this_thread::yield();
+        }
+        DieAsTold();
+    }).detach();
+    pthread_exit(nullptr);
 }
 
-void DieInPlugin(Death die) {
+void DieInPlugin() {
     void* const plugin = dlopen(ZEL_CRASH_PLUGIN, RTLD_NOW);
-    const auto call = reinterpret_cast<int (*)(Death)>(dlsym(plugin, "CallFromPlugin"));
-    s_something = call(die);
+    const auto call = reinterpret_cast<int (*)(Work)>(dlsym(plugin, "CallFromPlugin"));
+    s_something = call(DieAsTold);
 }
-
-Death s_lastDeath = nullptr;
 
 struct DyingAtExit {
-    ~DyingAtExit() noexcept(false) {
-        if (s_lastDeath != nullptr) {
-            s_lastDeath();
-        }
-    }
+    ~DyingAtExit() noexcept(false) { DieAsTold(); }
 };
 
-const DyingAtExit s_dyingAtExit;
-
-const std::map<std::string, void (*)(Death)> s_places = {
-    {"main", [](Death die) { die(); }},
-    {"thread", DieOnOurThread},
-    {"foreign", DieOnForeignThread},
-    {"unprotected", DieOnUnprotectedThread},
-    {"plugin", DieInPlugin},
-    {"destructor", [](Death die) { s_lastDeath = die; }},
-};
-
-// ---- troubles ----------------------------------------------------------------------------------
-
-void Limit(__rlimit_resource resource, rlim_t value) {
-    const rlimit limit = {value, value};
-    setrlimit(resource, &limit);
+void DieInDestructor() {
+    static const DyingAtExit s_dying;
 }
 
 void TellSignal(int) {
     static_cast<void>(write(STDOUT_FILENO, "before\n", 7));
 }
 
-// Ahead of Initialize, in the copy as well.
-void MakeTrouble(const std::string& trouble) {
-    if (trouble == "handler before") {
-        std::signal(SIGSEGV, TellSignal);
-    } else if (trouble == "no streams") {
-        close(0), close(1), close(2);
-    } else if (trouble == "copy ends" &&
-               std::getenv("crashd_tests_SHOULD_START_DAEMON_") != nullptr) {
+void EndCopy() {
+    if (std::getenv("crashd_tests_SHOULD_START_DAEMON_") != nullptr) {
         _exit(0);
     }
 }
 
-void MakeLateTrouble(const std::string& trouble) {
-    if (trouble == "no descriptors") {
-        Limit(RLIMIT_NOFILE, 0);
-    } else if (trouble == "no memory") {
-        Limit(RLIMIT_AS, 1);
-    }
+void Limit(__rlimit_resource resource) {
+    const rlimit none = {0, 0};
+    setrlimit(resource, &none);
 }
 
-class PrintingLogSink : public LogSink {
-    void Write(const LogRecord& record) override {
-        std::printf("%d %s\n", record.level, std::string(record.text).c_str());
-    }
+std::map<std::string, Work> s_works = {
+    // Ways to die.
+    {"null", WriteToNowhere},
+    {"abort", [] { std::abort(); }},
+    {"overflow", Recurse},
+    {"throw", [] { throw std::runtime_error("nobody catches this"); }},
+    {"division", []() ZEL_UNCHECKED { s_something = 100 / s_zero; }},
+    {"jump", []() ZEL_UNCHECKED { reinterpret_cast<Work>(s_nowhere + 4096)(); }},
+    {"cut", []() ZEL_UNCHECKED { s_something = *static_cast<volatile char*>(MapEmptyFile()); }},
+    {"pure", [] { const Finished finished; }},
+    {"heap", DestroyHeap},
+    {"smashed", SmashStack},
+    {"signal", Signal},
+    {"threads", DieOnThreads},
+    {"quick", [] { _exit(0); }},
+    {"kill", [] { std::raise(SIGKILL); }},
+    {"exec", [] { execl("/bin/true", "true", nullptr); }},
+    {"wait", TellReadyAndWait},
+    {"worker", LeaveWorkerBehind},
+    {"fork", CrashInFork},
+    {"children", [] { _exit(wait(nullptr) < 0 ? 0 : 1); }},
+    // Places.
+    {"main", DieAsTold},
+    {"thread", DieOnOurThread},
+    {"foreign", DieOnForeignThread},
+    {"unprotected", DieOnUnprotectedThread},
+    {"plugin", DieInPlugin},
+    {"destructor", DieInDestructor},
+    // Troubles ahead of Initialize, in the copy as well, and behind it.
+    {"handler before", [] { std::signal(SIGSEGV, TellSignal); }},
+    {"no streams", [] { close_range(STDIN_FILENO, STDERR_FILENO, 0); }},
+    {"copy ends", EndCopy},
+    {"late no descriptors", [] { Limit(RLIMIT_NOFILE); }},
+    {"late no memory", [] { Limit(RLIMIT_AS); }},
 };
 
-void LogToOutput() {
-    const RCPtr<Logger> logger(new Logger);
-    logger->AddSink(new PrintingLogSink);
-    logger->SetAreaLevel("CrashHandler", 4);
-    logger->Start();
-    Logger::SetInstance(logger);
+void Do(const std::string& name) {
+    if (const Work work = s_works[name]) {
+        work();
+    }
 }
 
 struct Teller : RCObject {
-    ZelVoidT Tell(const zel_crash_msg_s* record) {
+    ZelVoidT Tell(const zel_crash_msg_s* record) const {
         std::fprintf(stderr, "callback: %s died by signal %d\n", record->prog_name,
                      record->exception_flags);
         return {};
     }
 };
 
-bool SetUp(int argc, char** argv, const std::string& trouble) {
+struct DerivedTeller : Teller {};
+
+void SetUp(int argc, char** argv, const std::string& trouble) {
+    const test::ScopedLogger log;
+    log.logger->SetAreaLevel("CrashHandler", 4);
     CrashCallback callback;
     if (trouble == "callback") {
-        callback = BindMemFunc(RCPtr<Teller>(new Teller), &Teller::Tell);
+        callback = BindMemFunc(RCPtr<DerivedTeller>(new DerivedTeller), &DerivedTeller::Tell);
     }
     std::string name(300, 'n');
-    if (trouble == "long name") {
-        argv[0] = name.data();
+    argv[0] = trouble == "long name" ? name.data() : argv[0];
+    bool isSetUp = CrashHandler::Initialize(argc, argv, callback);
+    if (trouble == "twice") {
+        isSetUp = CrashHandler::Initialize(argc, argv, nullptr);
     }
-    const bool isSetUp = CrashHandler::Initialize(argc, argv, callback);
-    return trouble == "twice" ? CrashHandler::Initialize(argc, argv, nullptr) : isSetUp;
+    std::puts((log.sink->TakeText() + (isSetUp ? "\nset up" : "\nnot set up")).c_str());
+    std::fflush(stdout);
 }
 
 }  // namespace
 
+void DieAsTold() {
+    Do(s_death.substr(0, s_death.find(':')));
+}
+
 int RunVictim(int argc, char** argv) {
-    const std::string death = argv[2];
+    s_death = argv[2];
     const std::string trouble = argv[4];
-    LogToOutput();
-    MakeTrouble(trouble);
-    std::puts(SetUp(argc, argv, trouble) ? "set up" : "not set up");
-    std::fflush(stdout);
-    MakeLateTrouble(trouble);
-    if (death.starts_with("signal:")) {
-        DieBySignal(death);
-    } else if (death.starts_with("threads:")) {
-        DieOnThreads(death);
-    } else {
-        s_places.at(argv[3])(s_deaths.contains(death) ? s_deaths.at(death) : s_ends.at(death));
-    }
+    Do(trouble);
+    SetUp(argc, argv, trouble);
+    Do("late " + trouble);
+    Do(argv[3]);
     return 0;
 }
 
@@ -359,32 +281,14 @@ int RunVictim(int argc, char** argv) {
 
 #if !defined(ZEL_SANITIZED)
 
-// The program's allocator, which tells when it is asked behind a fault.
-extern "C" {
-void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
-void* __libc_realloc(void* block, std::size_t size);
-
-static void TellAllocation() {
-    if (zel::crashtest::t_isAllocationFault) {
+// The program's allocator, which tells when it is asked on the stack for faults.
+extern "C" void* __libc_malloc(std::size_t size);
+extern "C" void* malloc(std::size_t size) {
+    stack_t stack = {};
+    if (sigaltstack(nullptr, &stack) == 0 && (stack.ss_flags & SS_ONSTACK) != 0) {
         static_cast<void>(write(STDERR_FILENO, "allocation\n", 11));
     }
-}
-
-void* malloc(std::size_t size) {
-    TellAllocation();
     return __libc_malloc(size);
-}
-
-void* calloc(std::size_t count, std::size_t size) {
-    TellAllocation();
-    return __libc_calloc(count, size);
-}
-
-void* realloc(void* block, std::size_t size) {
-    TellAllocation();
-    return __libc_realloc(block, size);
-}
 }
 
 #endif

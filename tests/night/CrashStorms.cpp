@@ -62,7 +62,7 @@ long CountContextSwitches(pid_t process) {
 bool WaitsAsleep() {
     Child child("wait", "main");
     child.WaitUntilReady();
-    const pid_t daemon = child.FindDaemon();
+    const pid_t daemon = child.FindOrphan();
     std::this_thread::sleep_for(std::chrono::seconds(1));
     const long before = CountContextSwitches(daemon);
     std::this_thread::sleep_for(IDLE);

@@ -1,29 +1,25 @@
 #include "zel/process/ProcessUtils.h"
 
-#include "tests/process/Child.h"
+#include "tests/process/UniqueProgram.h"
 #include "tests/support/RecordingLogSink.h"
 #include "tests/support/RunInChild.h"
-#include "tests/support/TemporaryFolder.h"
 #include "tests/support/Thrown.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <sched.h>
 #include <sys/mount.h>
 
 namespace zel {
 namespace {
 
-namespace fs = std::filesystem;
-
 using Processes = std::list<RCPtr<ProcessInfo>>;
 
-std::string NameOf(unsigned int pid) {
+std::string NameOf(pid_t pid) {
     Processes processes;
     ProcessUtils::ListProcesses(&processes, "");
     for (const RCPtr<ProcessInfo>& process : processes) {
-        if (process->pid == pid) {
+        if (process->pid == static_cast<unsigned int>(pid)) {
             return process->name;
         }
     }
@@ -31,11 +27,11 @@ std::string NameOf(unsigned int pid) {
 }
 
 TEST(ProcessUtilsTest, FindsAProcessInAnyCaseAndListsItInItsOwnAlone) {
-    const test::UniqueProgram program("/bin/sh");
-    const test::Child one({program.path, "-c", "echo; kill -STOP $$"});
-    const test::Child another({program.path, "-c", "echo; kill -STOP $$"});
-    one.ReadLine();
-    another.ReadLine();
+    const test::UniqueProgram program;
+    const test::ChildProcess one(program.GetCommand());
+    const test::ChildProcess another(program.GetCommand());
+    one.ReadUntil("\n");
+    another.ReadUntil("\n");
     const std::string otherCase = "ZEL" + program.name.substr(3);
     Processes processes;
     ProcessUtils::ListProcesses(&processes, program.name);
@@ -51,29 +47,25 @@ TEST(ProcessUtilsTest, FindsAProcessInAnyCaseAndListsItInItsOwnAlone) {
 
     ProcessUtils::ListProcesses(&processes, "");
     EXPECT_GT(processes.size(), 4) << "a listing adds to what is there";
-    EXPECT_EQ(NameOf(static_cast<unsigned int>(::getpid())), "process_tests");
+    EXPECT_EQ(NameOf(::getpid()), "process_tests");
 }
 
 TEST(ProcessUtilsTest, NamesWhatAProcessRunsHoweverThatIsCalled) {
-    const test::TemporaryFolder folder;
-    for (const std::string name :
-         {"zel runs", "zel ran", "zel runs (deleted)", "zel ran (deleted)"}) {
-        const fs::path file = folder / name;
-        fs::copy_file("/bin/sh", file);
-        const test::Child child({file, "-c", "echo; kill -STOP $$"});
-        child.ReadLine();
-        if (name.starts_with("zel ran")) {
-            fs::remove(file);
+    for (const std::string name : {"runs", "ran", "runs (deleted)", "ran (deleted)"}) {
+        const test::UniqueProgram program(name);
+        const test::ChildProcess child(program.GetCommand());
+        child.ReadUntil("\n");
+        if (name.starts_with("ran")) {
+            std::filesystem::remove(program.path);
         }
         EXPECT_EQ(NameOf(child.GetId()), name);
     }
 }
 
 TEST(ProcessUtilsTest, ListsAProcessThatHasEndedButIsNotWaitedForAsUnknown) {
-    const test::Child ended({"true"});
-    ended.ReadLine();
+    const test::ChildProcess ended({"true"});
     siginfo_t info = {};
-    ::waitid(P_PID, ended.GetId(), &info, WEXITED | WNOWAIT);
+    ::waitid(P_PID, static_cast<id_t>(ended.GetId()), &info, WEXITED | WNOWAIT);
     EXPECT_EQ(NameOf(ended.GetId()), "unknown");
 }
 
@@ -85,7 +77,7 @@ TEST(ProcessUtilsTest, ThrowsAndLeavesTheListWithoutAProcessFileSystem) {
             return noRights;
         }
         const test::ScopedLogger log;
-        Processes processes{nullptr};
+        Processes processes{new ProcessInfo};
         EXPECT_EQ(
             test::ThrownBy<ProcessUtilsEx>([&] { ProcessUtils::ListProcesses(&processes, ""); }),
             "ProcessUtilsEx: Could not enumerate processes");

@@ -11,7 +11,6 @@
 #include <map>
 #include <sstream>
 #include <stdexcept>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -31,11 +30,9 @@ struct System {
         directories = {{"W", {".|", "..|"}}};
         std::istringstream in(paths);
         for (std::string path; in >> path;) {
-            const bool isDirectory = path.back() == '|';
-            const std::size_t end = path.rfind('|', path.size() - 1 - (isDirectory ? 1 : 0));
-            const bool isTop = end == std::string::npos;
-            directories[isTop ? "W" : "W|" + path.substr(0, end)].push_back(
-                path.substr(isTop ? 0 : end + 1));
+            path.insert(0, "W|");
+            const std::size_t end = path.rfind('|', path.size() - 2);
+            directories[path.substr(0, end)].push_back(path.substr(end + 1));
         }
     }
 };
@@ -43,8 +40,6 @@ struct System {
 System s_system;
 
 class FakeNotice : public platform::ChangeNotice {
-public:
-    ~FakeNotice() override { s_system.calls += "close "; }
     bool Wait(int milliseconds) override {
         s_system.calls += "wait" + std::to_string(milliseconds) + ' ';
         return std::exchange(s_system.isSignalled, false);
@@ -54,6 +49,9 @@ public:
         return s_system.canRearm;
     }
     std::string GetWarning() const override { return s_system.warning; }
+
+public:
+    ~FakeNotice() override { s_system.calls += "close "; }
 };
 
 }  // namespace
@@ -95,12 +93,9 @@ namespace {
 
 class FileWatcherLogicTest : public ::testing::Test {
 protected:
-    void SetUp() override {
+    void Watch(bool reportExisting, bool recursive, double interval, const std::string& paths) {
         s_system = System();
-        s_system.Set("");
-    }
-
-    void Watch(bool reportExisting, bool recursive, double interval) {
+        s_system.Set(paths);
         m_watcher = new FileWatcher("W", reportExisting, recursive, interval);
         const auto record = [this](const char* mark) {
             return [=, this](const std::string& path) { m_fired += mark + path + ' '; };
@@ -111,14 +106,11 @@ protected:
         m_watcher->DirRemoved.Connect(record("d-"));
     }
 
-    std::string Tick() {
+    // What it has fired.
+    std::string Tick(bool isSignalled = false) {
+        s_system.isSignalled = isSignalled;
         m_watcher->Tick();
         return std::exchange(m_fired, "");
-    }
-
-    std::string TickOnNotice() {
-        s_system.isSignalled = true;
-        return Tick();
     }
 
     std::string TakeCalls() { return std::exchange(s_system.calls, ""); }
@@ -139,17 +131,16 @@ TEST_F(FileWatcherLogicTest, FiresWhatDiffersBetweenTwoListingsInAFixedOrder) {
         {"n| N| n|f N|f N|g", "d+W|N f+W|N|f f+W|N|g f-W|x f-W|x-f "},
         {"", "d-W|N f-W|N|f f-W|N|g "},
     };
-    Watch(true, true, -1);
+    Watch(true, true, -1, "");
     EXPECT_EQ(Tick(), "");
     for (const auto& [after, fired] : rows) {
         s_system.Set(after);
-        EXPECT_EQ(TickOnNotice(), fired) << after;
+        EXPECT_EQ(Tick(true), fired) << after;
     }
 }
 
-TEST_F(FileWatcherLogicTest, ListsOnlyTheDirectoryItselfUnlessItIsRecursive) {
-    s_system.Set("x| x|f g");
-    Watch(false, false, -1);
+TEST_F(FileWatcherLogicTest, ListsTheDirectoryItselfAloneUnlessItIsRecursive) {
+    Watch(false, false, -1, "x| x|f g");
     EXPECT_EQ(TakeCalls(), "listW openW ");
     s_system.Set("x| x|f x|h g i");
     EXPECT_EQ(Tick(), "f+W|i ");
@@ -166,83 +157,79 @@ TEST_F(FileWatcherLogicTest, ListsOnCauseAloneAndSaysSo) {
 5 FileWatcher EnumFilesAndDirs: found 3 files, and 1dirs.)";
     const std::string nothing =
         open + "\n5 FileWatcher Nothing to do: shouldCheck == false; pollInterval=";
-    const std::tuple<double, bool, bool, std::string, std::string> rows[] = {
+    const struct {
+        double interval;
+        bool isSignalled;
+        bool canRearm;
+        std::string calls;
+        std::string lines;
+    } rows[] = {
         {-1, false, true, "wait50 ", nothing + "-1"},
         {3600, false, true, "wait50 ", nothing + "3600"},
         {3600, true, true, "wait50 rearm listW listW|d ", open + listing},
-        {-1, true, false, "wait50 rearm close listW listW|d ", open + listing},
         {0, false, true, "wait50 close listW listW|d ", open + listing},
+        {-1, true, false, "wait50 rearm close listW listW|d ", open + listing},
     };
     const test::ScopedLogger log;
     log.logger->SetAreaLevel("FileWatcher", 6);
-    s_system.Set("c d| d|a e");
-    for (const auto& [interval, isSignalled, canRearm, calls, lines] : rows) {
-        Watch(true, true, interval);
+    for (const auto& row : rows) {
+        Watch(true, true, row.interval, "c d| d|a e");
         TakeCalls();
         log.sink->TakeText();
         Tick();
         EXPECT_EQ(TakeCalls(), "listW listW|d ");
         EXPECT_EQ(log.sink->TakeText(), tick + listing);
-        s_system.isSignalled = isSignalled;
-        s_system.canRearm = canRearm;
-        Tick();
-        EXPECT_EQ(TakeCalls(), calls);
-        EXPECT_EQ(log.sink->TakeText(), lines);
+        s_system.canRearm = row.canRearm;
+        Tick(row.isSignalled);
+        EXPECT_EQ(TakeCalls(), row.calls);
+        EXPECT_EQ(log.sink->TakeText(), row.lines);
     }
-}
-
-TEST_F(FileWatcherLogicTest, TriesForANoticeInEveryTickAndWaitsForNothingWithoutOne) {
+    // Without a notice it tries for one in every tick, and waits for nothing.
     s_system.hasNotices = false;
-    Watch(false, true, -1);
     Tick();
-    TakeCalls();
-    EXPECT_EQ(Tick() + Tick(), "");
+    Tick();
     EXPECT_EQ(TakeCalls(), "openW* openW* ");
 }
 
 TEST_F(FileWatcherLogicTest, TellsOnceWhyNoticesFail) {
     const test::ScopedLogger log;
+    Watch(false, true, 0, "");
     s_system.warning = "a limit";
-    Watch(false, true, 0);
-    Tick();
-    Tick();
-    TickOnNotice();
+    for (const bool isSignalled : {false, true, false, true}) {
+        Tick(isSignalled);
+    }
     EXPECT_EQ(log.sink->TakeText(),
               "\n2 FileWatcher Not every change in W gives a notice: a limit");
 }
 
 TEST_F(FileWatcherLogicTest, AResetShowsWithTheNextListing) {
-    s_system.Set("f d|");
-    Watch(false, true, -1);
+    Watch(false, true, -1, "f d|");
     EXPECT_EQ(Tick(), "");
     m_watcher->Reset();
     EXPECT_EQ(Tick(), "");
-    EXPECT_EQ(TickOnNotice(), "d+W|d f+W|f ");
-    EXPECT_EQ(TickOnNotice(), "");
+    EXPECT_EQ(Tick(true), "d+W|d f+W|f ");
+    EXPECT_EQ(Tick(true), "");
 }
 
 TEST_F(FileWatcherLogicTest, AListingThatASinkThrewOutOfIsReportedAgain) {
-    Watch(false, true, -1);
-    const auto sink = m_watcher->FileAdded.Connect(
-        [](const std::string&) -> bool { throw std::runtime_error("sink"); });
-    s_system.Set("f");
-    EXPECT_THROW(m_watcher->Tick(), std::runtime_error);
-    m_watcher->FileAdded.RemoveSink(sink.Get());
-    m_fired.clear();
-    EXPECT_EQ(TickOnNotice(), "f+W|f ");
+    Watch(true, true, -1, "f");
+    m_watcher->FileAdded.Connect([isFirst = true](const std::string&) mutable {
+        return std::exchange(isFirst, false) ? throw std::runtime_error("sink") : false;
+    });
+    EXPECT_THROW(Tick(), std::runtime_error);
+    EXPECT_EQ(Tick(true), "f+W|f f+W|f ");
 }
 
 TEST_F(FileWatcherLogicTest, ASinkMayCallTick) {
-    Watch(true, true, -1);
+    Watch(true, true, -1, "d|");
     m_watcher->DirAdded.Connect([this](const std::string&) {
         s_system.Set("f");
         s_system.isSignalled = true;
         m_watcher->Tick();
         return false;
     });
-    s_system.Set("d|");
     EXPECT_EQ(Tick(), "d+W|d f+W|f ");
-    EXPECT_EQ(TickOnNotice(), "");
+    EXPECT_EQ(Tick(true), "");
 }
 
 }  // namespace

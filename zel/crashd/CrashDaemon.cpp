@@ -6,7 +6,6 @@
 #include "zel/platform/SystemErrorText.h"
 #include "zel/platform/ThreadInfo.h"
 
-#include <bit>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -93,7 +92,7 @@ void CheckCrashMessage(zel_crash_msg_s& record, std::ostream& out) {
     EndText(record.ancillary);
 }
 
-void crashd_main(const char* pipeName, CrashCallback callback) {
+void crashd_main(const char* pipeName, CrashCallback callback) noexcept {
     std::cerr << "crashd_main: Win32!\n" << std::flush;
     if (!ReceiveCrashMessage(pipeName)) {
         EndWith(EXIT_SUCCESS);

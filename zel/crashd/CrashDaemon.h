@@ -17,7 +17,9 @@ using CrashCallback = RCPtr<MemFuncBindBase<ZelVoidT, const zel_crash_msg_s*>>;
 // any path that can be read; hands it to `callback` or, if that is null, prints the report on
 // standard error; and ends the process. The exit code is 0, but the system's error number if the
 // channel can't be opened. While it waits it doesn't heed the signals that ask it politely to end.
-[[noreturn]] ZEL_ADVANCED_API void crashd_main(const char* pipeName, CrashCallback callback);
+// What `callback` throws ends the process too, by std::terminate.
+[[noreturn]] ZEL_ADVANCED_API void crashd_main(const char* pipeName,
+                                               CrashCallback callback) noexcept;
 
 // The steps of that, each by itself.
 

@@ -2,6 +2,7 @@
 
 #include "zel/foundation/RCPtr.h"
 
+#include <functional>
 #include <type_traits>
 #include <utility>
 
@@ -45,12 +46,16 @@ RCPtr<MemFuncBindBase<R, A>> BindCallback(Callable callable) {
     return RCPtr<MemFuncBindBase<R, A>>(new MemFuncBindImp<R, A, Callable>(std::move(callable)));
 }
 
-// Holds the object, which isn't null.
-template <class T, class R, class A>
-RCPtr<MemFuncBindBase<R, A>> BindMemFunc(RCPtr<T> object, R (T::*function)(A)) {
-    return BindCallback<R, A>([object = std::move(object), function](A argument) {
-        return ((*object).*function)(std::forward<A>(argument));
-    });
+// Holds the object, which isn't null; the function may be one of a base class.
+template <class T, class Base, class R, class A>
+RCPtr<MemFuncBindBase<R, A>> BindMemFunc(RCPtr<T> object, R (Base::*function)(A)) {
+    return BindCallback<R, A>(std::bind_front(function, std::move(object)));
+}
+
+// The same for a function that doesn't change its object.
+template <class T, class Base, class R, class A>
+RCPtr<MemFuncBindBase<R, A>> BindMemFunc(RCPtr<T> object, R (Base::*function)(A) const) {
+    return BindCallback<R, A>(std::bind_front(function, std::move(object)));
 }
 
 }  // namespace zel

@@ -25,8 +25,8 @@ public:
     unsigned GetThreadId() const noexcept { return m_threadId; }
 
     // Appends "NUMBER MODULE 0xADDRESS SYMBOL (FILE:LINE)", a blank and a line feed to `ancillary`,
-    // with "???" for what isn't known. The last line that has any room is cut, later ones are
-    // dropped.
+    // with "???" for what isn't known and 1024 bytes of text at the most. The last line that has
+    // any room is cut, later ones are dropped.
     void OnCallstackEntry(CallstackEntryType type, CallstackEntry& entry) override;
 
     // Appends "0xADDRESS:FUNCTION:ERROR;" to `asserts`, if it fits there whole.
@@ -34,8 +34,9 @@ public:
                       unsigned long long address) override;
 
 private:
-    char m_line[1024] = {};
-    char m_errorEntry[sizeof(zel_crash_msg_s::asserts)] = {};
+    // Texts of these sizes, with their ends.
+    char m_line[1024 + 1] = {};
+    char m_errorEntry[sizeof(zel_crash_msg_s::asserts) + 1] = {};
     unsigned m_threadId;
     zel_crash_msg_s* m_record;
     char* m_assertsPosition;

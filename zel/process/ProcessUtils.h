@@ -19,7 +19,7 @@ public:
 class ZEL_ADVANCED_API ProcessInfo : public RCObject {
 public:
     // An entry of that name and identifier.
-    ProcessInfo(std::string processName, unsigned int processId);
+    explicit ProcessInfo(std::string processName = {}, unsigned int processId = 0);
 
     // The name of the file that it runs, without directories. "unknown" where that can't be read:
     // without the right to, of a process that is ending, and of one that runs no file.

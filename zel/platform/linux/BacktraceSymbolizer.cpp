@@ -11,6 +11,7 @@
 #include <exception>
 #include <link.h>
 #include <string_view>
+#include <sys/auxv.h>
 #include <unistd.h>
 #include <unwind.h>
 
@@ -35,6 +36,16 @@ constexpr int NO_SUCH_DATA = -1;
 std::atomic<backtrace_state*> s_state{nullptr};
 
 void IgnoreError(void*, const char*, int) {}
+
+// To the kernel a program that was started by way of the loader is the loader, and one whose first
+// thread has ended is nothing.
+const char* ProgramFile() noexcept {
+    if (getauxval(AT_BASE) == 0) {
+        return reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+    }
+    const char* const file = "/proc/self/exe";
+    return access(file, R_OK) == 0 ? file : "/proc/thread-self/exe";
+}
 
 // What is known of one address.
 class Lookup {
@@ -123,7 +134,7 @@ private:
     };
 
     backtrace_state* Add(const link_map* module) {
-        const char* const file = module->l_name[0] == '\0' ? "/proc/self/exe" : module->l_name;
+        const char* const file = module->l_name[0] == '\0' ? ProgramFile() : module->l_name;
         // For a file that has gone the library would take the program's.
         if (m_count == m_modules.size() || access(file, R_OK) != 0) {
             return nullptr;
@@ -167,7 +178,8 @@ bool Symbolizer::Prepare() noexcept {
     if (s_state.load(std::memory_order_acquire) != nullptr) {
         return true;
     }
-    backtrace_state* const state = backtrace_create_state(nullptr, THREADED, IgnoreError, nullptr);
+    backtrace_state* const state =
+        backtrace_create_state(ProgramFile(), THREADED, IgnoreError, nullptr);
     backtrace_state* none = nullptr;
     // Of two threads that come here at once the second finds the state of the first.
     return state != nullptr &&

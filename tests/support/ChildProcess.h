@@ -1,0 +1,129 @@
+#pragma once
+
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <functional>
+#include <poll.h>
+#include <string>
+#include <string_view>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace zel::test {
+
+// A process of its own, its streams on pipes. It is killed when this object goes.
+class ChildProcess {
+public:
+    // Runs a program, or `work` in a fork.
+    explicit ChildProcess(std::vector<std::string> command)
+        : ChildProcess([&command] {
+              std::vector<char*> words;
+              for (std::string& word : command) {
+                  words.push_back(word.data());
+              }
+              words.push_back(nullptr);
+              ::execvp(words[0], words.data());
+          }) {}
+
+    explicit ChildProcess(const std::function<void()>& work) {
+        int ends[3][2];
+        for (auto& pair : ends) {
+            if (::pipe2(pair, O_CLOEXEC) != 0) {
+                std::abort();
+            }
+        }
+        m_id = ::fork();
+        for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+            const int childs = stream == STDIN_FILENO ? 0 : 1;
+            if (m_id == 0) {
+                ::dup2(ends[stream][childs], stream);
+                ::close(ends[stream][1 - childs]);
+            }
+            ::close(ends[stream][childs]);
+            m_streams[stream] = ends[stream][1 - childs];
+        }
+        if (m_id == 0) {
+            work();
+            ::_exit(EXIT_FAILURE);
+        }
+    }
+
+    ~ChildProcess() {
+        if (m_id > 0) {
+            Kill(SIGKILL);
+            Wait();
+        }
+        for (const int stream : m_streams) {
+            ::close(stream);
+        }
+    }
+
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    pid_t GetId() const { return m_id; }
+    void Kill(int signal) const { ::kill(m_id, signal); }
+
+    // To its end, which the status tells.
+    int Wait() {
+        int status = 0;
+        ::waitpid(std::exchange(m_id, 0), &status, 0);
+        return status;
+    }
+
+    void Write(std::string_view text) const {
+        static_cast<void>(::write(m_streams[STDIN_FILENO], text.data(), text.size()));
+    }
+
+    void CloseInput() { ::close(std::exchange(m_streams[STDIN_FILENO], -1)); }
+
+    // What it writes to standard output, up to `end`, which is left out, or to its last word.
+    std::string ReadUntil(std::string_view end) const {
+        std::string text;
+        while (!text.ends_with(end)) {
+            if (!ReadSome(STDOUT_FILENO, text, 1)) {
+                return text;
+            }
+        }
+        return text.substr(0, text.size() - end.size());
+    }
+
+    // What it, and all that it has left behind, write until none holds the stream any more.
+    std::string ReadAll(int stream) const {
+        std::string text;
+        while (ReadSome(stream, text, 4096)) {
+        }
+        return text;
+    }
+
+    // The process that it has left to this one, which has to be a subreaper.
+    pid_t FindOrphan() const {
+        const std::string self = std::to_string(::getpid());
+        std::ifstream in("/proc/" + self + "/task/" + self + "/children");
+        pid_t process = 0;
+        while (in >> process && process == m_id) {
+        }
+        return process;
+    }
+
+private:
+    // False at the end, and when nothing comes for long.
+    bool ReadSome(int stream, std::string& text, std::size_t size) const {
+        constexpr int longWait = 30'000;
+        pollfd ready{m_streams[stream], POLLIN, 0};
+        char block[4096];
+        const ssize_t count =
+            ::poll(&ready, 1, longWait) == 1 ? ::read(m_streams[stream], block, size) : 0;
+        text.append(block, static_cast<std::size_t>(count > 0 ? count : 0));
+        return count > 0;
+    }
+
+    pid_t m_id = 0;
+    int m_streams[3] = {};
+};
+
+}  // namespace zel::test
