@@ -39,10 +39,12 @@ void Expect(const Row& row, const std::string& place) {
     EXPECT_FALSE(Contains(outcome.errors, "allocation|\n[0-9]+ .*Filter"));
 }
 
-// The fault's address is that of the first function.
+// The fault's address is that of the first function. Sanitizers slow the walk so much that on a
+// busy machine its limit of time may end it behind that.
 std::string ReportOf(int signal, const std::string& reason, const std::string& functions) {
     return "\nException Caught: \\(" + std::to_string(signal) + "\\)  \nReason: " + reason +
-           "\nFault Address: (\\w{8})\n[^]*\nAncillary data:\n(?=0 \\S+ 0x\\1 )" + functions;
+           "\nFault Address: (\\w{8})\n[^]*\nAncillary data:\n(?=0 \\S+ 0x\\1 )" +
+           (isSanitized ? "" : functions);
 }
 
 const std::string first = "0 crashd_tests \\S+ \\S*";

@@ -142,7 +142,7 @@ TEST_P(RandomChangesTest, AreSeenToTheLastOneAfterEveryBurst) {
     const auto asked = std::chrono::steady_clock::now();
     m_watcher->RequestStop();
     m_watcher->Join();
-    EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds(1));
+    EXPECT_LT(std::chrono::steady_clock::now() - asked, longEnough / 3);
     EXPECT_EQ(m_seen, ListAll(m_root));
 }
 
