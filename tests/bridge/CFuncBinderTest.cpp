@@ -7,6 +7,8 @@
 #include <climits>
 #include <thread>
 
+extern "C" void SendFromC(void* key, int count);
+
 namespace zel {
 namespace {
 
@@ -117,7 +119,7 @@ TEST_F(CFuncBinderTest, CallsOfAnyThreadRunOneAfterTheOtherWhateverTheyThrow) {
     });
     const auto call = [&] {
         for (int i = 0; i < rounds; ++i) {
-            EXPECT_THROW(ZelCppBridge(m_keys, 1), int);
+            EXPECT_THROW(SendFromC(m_keys, 1), int);
             CBinder::Prepare();
             CBinder::Release();
         }
