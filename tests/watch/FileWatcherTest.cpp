@@ -191,11 +191,6 @@ bool SetLimit(const char* name, int value) {
     return static_cast<bool>(file << value << std::flush);
 }
 
-bool SetDescriptors(rlim_t count) {
-    const rlimit limit = {count, 1000};
-    return ::setrlimit(RLIMIT_NOFILE, &limit) == 0;
-}
-
 TEST_F(FileWatcherTest, LooksAtIntervalsWhereALimitIsHitAndSaysWhichOne) {
     const struct {
         const char* raisedBy;
@@ -206,7 +201,11 @@ TEST_F(FileWatcherTest, LooksAtIntervalsWhereALimitIsHitAndSaysWhichOne) {
         {"fs.inotify.max_user_instances",
          [](bool isTight) { return SetLimit("max_inotify_instances", isTight ? 0 : 10); }},
 #if !defined(__SANITIZE_ADDRESS__)  // whose own checks take descriptors
-        {"RLIMIT_NOFILE", [](bool isTight) { return SetDescriptors(isTight ? 0 : 1000); }},
+        {"RLIMIT_NOFILE",
+         [](bool isTight) {
+             const rlimit limit = {isTight ? 0U : 1000U, 1000};
+             return ::setrlimit(RLIMIT_NOFILE, &limit) == 0;
+         }},
 #endif
     };
     constexpr int cannotLimit = 77;
