@@ -2,6 +2,8 @@
 # built runs by qemu-user, as many a kernel refuses 32-bit programs.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR i686)
+set(CMAKE_C_COMPILER gcc-12)
+set(CMAKE_CXX_COMPILER g++-12)
 set(flags "-m32 -msse2 -mfpmath=sse -idirafter /usr/include/x86_64-linux-gnu")
 set(CMAKE_C_FLAGS_INIT ${flags})
 set(CMAKE_CXX_FLAGS_INIT ${flags})

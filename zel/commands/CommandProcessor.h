@@ -17,4 +17,5 @@ public:
 
 }  // namespace zel
 
+// The ready-made one comes along; it derives from the class above.
 #include "zel/commands/ThreadCommandProcessor.h"
