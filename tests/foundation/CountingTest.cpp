@@ -125,6 +125,7 @@ TEST(CountingTest, PointersConvertCompareAndHashByTheirObject) {
     const WeakPtr<Probe> weak = WeakPtr<DerivedProbe>(derived);
     EXPECT_EQ(base, RCPtr<Probe>(derived.Get()));
     EXPECT_EQ(weak.GetRCPtr(), derived.Get());
+    EXPECT_EQ(WeakPtr<const Probe>(RCPtr<const Probe>(derived)).GetRCPtr(), base.Get());
     EXPECT_NE(base, nullptr);
     EXPECT_TRUE(RCPtr<Probe>(NULL) == NULL);  // NOLINT(modernize-use-nullptr): other people's code
     EXPECT_EQ((std::unordered_set<RCPtr<Probe>>{base, derived}.size()), 1U);

@@ -29,8 +29,8 @@ using ExceptionPointers = platform::FaultRecord;
 // program ends in any other way, the daemon goes with it, without a word. What a program does ahead
 // of the call happens in both, so let that be little.
 //
-// All failures are told by a log line and a false result; a program may go on without crash
-// handling. There is no way back.
+// All failures are told by a log line and a false result, but for std::bad_alloc; a program may go
+// on without crash handling. There is no way back.
 class ZEL_ADVANCED_API CrashHandler {
 public:
     // True if crash handling is running, or was set up already. `argc` and `argv` are those of

@@ -12,7 +12,8 @@ namespace zel {
 
 // A strong pointer: null, or an object of a class derived from RCObject that it keeps alive. Copies
 // count under RCUtils::s_cs; moves change no count and take no lock. Using a null pointer is the
-// caller's fault. Threads may share the object, not the pointer variable.
+// caller's fault. Threads may share the object, not the pointer variable. RCPtr<const T> holds an
+// object that it gives no way to change.
 template <class T>
 class RCPtr {
 public:
@@ -32,11 +33,7 @@ public:
     template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
     RCPtr(RCPtr<U>&& other) noexcept : m_object(other.Detach()) {}
 
-    ~RCPtr() {
-        if (m_object != nullptr) {
-            m_object->RemoveRef();
-        }
-    }
+    ~RCPtr() { Release(m_object); }
 
     // The new object is held before the old one is let go, and the old one's destructor runs with
     // no lock held, when this pointer has its new value already.
@@ -48,9 +45,7 @@ public:
         T* const old = std::exchange(m_object, other.m_object);
         Retain();
         lock.Unlock();
-        if (old != nullptr) {
-            old->RemoveRef();
-        }
+        Release(old);
         return *this;
     }
 
@@ -89,9 +84,18 @@ public:
     }
 
 private:
+    using Counted = std::remove_const_t<T>;
+
+    // To count an object is no change of it.
     void Retain() const noexcept {
         if (m_object != nullptr) {
-            m_object->AddRef();
+            const_cast<Counted*>(m_object)->AddRef();
+        }
+    }
+
+    static void Release(T* object) noexcept {
+        if (object != nullptr) {
+            const_cast<Counted*>(object)->RemoveRef();
         }
     }
 
