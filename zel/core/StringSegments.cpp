@@ -1,6 +1,8 @@
 #include "zel/core/StringUtils.h"
 
 #include <array>
+#include <cstdint>
+#include <cstring>
 #include <ostream>
 
 namespace zel::StringUtils {
@@ -84,9 +86,27 @@ int UnescapedOf(int letter) {
     }
 }
 
+// Whether all of eight bytes are PLAIN. One that isn't may borrow from its neighbour, but then the
+// answer is no already.
+bool AreAllPlain(const char* bytes) {
+    constexpr std::uint64_t ones = 0x0101'0101'0101'0101;
+    constexpr std::uint64_t highBits = 0x80 * ones;
+    std::uint64_t word = 0;
+    std::memcpy(&word, bytes, sizeof word);
+    const auto isZeroIn = [](std::uint64_t values) { return (values - ones) & ~values; };
+    const std::uint64_t isControl = (word - 0x20 * ones) & ~word;
+    const std::uint64_t isDeleteOrWide = (word + ones) | word;
+    return ((isControl | isDeleteOrWide | isZeroIn(word ^ QUOTE * ones) |
+             isZeroIn(word ^ '\\' * ones)) &
+            highBits) == 0;
+}
+
 // How many bytes at the start of `text` stand for themselves in quotes.
 std::size_t PlainLength(std::string_view text) {
     std::size_t length = 0;
+    while (text.size() - length >= sizeof(std::uint64_t) && AreAllPlain(&text[length])) {
+        length += sizeof(std::uint64_t);
+    }
     while (length < text.size()) {
         const unsigned byte = ByteAt(text, length);
         if (PLAIN[byte]) {
@@ -103,7 +123,8 @@ std::size_t PlainLength(std::string_view text) {
 }
 
 bool IsReadable(std::string_view text) {
-    return EscapeOf(ByteAt(text, 0)) != 0 || PlainLength(text.substr(0, 4)) != 0;
+    return PLAIN[ByteAt(text, 0)] || EscapeOf(ByteAt(text, 0)) != 0 ||
+           PlainLength(text.substr(0, 4)) != 0;
 }
 
 // Writes the readable text at the start of `text` as one segment and gives what is behind it.
@@ -187,10 +208,15 @@ bool DecodeHex(StreamScanner& in, std::string& value) {
 }  // namespace
 
 void Encode(std::string_view text, std::string& out) {
-    do {
-        const bool isHex = !text.empty() && !IsReadable(text);
-        text = isHex ? EncodeHex(text, out) : EncodeQuoted(text, out);
-    } while (!text.empty());
+    if (PlainLength(text) == text.size()) {
+        const std::size_t begin = out.size();
+        out.append(text.size() + 2, QUOTE);
+        text.copy(&out[begin + 1], text.size());
+        return;
+    }
+    while (!text.empty()) {
+        text = IsReadable(text) ? EncodeQuoted(text, out) : EncodeHex(text, out);
+    }
 }
 
 void Encode(const char* data, int length, std::ostream& out) {
