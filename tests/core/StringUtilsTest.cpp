@@ -81,6 +81,12 @@ TEST(StringUtilsTest, ThrowExLogsAndRaisesItsException) {
     EXPECT_EQ(log.sink->TakeText(), "\n2 StringUtils Exception of type StringUtilsEx. no number");
 }
 
+std::string Encoded(const std::string& text) {
+    std::ostringstream out;
+    StringUtils::Encode(text.data(), static_cast<int>(text.size()), out);
+    return out.str();
+}
+
 TEST(StringSegmentsTest, KeepTextReadableAndOtherBytesInHexadecimal) {
     const std::pair<std::string, const char*> rows[] = {
         {"", R"("")"},
@@ -93,9 +99,28 @@ TEST(StringSegmentsTest, KeepTextReadableAndOtherBytesInHexadecimal) {
          R"($ff$"-"$c3$"-"$c0af$"-"$e080af$"-"$eda080$"-"$f4908080$"-"$c280$"-"$e282$)"},
     };
     for (const auto& [text, segments] : rows) {
-        std::ostringstream out;
-        StringUtils::Encode(text.data(), static_cast<int>(text.size()), out);
-        EXPECT_EQ(out.str(), segments);
+        EXPECT_EQ(Encoded(text), segments);
+    }
+}
+
+TEST(StringSegmentsTest, TellEveryByteApartWhereverItStandsInALongText) {
+    for (int byte = 0; byte <= 0xFF; ++byte) {
+        for (std::size_t before = 1; before < 8; ++before) {
+            const std::string middle(1, static_cast<char>(byte));
+            const std::string text = std::string(before, 'x') + middle + std::string(8, 'x');
+            std::string segments = Encoded('x' + middle + 'x');
+            segments.insert(segments.find('x'), before - 1, 'x');
+            segments.insert(segments.rfind('x'), 7, 'x');
+            EXPECT_EQ(Encoded(text), segments) << byte;
+            std::istringstream in(segments);
+            std::string back;
+            while (in.peek() != std::char_traits<char>::eof()) {
+                std::string piece;
+                ASSERT_TRUE(StringUtils::Decode(in, &piece)) << byte;
+                back += piece;
+            }
+            EXPECT_EQ(back, text);
+        }
     }
 }
 

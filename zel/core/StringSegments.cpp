@@ -86,26 +86,42 @@ int UnescapedOf(int letter) {
     }
 }
 
-// Whether all of eight bytes are PLAIN. One that isn't may borrow from its neighbour, but then the
-// answer is no already.
-bool AreAllPlain(const char* bytes) {
-    constexpr std::uint64_t ones = 0x0101'0101'0101'0101;
-    constexpr std::uint64_t highBits = 0x80 * ones;
-    std::uint64_t word = 0;
-    std::memcpy(&word, bytes, sizeof word);
-    const auto isZeroIn = [](std::uint64_t values) { return (values - ones) & ~values; };
-    const std::uint64_t isControl = (word - 0x20 * ones) & ~word;
-    const std::uint64_t isDeleteOrWide = (word + ones) | word;
-    return ((isControl | isDeleteOrWide | isZeroIn(word ^ QUOTE * ones) |
-             isZeroIn(word ^ '\\' * ones)) &
-            highBits) == 0;
-}
+// Eight bytes of a text, to be looked at together. A byte that meets a condition may borrow from
+// its neighbour, so that only the answer for none of them is sure.
+class Word {
+public:
+    static constexpr std::size_t SIZE = sizeof(std::uint64_t);
+
+    explicit Word(const char* bytes) { std::memcpy(&m_bytes, bytes, SIZE); }
+
+    bool IsFreeOfMarks() const { return (AreMarks() & HIGH_BITS) == 0; }
+
+    // Whether all are PLAIN.
+    bool IsPlain() const {
+        const std::uint64_t areControls = (m_bytes - 0x20 * EACH) & ~m_bytes;
+        const std::uint64_t areDeleteOrWide = (m_bytes + EACH) | m_bytes;
+        return ((areControls | areDeleteOrWide | AreMarks()) & HIGH_BITS) == 0;
+    }
+
+private:
+    static constexpr std::uint64_t EACH = 0x0101'0101'0101'0101;
+    static constexpr std::uint64_t HIGH_BITS = 0x80 * EACH;
+
+    std::uint64_t AreMarks() const { return Are(QUOTE) | Are('\\'); }
+
+    std::uint64_t Are(char byte) const {
+        const std::uint64_t difference = m_bytes ^ static_cast<unsigned char>(byte) * EACH;
+        return (difference - EACH) & ~difference;
+    }
+
+    std::uint64_t m_bytes = 0;
+};
 
 // How many bytes at the start of `text` stand for themselves in quotes.
 std::size_t PlainLength(std::string_view text) {
     std::size_t length = 0;
-    while (text.size() - length >= sizeof(std::uint64_t) && AreAllPlain(&text[length])) {
-        length += sizeof(std::uint64_t);
+    while (text.size() - length >= Word::SIZE && Word(&text[length]).IsPlain()) {
+        length += Word::SIZE;
     }
     while (length < text.size()) {
         const unsigned byte = ByteAt(text, length);
@@ -159,13 +175,22 @@ std::string_view EncodeHex(std::string_view text, std::string& out) {
     return text;
 }
 
+// How many bytes at the start of `text` come before a quote or a backslash.
+std::size_t LengthBeforeMark(std::string_view text) {
+    std::size_t length = 0;
+    while (text.size() - length >= Word::SIZE && Word(&text[length]).IsFreeOfMarks()) {
+        length += Word::SIZE;
+    }
+    while (length < text.size() && text[length] != QUOTE && text[length] != '\\') {
+        ++length;
+    }
+    return length;
+}
+
 bool DecodeQuoted(StreamScanner& in, std::string& value) {
     for (;;) {
         const std::string_view run = in.GetRun();
-        std::size_t plain = 0;
-        while (plain < run.size() && run[plain] != QUOTE && run[plain] != '\\') {
-            ++plain;
-        }
+        const std::size_t plain = LengthBeforeMark(run);
         value.append(run.substr(0, plain));
         in.Skip(plain);
         if (plain == run.size() && !run.empty()) {

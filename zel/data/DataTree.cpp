@@ -39,11 +39,12 @@ DataTree::DataTree(std::string name, std::string value)
 DataTree::~DataTree() {
     m_parent = WeakPtr<DataTree>();
     delete m_index.load(std::memory_order_relaxed);
-    DeadNodes& dead = t_deadNodes;
-    if (!m_children.empty()) {
-        ReleaseChildren(dead.first);
+    if (m_children.empty()) {
+        return;
     }
-    if (dead.isDestroying || dead.first == nullptr) {
+    DeadNodes& dead = t_deadNodes;
+    ReleaseChildren(dead.first);
+    if (dead.isDestroying) {
         return;
     }
     dead.isDestroying = true;
@@ -200,7 +201,9 @@ RCPtr<DataTree> DataTree::Clone() const {
         open.pop_back();
         copy->m_children.reserve(source->m_children.size());
         for (const RCPtr<DataTree>& child : source->m_children) {
-            DataTree* const childCopy = copy->AppendUnshared(child->m_name, child->m_value);
+            DataTree* const childCopy = copy->AppendUnshared();
+            childCopy->m_name = child->m_name;
+            childCopy->m_value = child->m_value;
             if (!child->m_children.empty()) {
                 open.emplace_back(child.Get(), childCopy);
             }
@@ -209,13 +212,13 @@ RCPtr<DataTree> DataTree::Clone() const {
     return clone;
 }
 
-// Appends a new child to a node that no other thread can know yet.
-DataTree* DataTree::AppendUnshared(std::string name, std::string value) {
+// Appends a child, whose texts are still to come, to a node that no other thread can know yet.
+DataTree* DataTree::AppendUnshared() {
     constexpr std::size_t firstCapacity = 4;
     if (m_children.capacity() == 0) {
         m_children.reserve(firstCapacity);
     }
-    DataTree* const child = new DataTree(std::move(name), std::move(value));
+    DataTree* const child = new DataTree;
     m_children.push_back(RCBatch::HoldUnshared(child));
     child->m_parent = RCBatch::PointAtUnshared(this);
     return child;

@@ -112,11 +112,13 @@ private:
 
     using Children = std::vector<RCPtr<DataTree>>;
 
+    DataTree() = default;
+
     DataTree* Find(std::string_view name) const noexcept;
     DataTree* FindFrom(std::size_t position, std::string_view name) const noexcept;
     Index* GetIndex() const noexcept;
     RCPtr<DataTree> Detach(DataTree* child) noexcept;
-    DataTree* AppendUnshared(std::string name, std::string value);
+    DataTree* AppendUnshared();
     bool Contains(const DataTree* child) const;
     bool IsAtOrBelow(const DataTree* node) const;
     void ReleaseChildren(DataTree*& pile) noexcept;

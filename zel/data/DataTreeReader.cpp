@@ -79,11 +79,13 @@ private:
 
     void OpenTag() {
         if (!m_open.empty()) {
-            m_open.push_back(m_open.back()->AppendUnshared(ReadString(), {}));
+            m_open.push_back(m_open.back()->AppendUnshared());
+            ReadString(m_open.back()->m_name);
             return;
         }
         const StreamScanner::Position position = m_in.GetPosition();
-        std::string name = ReadString();
+        std::string name;
+        ReadString(name);
         if (m_root) {
             FailAt(s_log, position, "Tree must be singly rooted");
         }
@@ -102,17 +104,17 @@ private:
         if (m_open.empty()) {
             Fail(s_log, "Value node can not appear at root level");
         }
-        std::string name = ReadString();
+        DataTree& child = *m_open.back()->AppendUnshared();
+        ReadString(child.m_name);
         m_in.SkipWhite();
         if (m_in.Get() != '=') {
-            Fail(s_log, "Malformed value node ", name);
+            Fail(s_log, "Malformed value node ", child.m_name);
         }
-        std::string value = ReadString();
-        m_open.back()->AppendUnshared(std::move(name), std::move(value));
+        ReadString(child.m_value);
     }
 
-    std::string ReadString() {
-        std::string text;
+    // Into an empty text.
+    void ReadString(std::string& text) {
         m_in.SkipWhite();
         if (!BeginsString(m_in.Peek())) {
             FailAt(s_log, m_in.GetPosition(), "String was expected but not found");
@@ -123,7 +125,6 @@ private:
             }
             m_in.SkipWhite();
         } while (BeginsString(m_in.Peek()));
-        return text;
     }
 
     // From behind "[!" to the bracket that follows two dashes or more.
