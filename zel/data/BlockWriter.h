@@ -6,7 +6,7 @@
 
 namespace zel {
 
-// Hands text to a stream in blocks, as a stream is slow at single bytes.
+// Hands text to a stream in blocks, as a stream is slow at single bytes and a file at small blocks.
 class BlockWriter {
 public:
     explicit BlockWriter(std::ostream& out) : m_out(out) { m_text.reserve(2 * BLOCK); }
@@ -28,7 +28,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t BLOCK = 4096;
+    static constexpr std::size_t BLOCK = 16'384;
 
     std::ostream& m_out;
     std::string m_text;
