@@ -86,15 +86,16 @@ int UnescapedOf(int letter) {
     }
 }
 
-// Eight bytes of a text, to be looked at together. A byte that meets a condition may borrow from
-// its neighbour, so that only the answer for none of them is sure.
+// Eight bytes of a text, looked at together. A byte that meets a condition may borrow from its
+// neighbour, so that it is sure whether any of them does, but not which one.
 class Word {
 public:
     static constexpr std::size_t SIZE = sizeof(std::uint64_t);
 
     explicit Word(const char* bytes) { std::memcpy(&m_bytes, bytes, SIZE); }
 
-    bool IsFreeOfMarks() const { return (AreMarks() & HIGH_BITS) == 0; }
+    // Whether none is a quote or a backslash.
+    bool IsUnmarked() const { return (AreMarks() & HIGH_BITS) == 0; }
 
     // Whether all are PLAIN.
     bool IsPlain() const {
@@ -107,9 +108,9 @@ private:
     static constexpr std::uint64_t EACH = 0x0101'0101'0101'0101;
     static constexpr std::uint64_t HIGH_BITS = 0x80 * EACH;
 
-    std::uint64_t AreMarks() const { return Are(QUOTE) | Are('\\'); }
+    std::uint64_t AreMarks() const { return AreEqualTo(QUOTE) | AreEqualTo('\\'); }
 
-    std::uint64_t Are(char byte) const {
+    std::uint64_t AreEqualTo(char byte) const {
         const std::uint64_t difference = m_bytes ^ static_cast<unsigned char>(byte) * EACH;
         return (difference - EACH) & ~difference;
     }
@@ -139,8 +140,7 @@ std::size_t PlainLength(std::string_view text) {
 }
 
 bool IsReadable(std::string_view text) {
-    return PLAIN[ByteAt(text, 0)] || EscapeOf(ByteAt(text, 0)) != 0 ||
-           PlainLength(text.substr(0, 4)) != 0;
+    return EscapeOf(ByteAt(text, 0)) != 0 || PlainLength(text.substr(0, 4)) != 0;
 }
 
 // Writes the readable text at the start of `text` as one segment and gives what is behind it.
@@ -178,7 +178,7 @@ std::string_view EncodeHex(std::string_view text, std::string& out) {
 // How many bytes at the start of `text` come before a quote or a backslash.
 std::size_t LengthBeforeMark(std::string_view text) {
     std::size_t length = 0;
-    while (text.size() - length >= Word::SIZE && Word(&text[length]).IsFreeOfMarks()) {
+    while (text.size() - length >= Word::SIZE && Word(&text[length]).IsUnmarked()) {
         length += Word::SIZE;
     }
     while (length < text.size() && text[length] != QUOTE && text[length] != '\\') {
