@@ -1,4 +1,4 @@
-#include "zel/foundation/WeakPtr.h"
+#include "zel/foundation/RCBatch.h"
 
 #include "tests/support/AllocationWatch.h"
 
@@ -65,7 +65,7 @@ TEST(CountingTest, AnObjectEndsWithItsLastPointerAndItsBlockWithTheLastWeakOne) 
                 RCPtr<Probe> second = first;
                 RCPtr<Probe> moved = std::move(second);
                 first = nullptr;
-                Mark(moved->RemoveRefUnlessLast() ? "lost" : "released once");
+                Mark(RCBatch().ReleaseUnlessLast(moved) ? "lost" : "released once");
                 MarkUpgrade(weak);
             }
             MarkUpgrade(weak);

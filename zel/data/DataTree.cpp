@@ -109,7 +109,7 @@ void DataTree::GetChildren(const std::string& name, std::list<RCPtr<DataTree>>* 
         for (const RCPtr<DataTree>& child : m_children) {
             batch.Step();
             if (child->m_name == name) {
-                found.push_back(child);
+                found.push_back(batch.Copy(child));
             }
         }
     }
@@ -122,7 +122,7 @@ void DataTree::GetChildren(std::list<RCPtr<DataTree>>* children) const {
         RCBatch batch;
         for (const RCPtr<DataTree>& child : m_children) {
             batch.Step();
-            all.push_back(child);
+            all.push_back(batch.Copy(child));
         }
     }
     children->swap(all);

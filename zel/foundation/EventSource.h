@@ -32,7 +32,7 @@ public:
         RCBatch batch;
         for (const RCPtr<EventSink<T>>& sink : other.m_sinks) {
             batch.Step();
-            m_sinks.push_back(sink);
+            m_sinks.push_back(batch.Copy(sink));
         }
     }
 
@@ -59,9 +59,7 @@ private:
         RCBatch batch;
         for (RCPtr<EventSink<T>>& sink : m_sinks) {
             batch.Step();
-            if (sink->RemoveRefUnlessLast()) {
-                sink.Detach();
-            }
+            batch.ReleaseUnlessLast(sink);
         }
     }
 };

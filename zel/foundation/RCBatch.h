@@ -23,6 +23,25 @@ public:
         }
     }
 
+    // One more pointer to what `pointer`, which isn't null, points at.
+    template <class T>
+    RCPtr<T> Copy(const RCPtr<T>& pointer) noexcept {
+        return HoldUnshared(pointer.Get());
+    }
+
+    // Gives up the reference that `pointer` holds, unless it is the last one to its object, and
+    // tells whether it did.
+    template <class T>
+    bool ReleaseUnlessLast(RCPtr<T>& pointer) noexcept {
+        RCObject* const object = pointer.Get();
+        if (object->m_refCount <= 1) {
+            return false;
+        }
+        --object->m_refCount;
+        pointer.Detach();
+        return true;
+    }
+
     // Gives up the reference that `pointer` holds. When it was the last, the result is the object,
     // which the caller deletes after the batch; else null.
     template <class T>

@@ -71,17 +71,6 @@ public:
         }
     }
 
-    // Gives up one strong reference unless it is the last, and tells whether it did. Dropping many
-    // references under one taking of the lock leaves those that delete for afterwards.
-    bool RemoveRefUnlessLast() noexcept {
-        CriticalSectionLock lock(RCUtils::s_cs);
-        if (m_refCount <= 1) {
-            return false;
-        }
-        --m_refCount;
-        return true;
-    }
-
 private:
     template <class T>
     friend class WeakPtr;
