@@ -26,7 +26,9 @@ public:
     // One more pointer to what `pointer`, which isn't null, points at.
     template <class T>
     RCPtr<T> Copy(const RCPtr<T>& pointer) noexcept {
-        return HoldUnshared(pointer.Get());
+        T* const object = pointer.Get();
+        ++static_cast<RCObject*>(object)->m_refCount;
+        return RCPtr<T>::Attach(object);
     }
 
     // Gives up the reference that `pointer` holds, unless it is the last one to its object, and
