@@ -30,7 +30,7 @@ function(zel_compile_settings target)
 endfunction()
 
 # zel_library(<target> <name> <macro>)
-# A shared library without sources yet: zel_room() brings those. Others link it as zel::<name>; its
+# A shared library without sources yet: zel_module() brings those. Others link it as zel::<name>; its
 # own sources see <macro>_BUILD, which turns <macro>_API from import to export.
 function(zel_library target name macro)
     add_library(${target} SHARED)
@@ -52,24 +52,24 @@ function(zel_library target name macro)
     endif()
 endfunction()
 
-# zel_room(<library> [HEADERS <public header>...] [SOURCES <source>...])
+# zel_module(<library> [HEADERS <public header>...] [SOURCES <source>...])
 # Adds the current folder's files to a library. Headers named here are installed; private ones are
 # not named.
-function(zel_room library)
-    cmake_parse_arguments(PARSE_ARGV 1 room "" "" "HEADERS;SOURCES")
-    list(TRANSFORM room_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
-    list(TRANSFORM room_SOURCES PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
-    target_sources(${library} PUBLIC FILE_SET HEADERS FILES ${room_HEADERS})
-    target_sources(${library} PRIVATE ${room_SOURCES})
+function(zel_module library)
+    cmake_parse_arguments(PARSE_ARGV 1 module "" "" "HEADERS;SOURCES")
+    list(TRANSFORM module_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+    list(TRANSFORM module_SOURCES PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+    target_sources(${library} PUBLIC FILE_SET HEADERS FILES ${module_HEADERS})
+    target_sources(${library} PRIVATE ${module_SOURCES})
 endfunction()
 
-# zel_test(<room> [OPTIMISED] <source>...)
-# One program for the tests of a room; ctest sees each test by itself. Tests are compiled without
+# zel_test(<module> [OPTIMISED] <source>...)
+# One program for the tests of a module; ctest sees each test by itself. Tests are compiled without
 # optimisation, which takes a third of the time, and run against the optimised library; OPTIMISED
-# is for rooms whose own code stands in headers and so is compiled with the tests.
-function(zel_test room)
+# is for modules whose own code stands in headers and so is compiled with the tests.
+function(zel_test module)
     cmake_parse_arguments(PARSE_ARGV 1 test OPTIMISED "" "")
-    set(target ${room}_tests)
+    set(target ${module}_tests)
     add_executable(${target} ${test_UNPARSED_ARGUMENTS})
     zel_compile_settings(${target})
     if(NOT test_OPTIMISED)
@@ -82,19 +82,19 @@ function(zel_test room)
         set(timeout 240)
     endif()
     gtest_discover_tests(${target}
-        TEST_PREFIX ${room}.
+        TEST_PREFIX ${module}.
         DISCOVERY_MODE PRE_TEST
         DISCOVERY_TIMEOUT 60
         PROPERTIES TIMEOUT ${timeout})
 endfunction()
 
-# zel_night(<name> <source>...)
+# zel_soak_test(<name> <source>...)
 # A test that takes too long for every day; it is a program of its own and fails by its exit code.
-function(zel_night name)
+function(zel_soak_test name)
     add_executable(${name} EXCLUDE_FROM_ALL ${ARGN})
     zel_compile_settings(${name})
     target_link_libraries(${name} PRIVATE zel::advanced)
-    add_dependencies(zel_night ${name})
+    add_dependencies(zel_soak_tests ${name})
 endfunction()
 
 # zel_fuzzer(<name> <source>)
@@ -111,28 +111,28 @@ function(zel_fuzzer name source)
     add_dependencies(zel_fuzz ${name})
 endfunction()
 
-# zel_benchmark(<room> <source>...)
-# One program for the benchmarks of a room.
-function(zel_benchmark room)
-    set(target ${room}_bench)
+# zel_benchmark(<module> <source>...)
+# One program for the benchmarks of a module.
+function(zel_benchmark module)
+    set(target ${module}_bench)
     add_executable(${target} ${ARGN})
     zel_compile_settings(${target})
     target_link_libraries(${target} PRIVATE zel::advanced zel_bench_support)
     add_dependencies(zel_bench ${target})
 endfunction()
 
-# zel_peer(<room> <source>... NEEDS <target>)
-# Puts another library's way of doing the same beside a room's benchmarks, in the same program, so
+# zel_peer(<module> <source>... NEEDS <target>)
+# Puts another library's way of doing the same beside a module's benchmarks, in the same program, so
 # that both sides are measured in one run. Without that library the benchmark does without.
-function(zel_peer room)
+function(zel_peer module)
     cmake_parse_arguments(PARSE_ARGV 1 peer "" "NEEDS" "")
     if(NOT TARGET ${peer_NEEDS})
-        message(STATUS "${room}_bench: no ${peer_NEEDS}, measuring without it")
+        message(STATUS "${module}_bench: no ${peer_NEEDS}, measuring without it")
         return()
     endif()
     list(TRANSFORM peer_UNPARSED_ARGUMENTS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
-    target_sources(${room}_bench PRIVATE ${peer_UNPARSED_ARGUMENTS})
-    target_link_libraries(${room}_bench PRIVATE ${peer_NEEDS})
+    target_sources(${module}_bench PRIVATE ${peer_UNPARSED_ARGUMENTS})
+    target_link_libraries(${module}_bench PRIVATE ${peer_NEEDS})
 endfunction()
 
 # zel_example(<name> <source>...)
