@@ -4,7 +4,6 @@
 #   - the first link from the README to a page makes that page a part of it
 #   - `Name` leads to the class of that name, once in a paragraph; NAMES lists those there are
 #   - a fence of dot is drawn
-#   - <!-- @snippet FILE NAME --> is the function NAME of an example
 
 BEGIN {
     while ((getline line < NAMES) > 0) {
@@ -83,26 +82,6 @@ function names(line,    parts, count, i, result) {
     return result
 }
 
-# A function with the comment above it, as code that is set back to the left. One that isn't there
-# gives an unknown command, which Doxygen complains of.
-function functionOf(file, name,    line, code, indent, comment, head) {
-    head = "^ *[A-Za-z_][A-Za-z_:<>*& ]*[ :*&]" name "\\([^;{}[]*[{,(]$"
-    while ((getline line < file) > 0) {
-        if (code == "" && line !~ / return / && line ~ head) {
-            match(line, /^ */)
-            indent = RLENGTH
-            code = comment substr(line, indent + 1)
-        } else if (code != "") {
-            code = code "\n" substr(line, indent + 1)
-            if (match(line, /^ *}/) && RLENGTH == indent + 1) break
-        }
-        match(line, /^ */)
-        comment = line ~ /^ *\/\// ? comment substr(line, RLENGTH + 1) "\n" : ""
-    }
-    close(file)
-    return code == "" ? "@missing " file " " name : "```cpp\n" code "\n```\n"
-}
-
 FNR == 1 {
     isFront = FILENAME ~ /README\.md$/
 }
@@ -138,10 +117,6 @@ inFence || /^    / {
     next
 }
 
-/^<!-- @snippet .* -->$/ {
-    print functionOf($3, $4)
-    next
-}
 
 /^ *$/ { split("", told) }
 
