@@ -1,4 +1,4 @@
-#include "zel/foundation/WeakPtr.h"
+#include "zel/core/WeakPtr.h"
 
 #include "bench/support/Comparison.h"
 

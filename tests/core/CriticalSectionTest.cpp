@@ -1,4 +1,4 @@
-#include "zel/foundation/CriticalSectionLock.h"
+#include "zel/core/CriticalSectionLock.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 
 #include "zel/core/Exception.h"
 #include "zel/core/Timer.h"
-#include "zel/foundation/WeakPtr.h"
+#include "zel/core/WeakPtr.h"
 
 #include "tests/support/RecordingLogSink.h"
 

@@ -1,9 +1,9 @@
 #include "zel/core/LogSink.h"
 
+#include "zel/core/CriticalSectionLock.h"
 #include "zel/core/Exception.h"
 #include "zel/core/Logger.h"
 #include "zel/core/StringUtils.h"
-#include "zel/foundation/CriticalSectionLock.h"
 #include "zel/platform/AppendFile.h"
 
 #include <cstdio>

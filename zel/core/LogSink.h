@@ -1,6 +1,6 @@
 #pragma once
 
-#include "zel/foundation/RCPtr.h"
+#include "zel/core/RCPtr.h"
 
 #include <chrono>
 #include <cstdint>

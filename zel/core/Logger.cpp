@@ -1,8 +1,8 @@
 #include "zel/core/Logger.h"
 
+#include "zel/core/CriticalSectionLock.h"
 #include "zel/core/FileUtils.h"
 #include "zel/core/LoggingState.h"
-#include "zel/foundation/CriticalSectionLock.h"
 #include "zel/platform/ThreadInfo.h"
 
 #include <utility>

@@ -1,7 +1,7 @@
 #include "zel/core/Thread.h"
 
+#include "zel/core/CriticalSectionLock.h"
 #include "zel/core/Logger.h"
-#include "zel/foundation/CriticalSectionLock.h"
 #include "zel/platform/FaultStack.h"
 #include "zel/platform/ThreadInfo.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "zel/foundation/WeakPtr.h"
+#include "zel/core/WeakPtr.h"
 
 namespace zel {
 

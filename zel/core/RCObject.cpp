@@ -1,4 +1,4 @@
-#include "zel/foundation/RCObject.h"
+#include "zel/core/RCObject.h"
 
 namespace zel {
 
