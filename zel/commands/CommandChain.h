@@ -6,14 +6,15 @@
 
 namespace zel {
 
-// A failure in a chain of commands.
+/// Reports a failure in a chain of commands.
+///
+/// Guide: docs/commands.md
 class ZEL_ADVANCED_API CommandChainEx : public Exception {
 public:
     CommandChainEx(const std::string& message, const std::string& file, int line);
 };
 
-// Logs and throws a CommandChainEx with the text written to `message` so far, bytes of zero
-// included.
+/// Logs the text of `message`, zero bytes included, at level 2 and throws it as a `CommandChainEx`.
 [[noreturn]] ZEL_ADVANCED_API void ThrowCommandChainEx(MemOS& message);
 
 }  // namespace zel

@@ -1,5 +1,4 @@
-#include "zel/commands/ThreadCommandProcessor.h"
-
+#include "zel/commands/CommandProcessor.h"
 #include "zel/core/Thread.h"
 #include "zel/foundation/Log.h"
 
@@ -20,19 +19,19 @@ void RunAndLog(Command& command) noexcept {
         try {
             Log(s_log, 3, "Command got exception. ", DescribeCurrentException());
         } catch (...) {
-            // Without memory for the line there is nobody left to tell.
+            // Out of memory for the line: the failure can't be reported.
         }
     }
 }
 
 }  // namespace
 
-// Queue and thread stand apart from the processor, so that it may go on this very thread.
+// Owns queue and thread apart from the processor, which may be destroyed on this very thread.
 class ThreadCommandProcessor::Worker : public Thread {
 public:
     explicit Worker(const std::string& name) : Thread(name) {}
 
-    // False, and nothing done, after Close.
+    // Returns false, without effect, after Close.
     bool Post(RCPtr<Command> command) {
         CriticalSectionLock lock(&m_cs);
         if (m_isClosed) {
@@ -69,8 +68,8 @@ private:
         }
     }
 
-    // Exchanges the empty list for all that was posted, as soon as there is something; false if
-    // there never will be.
+    // Blocks until commands are posted and moves them all into the empty list. Returns false if the
+    // queue is closed and empty.
     bool Take(std::vector<RCPtr<Command>>& commands) {
         for (;;) {
             CriticalSectionLock lock(&m_cs);
@@ -90,7 +89,7 @@ private:
     CriticalSection m_cs;
     std::vector<RCPtr<Command>> m_posted;
     bool m_isClosed = false;
-    std::atomic<int> m_idle{0};  // 1 or 0; changed inside the lock. An int is quickest to wait for
+    std::atomic<int> m_idle{0};  // 1 or 0, guarded by m_cs; int is the fastest type for a wait
 };
 
 ThreadCommandProcessor::ThreadCommandProcessor(const std::string& name)

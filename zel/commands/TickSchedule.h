@@ -2,8 +2,8 @@
 
 namespace zel {
 
-// The arithmetic of a repeating tick: when it is due, and how long to sleep on the way there. It
-// reads no clock; times are seconds by a stopwatch that is restarted after each tick.
+// Computes when a repeating tick is due and how long to sleep until then. It reads no clock: times
+// are seconds of a stopwatch that is restarted after each tick.
 //
 //     for (;;) {
 //         const double remaining = schedule.GetRemaining(stopwatch.GetElapsedTime());
@@ -19,22 +19,22 @@ class TickSchedule {
 public:
     explicit TickSchedule(double period) noexcept : m_period(period), m_nextDue(period) {}
 
-    // Seconds until the next tick is due; it is, unless this is above 0.
+    // Returns the seconds until the next tick, which is due unless the result is positive.
     double GetRemaining(double elapsed) const noexcept { return m_nextDue - elapsed; }
 
-    // Milliseconds to sleep when so many seconds remain: short of them, so that a late wake-up
-    // still comes in time, and short enough to notice a stop soon.
+    // Returns the milliseconds to sleep when `remaining` seconds are left: less than those, so that
+    // a late wake-up is still in time, and at most 100, so that a stop is noticed.
     static int GetSleep(double remaining) noexcept {
         const double milliseconds = remaining * 1000 * SHARE_OF_REST;
         return milliseconds < LONGEST_SLEEP ? static_cast<int>(milliseconds) : LONGEST_SLEEP;
     }
 
-    // To be called for a tick with the `remaining` at which it was seen due: the lateness comes off
-    // the next interval, but ticks missed by more than that aren't made up. Gives the milliseconds
-    // to sleep.
+    // Schedules the tick after one that was seen due with `remaining`, and returns the milliseconds
+    // to sleep. The lateness is subtracted from the next interval; lateness of more than that is
+    // not recovered.
     int BeginNext(double remaining) noexcept {
         const double next = remaining + m_period;
-        m_nextDue = next >= SHORTEST_INTERVAL ? next : SHORTEST_INTERVAL;  // so for a NaN
+        m_nextDue = next >= SHORTEST_INTERVAL ? next : SHORTEST_INTERVAL;  // also for a NaN
         return GetSleep(m_nextDue);
     }
 

@@ -12,7 +12,7 @@ namespace zel {
 
 namespace {
 
-// Moments of the wake time.
+// Special values of the wake time.
 constexpr double NEVER = std::numeric_limits<double>::infinity();
 constexpr double AT_ONCE = -NEVER;
 
@@ -94,14 +94,14 @@ std::vector<RCPtr<TimerEventSource>> TimerEventThread::CollectDue() {
     return due;
 }
 
-// The event stays set until the thread has seen it, so one signal serves all changes up to then.
+// The event stays set until the thread sees it, so one signal covers all changes until then.
 void TimerEventThread::Wake() {
     m_wakeTime = AT_ONCE;
     m_wakeEvent->Set(true);
 }
 
-// Gives the milliseconds to wait. As long as the moment noted last is right and hasn't come, the
-// timers needn't be looked at, however often a wait that was cut ends ahead of it.
+// Returns the milliseconds to wait. Timers are examined only when the stored wake time has been
+// reached: a long wait is made of several, and most end before it.
 int TimerEventThread::BeginWait() noexcept {
     CriticalSectionLock lock(&m_cs);
     if (m_wakeTime <= Timer::GetTime()) {
@@ -110,7 +110,8 @@ int TimerEventThread::BeginWait() noexcept {
     return m_wakeTime == NEVER ? -1 : ToWaitTime(m_wakeTime - Timer::GetTime());
 }
 
-// True if timers may be due; then changes needn't wake the thread, which is about to look anyway.
+// Returns true if timers may be due. The thread is about to examine them in that case, so changes
+// made until then needn't wake it.
 bool TimerEventThread::EndWait() noexcept {
     CriticalSectionLock lock(&m_cs);
     if (m_wakeTime > Timer::GetTime()) {

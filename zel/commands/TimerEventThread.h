@@ -8,52 +8,63 @@
 
 namespace zel {
 
-// Any number of one-shot timers on one thread. It sleeps until the nearest is due, fires what is
-// due and forgets it; without timers it sleeps without a limit.
-//
-//     RCPtr<TimerEventThread> timers(new TimerEventThread);
-//     timers->Start();
-//     timers->AddTimer(new CallbackTimer(0.2, [] { std::puts("due"); }));
-//     ...
-//     timers->RequestStop();
-//     timers->Join();
-//
-// Any thread may call anything at any time, a timer's Fire too. Timers that are left when the
-// thread ends stay unfired and go with this object. An exception from a timer ends the thread, as
-// it would any. For the last millisecond before a timer is due the thread looks at the clock
-// without sleeping. It looks at every armed timer on each pass, and whoever adds or deletes one
-// waits for that.
+/// Runs any number of one-shot timers on one thread. The thread sleeps until the nearest timer is
+/// due, fires the timers that are due, and disarms them. Without timers it sleeps without a time
+/// limit.
+///
+///     RCPtr<TimerEventThread> timers(new TimerEventThread);
+///     timers->Start();
+///     timers->AddTimer(new CallbackTimer(0.2, [] { std::puts("due"); }));
+///     ...
+///     timers->RequestStop();
+///     timers->Join();
+///
+/// An exception that leaves a timer's `Fire` is logged at level 2 and ends the thread: no further
+/// timer fires. Timers still armed when the thread ends are never fired; this object
+/// releases them when it is destroyed.
+///
+/// For the last millisecond before a timer is due the thread polls the clock without sleeping. Each
+/// pass of the thread examines every armed timer under a lock that `AddTimer` and `DeleteTimer`
+/// wait for.
+///
+/// Thread-safe. A timer's `Fire` may call every member.
+///
+/// Guide: docs/commands.md
 class ZEL_ADVANCED_API TimerEventThread : public Thread {
 public:
     TimerEventThread();
 
-    // The owner has asked the thread to stop and has seen that it did.
+    /// Requires: the thread has exited, or was never started.
     ~TimerEventThread() override;
 
-    // Arms a timer and holds it until it has fired or is deleted. One that is armed already stays
-    // as it is. A timer that adds itself in its own Fire is still armed then, and is gone after it:
-    // to fire again takes a new timer, or this one, restarted, from the outside. Null raises
-    // Exception.
+    /// Arms a timer and holds it until it has fired or is deleted. Does nothing if it is armed
+    /// already. Throws `Exception` if `source` is null.
+    ///
+    /// A timer that adds itself in its own `Fire` is still armed at that moment and is disarmed
+    /// afterwards: to fire again takes a new timer, or a `Restart` and an `AddTimer` after `Fire`.
     void AddTimer(RCPtr<TimerEventSource> source);
 
-    // Disarms a timer; one that isn't armed, or null, is none of its business. If nobody else holds
-    // the timer, it is destroyed in here, inside the lock of this object. A pass that has begun
-    // still fires what it found due: when this returns, Fire may be running or about to run.
+    /// Disarms a timer. Does nothing if it isn't armed or is null. A pass that has found the timer
+    /// due still fires it: `Fire` may be running, or be called, after this returns.
+    ///
+    /// If the thread held the last reference, the timer is destroyed here, under the lock of this
+    /// object.
     void DeleteTimer(TimerEventSource* source);
 
-    // Whole milliseconds until the nearest timer is due, 0 if it is overdue, and -1 without timers.
-    // What an int can't hold is its largest value.
+    /// Returns the whole milliseconds until the nearest timer is due, 0 if it is overdue, -1 if no
+    /// timer is armed, and `INT_MAX` if the value doesn't fit.
     int GetAmountToWait();
 
-    // Fires what is due now, in the order of the timers' addresses, with no lock held, and disarms
-    // each after it has fired. An exception from a timer leaves it; that timer stays armed, and
-    // those behind it aren't fired. The thread's own business, as is Run.
+    /// Fires the timers that are due now, in the order of their addresses and with no lock held,
+    /// and disarms each after it has fired. An exception from a timer passes through; that timer
+    /// stays armed, and those after it are not fired. Called by `Run`.
     void FireEvents();
 
+    /// Fires timers until the thread is asked to stop. Called by the thread.
     void Run() override;
 
 private:
-    // These two are called inside the lock.
+    // Require m_cs.
     double GetNearestDueTime() const noexcept;
     void Wake();
 
@@ -65,8 +76,8 @@ private:
     std::set<RCPtr<TimerEventSource>> m_sources;
     const RCPtr<Event> m_wakeEvent;
 
-    // When the thread looks at the timers by itself, at the latest, in seconds of Timer::GetTime.
-    // No timer is due earlier, so a change that leaves that true doesn't wake the thread.
+    // When the thread examines the timers next, in seconds of Timer::GetTime. No timer is due
+    // earlier, so a change that keeps this true needn't wake the thread. Guarded by m_cs.
     double m_wakeTime;
 };
 

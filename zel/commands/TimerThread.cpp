@@ -72,14 +72,14 @@ void TimerThread::EndPending() noexcept {
     --m_pendingCount;
 }
 
-// False if there is no processor any more.
+// Returns false if the processor no longer exists.
 bool TimerThread::PostTick() {
     const RCPtr<CommandProcessor> processor = m_processor.GetRCPtr();
     if (!processor) {
         return false;
     }
     processor->PostCommand(new TickCommand(this, &TimerThread::OnTimerImp, 0));
-    if (m_repeatCount != FOREVER) {  // an endless count would overflow one day
+    if (m_repeatCount != FOREVER) {  // an endless count would overflow
         ++m_tickCount;
     }
     return true;

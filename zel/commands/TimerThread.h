@@ -6,45 +6,60 @@
 
 namespace zel {
 
-// A repeating tick. Its thread only counts time; at each tick it posts a command, and the sinks of
-// GetEvent are called on the processor's thread. So a slow sink doesn't disturb the schedule.
-//
-//     RCPtr<TimerThread> timer(new TimerThread(processor, 0.5, 1, TimerThread::FOREVER));
-//     timer->GetEvent().Connect([](TimerThread* const&) { ... });
-//     timer->Start();
-//     ...
-//     timer->RequestStop();
-//     timer->Join();
-//
-// A tick that is late shortens the interval to the next one, so the rate is kept on average; but an
-// interval is never shorter than 10 milliseconds, and lateness beyond that isn't made up. The
-// thread looks at the clock without sleeping for the last millisecond or so before each tick, and
-// notices a stop within 100 milliseconds. It ends by itself after its last tick, and at the first
-// tick that finds the processor gone.
+/// A repeating tick. Its thread only measures time: at each tick it posts a command, and the sinks
+/// of `GetEvent` are called on the processor's thread, so that a slow sink doesn't disturb the
+/// schedule.
+///
+///     RCPtr<TimerThread> timer(new TimerThread(processor, 0.5, 1, TimerThread::FOREVER));
+///     timer->GetEvent().Connect([](TimerThread* const&) { ... });
+///     timer->Start();
+///     ...
+///     timer->RequestStop();
+///     timer->Join();
+///
+/// The lateness of a tick is subtracted from the next interval, which keeps the average rate. An
+/// interval is never shorter than 10 milliseconds; lateness beyond that is not recovered.
+///
+/// For the last millisecond or so before each tick the thread polls the clock without sleeping. It
+/// notices a stop within 100 milliseconds. It exits after its last tick, and at the first tick that
+/// finds that the processor no longer exists.
+///
+/// Thread-safe.
+///
+/// Guide: docs/commands.md
 class ZEL_ADVANCED_API TimerThread : public Thread {
 public:
-    // The `repeatCount` of a timer that ticks until it is stopped.
+    /// The `repeatCount` of a timer that ticks until it is stopped.
     static constexpr int FOREVER = -1;
 
-    // `period` is in seconds; 0, a negative one or a NaN gives a tick about every 10 milliseconds,
-    // the first at once. `pendingLimit` is how many ticks may be in flight, posted and not done; a
-    // tick due beyond it is dropped and isn't counted. The thread ends after `repeatCount` ticks.
-    // The processor is not kept alive.
+    /// Creates a timer without starting its thread.
+    ///
+    /// - `processor` is where ticks are posted. It is held weakly.
+    /// - `period` is the number of seconds between ticks. 0, a negative value and a NaN mean about
+    ///   10 milliseconds, with the first tick at once.
+    /// - `pendingLimit` is the number of ticks that may be in flight, posted and not finished. A
+    /// tick
+    ///   due beyond that is dropped and not counted.
+    /// - `repeatCount` is the number of ticks after which the thread exits, or `FOREVER`.
     TimerThread(WeakPtr<CommandProcessor> processor, double period, int pendingLimit,
                 int repeatCount);
 
-    // The owner has asked the thread to stop and has seen that it did.
+    /// Requires: the thread has exited, or was never started.
     ~TimerThread() override;
 
-    // The thread's body; Start calls it.
+    /// Posts the ticks. Called by the thread.
     void Run() override;
 
-    // One tick, on the processor's thread: fires the event. An Exception from a sink is logged at
-    // level 3, and the sinks behind that one miss the tick. Any other exception passes to the
-    // processor, and its tick counts as in flight for good. The argument means nothing.
+    /// Fires the event for one tick, on the processor's thread. The argument is ignored.
+    ///
+    /// | A sink throws | Effect |
+    /// |---|---|
+    /// | an `Exception` | Logged at level 3. The sinks after it miss this tick. |
+    /// | anything else | Passed to the processor. The tick counts as in flight for good. |
     void OnTimerImp(int);
 
-    // Fired for each tick with this timer. Sinks may come and go at any time.
+    /// Returns the event that is fired with this timer at each tick. Sinks may be added and removed
+    /// at any time.
     EventSource<TimerThread*>& GetEvent() noexcept { return m_event; }
 
 private:

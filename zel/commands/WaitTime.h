@@ -4,8 +4,8 @@
 
 namespace zel {
 
-// The whole milliseconds in so many seconds, cut towards zero, for a wait that is waited again
-// while it wasn't enough: 0 for a negative time or a NaN, the largest int for more than it holds.
+// Converts seconds to whole milliseconds, rounded towards zero, for a wait that is repeated if it
+// was too short. Returns 0 for a negative time or a NaN, INT_MAX for a time that doesn't fit.
 inline int ToWaitTime(double seconds) noexcept {
     constexpr int longest = std::numeric_limits<int>::max();
     const double milliseconds = seconds * 1000;
