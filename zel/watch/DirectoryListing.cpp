@@ -17,8 +17,8 @@ const LogArea s_log("FileWatcher", 3);
 using Listing = std::set<std::string, StrcmpiPred>;
 using platform::DirectoryWalk;
 
-// The names in one directory, in the order in which the paths below them stand in a listing: the
-// name of a directory is taken with the separator that follows it there.
+// The names in one directory, in the order of the paths in a listing: the sort key of a directory
+// includes the separator that follows its name in the paths of its entries.
 class SortedNames {
 public:
     SortedNames(const std::string& directory, DirectoryWalk::Link link) {
@@ -31,7 +31,7 @@ public:
         }
         std::sort(m_names.begin(), m_names.end(), [this](const Name& a, const Name& b) {
             const int order = platform::CompareNames(KeyOf(a), KeyOf(b));
-            // Of two names that are one entry it is always the same that stands in the listing.
+            // Breaks ties by bytes: of two names that are one entry the same is always listed.
             return order != 0 ? order < 0 : KeyOf(a) < KeyOf(b);
         });
     }
@@ -67,14 +67,14 @@ private:
     std::vector<Name> m_names;
 };
 
-// Puts paths into a set one behind the other, which takes no search while they come in its order.
+// Inserts paths into a set, without a search as long as they arrive in the order of the set.
 class Inserter {
 public:
     explicit Inserter(Listing& listing) : m_listing(listing), m_hint(listing.end()) {}
 
     void Insert(std::string path) {
         const auto inserted = m_listing.emplace_hint(m_hint, std::move(path));
-        // Going on to the end would go over all levels of the set, each time.
+        // std::next of the last element climbs all levels of the tree.
         const bool isLast = &*inserted == &*m_listing.rbegin();
         m_hint = isLast ? m_listing.end() : std::next(inserted);
     }
@@ -91,7 +91,7 @@ public:
     Lister(bool recursive, Listing& files, Listing& dirs)
         : m_recursive(recursive), m_files(files), m_dirs(dirs) {}
 
-    // The directory is closed before those below it are opened, as descriptors are few.
+    // Closes each directory before opening its subdirectories, as descriptors are limited.
     void List(const std::string& directory, DirectoryWalk::Link link) {
         Log(s_log, 6, "EnumFilesAndDirs: ", directory, " (",
             m_recursive ? "recursive" : "non-recursive", ")");

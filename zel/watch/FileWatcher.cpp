@@ -14,24 +14,39 @@ namespace {
 
 const LogArea s_log("FileWatcher", 3);
 
-constexpr int NOTICE_WAIT = 50;  // milliseconds; also how long a stop may take to be noticed
+constexpr int NOTICE_WAIT = 50;  // milliseconds; a stop is noticed between two waits
 
 using Listing = std::set<std::string, StrcmpiPred>;
 using Paths = std::vector<std::string>;
+
+struct Snapshot {
+    void Fill(const std::string& path, bool recursive) {
+        Clear();
+        FileWatcher::EnumFilesAndDirs(path.c_str(), recursive, &files, &dirs);
+    }
+
+    void Clear() {
+        files.clear();
+        dirs.clear();
+    }
+
+    Listing files;
+    Listing dirs;
+};
 
 struct Changes {
     Paths added;
     Paths removed;
 };
 
-Changes Compare(const Listing& before, const Listing& now) {
+Changes Compare(const Listing& before, const Listing& after) {
     Changes changes;
     auto old = before.begin();
-    auto fresh = now.begin();
-    while (old != before.end() || fresh != now.end()) {
-        const int order = old == before.end()  ? 1
-                          : fresh == now.end() ? -1
-                                               : platform::CompareNames(*old, *fresh);
+    auto fresh = after.begin();
+    while (old != before.end() || fresh != after.end()) {
+        const int order = old == before.end()    ? 1
+                          : fresh == after.end() ? -1
+                                                 : platform::CompareNames(*old, *fresh);
         if (order < 0) {
             changes.removed.push_back(*old++);
         } else if (order > 0) {
@@ -52,43 +67,124 @@ void FireAll(EventSource<std::string>& source, const Paths& paths) {
 
 }  // namespace
 
-struct FileWatcher::State {
-    State(const char* watchedPath, bool isRecursive, double interval)
-        : path(watchedPath), recursive(isRecursive), pollInterval(interval) {}
+class FileWatcher::State {
+public:
+    State(FileWatcher& watcher, const char* path, bool recursive, double pollInterval)
+        : m_watcher(watcher), m_path(path), m_recursive(recursive), m_pollInterval(pollInterval) {}
 
-    void TellWarning() {
-        const std::string warning = notice->GetWarning();
-        if (!warning.empty() && toldWarnings.insert(warning).second) {
-            zel::Log(s_log, 2, "Not every change in ", path, " gives a notice: ", warning);
+    void ListExisting() { m_snapshots[m_current].Fill(m_path, m_recursive); }
+    void Reset() { m_resetEvent->Set(true); }
+
+    void Tick() {
+        CriticalSectionLock lock(&m_cs);
+        if (m_resetEvent->IsSet()) {
+            for (Snapshot& snapshot : m_snapshots) {
+                snapshot.Clear();
+            }
+            m_resetEvent->Set(false);
+        }
+        if (WaitForCause()) {
+            List();
+        } else {
+            Log(s_log, 5, "Nothing to do: shouldCheck == false; pollInterval=", m_pollInterval);
         }
     }
 
-    CriticalSection lock{std::string()};
-    Listing files[2];
-    Listing dirs[2];
-    int current = 0;
-    const std::string path;
-    const bool recursive;
-    std::unique_ptr<platform::ChangeNotice> notice;
-    std::set<std::string> toldWarnings;
-    Timer stopwatch;
-    bool shouldCheck = true;
-    const double pollInterval;
-    const RCPtr<Event> resetEvent{new Event(Event::ManualReset, false)};
+    void OpenNotice() {
+        Log(s_log, 6, "InitChangeHandle()");
+        if (!m_notice) {
+            m_notice = platform::OpenChangeNotice(m_path, m_recursive);
+            if (m_notice) {
+                ReportWarning();
+            }
+        }
+    }
+
+    void CloseNotice() { m_notice.reset(); }
+
+private:
+    bool WaitForCause() {
+        if (m_shouldCheck) {
+            return true;
+        }
+        OpenNotice();
+        if (WaitForNotice()) {
+            return true;
+        }
+        if (m_pollInterval >= 0 && m_stopwatch.GetElapsedTime() >= m_pollInterval) {
+            CloseNotice();
+            return true;
+        }
+        return false;
+    }
+
+    // Rearms the notice before the listing starts, so that a change during the listing signals it
+    // again.
+    bool WaitForNotice() {
+        if (!m_notice || !m_notice->Wait(NOTICE_WAIT)) {
+            return false;
+        }
+        if (m_notice->Rearm()) {
+            ReportWarning();
+        } else {
+            CloseNotice();
+        }
+        return true;
+    }
+
+    void List() {
+        Log(s_log, 5, "Tick: there are files for me to check!");
+        m_shouldCheck = false;
+        m_stopwatch.Start();
+        const int current = m_current;
+        const int next = 1 - current;
+        m_snapshots[next].Fill(m_path, m_recursive);
+        Report(m_snapshots[current], m_snapshots[next]);
+        m_current = next;
+        m_snapshots[current].Clear();  // it takes as much memory as the new one
+    }
+
+    void Report(const Snapshot& before, const Snapshot& after) {
+        // Copies, because a sink may call Tick, which changes the snapshots.
+        const Changes dirs = Compare(before.dirs, after.dirs);
+        const Changes files = Compare(before.files, after.files);
+        FireAll(m_watcher.DirAdded, dirs.added);
+        FireAll(m_watcher.DirRemoved, dirs.removed);
+        FireAll(m_watcher.FileAdded, files.added);
+        FireAll(m_watcher.FileRemoved, files.removed);
+    }
+
+    void ReportWarning() {
+        const std::string warning = m_notice->GetWarning();
+        if (!warning.empty() && m_reportedWarnings.insert(warning).second) {
+            Log(s_log, 2, "Not every change in ", m_path, " gives a notice: ", warning);
+        }
+    }
+
+    FileWatcher& m_watcher;
+    CriticalSection m_cs{std::string()};
+    Snapshot m_snapshots[2];
+    int m_current = 0;
+    const std::string m_path;
+    const bool m_recursive;
+    std::unique_ptr<platform::ChangeNotice> m_notice;
+    std::set<std::string> m_reportedWarnings;
+    Timer m_stopwatch;
+    bool m_shouldCheck = true;
+    const double m_pollInterval;
+    const RCPtr<Event> m_resetEvent{new Event(Event::ManualReset, false)};
 };
 
 FileWatcher::FileWatcher(const char* path, bool reportExisting, bool recursive, double pollInterval)
-    : Thread("FileWatcher"), m_state(new State(path, recursive, pollInterval)) {
+    : Thread("FileWatcher"), m_state(new State(*this, path, recursive, pollInterval)) {
     if (!reportExisting) {
-        EnumFilesAndDirs(path, recursive, &m_state->files[0], &m_state->dirs[0]);
+        m_state->ListExisting();
     }
-    // What changes from here on is met by the first Tick, which lists in any case.
-    InitChangeHandle();
+    // A change between the listing and the opening is found by the first Tick, which always lists.
+    m_state->OpenNotice();
 }
 
-FileWatcher::~FileWatcher() {
-    CloseChangeHandle();
-}
+FileWatcher::~FileWatcher() = default;
 
 void FileWatcher::Run() {
     while (!ShouldStop()) {
@@ -98,91 +194,19 @@ void FileWatcher::Run() {
 
 void FileWatcher::Tick() {
     Log(s_log, 6, "FileWater::Tick()");
-    CriticalSectionLock lock(&m_state->lock);
-    if (m_state->resetEvent->IsSet()) {
-        for (int i : {0, 1}) {
-            m_state->files[i].clear();
-            m_state->dirs[i].clear();
-        }
-        m_state->resetEvent->Set(false);
-    }
-    if (IsListingDue()) {
-        List();
-    } else {
-        Log(s_log, 5, "Nothing to do: shouldCheck == false; pollInterval=", m_state->pollInterval);
-    }
-}
-
-bool FileWatcher::IsListingDue() {
-    if (m_state->shouldCheck) {
-        return true;
-    }
-    InitChangeHandle();
-    if (TakeNotice()) {
-        return true;
-    }
-    const double interval = m_state->pollInterval;
-    if (interval >= 0 && m_state->stopwatch.GetElapsedTime() >= interval) {
-        CloseChangeHandle();
-        return true;
-    }
-    return false;
-}
-
-// Looks out for the next change before the listing starts, so that a change during the listing
-// gives a notice again.
-bool FileWatcher::TakeNotice() {
-    if (!m_state->notice || !m_state->notice->Wait(NOTICE_WAIT)) {
-        return false;
-    }
-    if (m_state->notice->Rearm()) {
-        m_state->TellWarning();
-    } else {
-        CloseChangeHandle();
-    }
-    return true;
-}
-
-void FileWatcher::List() {
-    Log(s_log, 5, "Tick: there are files for me to check!");
-    m_state->shouldCheck = false;
-    m_state->stopwatch.Start();
-    const int current = m_state->current;
-    const int next = 1 - current;
-    Listing& files = m_state->files[next];
-    Listing& dirs = m_state->dirs[next];
-    files.clear();
-    dirs.clear();
-    EnumFilesAndDirs(m_state->path.c_str(), m_state->recursive, &files, &dirs);
-    // Copies, as a sink may call Tick.
-    const Changes dirChanges = Compare(m_state->dirs[current], dirs);
-    const Changes fileChanges = Compare(m_state->files[current], files);
-    FireAll(DirAdded, dirChanges.added);
-    FireAll(DirRemoved, dirChanges.removed);
-    FireAll(FileAdded, fileChanges.added);
-    FireAll(FileRemoved, fileChanges.removed);
-    m_state->current = next;
-    // Nobody asks for the old listing any more, and it is as large as the new one.
-    m_state->files[current].clear();
-    m_state->dirs[current].clear();
+    m_state->Tick();
 }
 
 void FileWatcher::Reset() {
-    m_state->resetEvent->Set(true);
+    m_state->Reset();
 }
 
 void FileWatcher::InitChangeHandle() {
-    Log(s_log, 6, "InitChangeHandle()");
-    if (!m_state->notice) {
-        m_state->notice = platform::OpenChangeNotice(m_state->path, m_state->recursive);
-        if (m_state->notice) {
-            m_state->TellWarning();
-        }
-    }
+    m_state->OpenNotice();
 }
 
 void FileWatcher::CloseChangeHandle() {
-    m_state->notice.reset();
+    m_state->CloseNotice();
 }
 
 }  // namespace zel
