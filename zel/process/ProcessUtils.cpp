@@ -17,7 +17,7 @@ const LogArea s_log("ProcessUtils", 3);
 
 constexpr const char* UNKNOWN_NAME = "unknown";
 
-constexpr std::size_t TITLE_LIMIT = 254;  // a buffer of 255 bytes with its terminating zero
+constexpr std::size_t TITLE_LIMIT = 254;  // a buffer of 255 bytes, including the terminating zero
 
 }  // namespace
 
@@ -59,7 +59,7 @@ bool ProcessUtils::FindProcess(const std::string& name, unsigned int* pid) {
 }
 
 void ProcessUtils::SwitchToProcess(unsigned int pid, const std::string& title) {
-    // An owner that isn't known is told as 0, too.
+    // 0 is also the owner of a window whose process isn't known.
     const auto windows = pid == 0 ? nullptr : platform::OpenWindowStack();
     if (!windows) {
         return;

@@ -9,51 +9,56 @@
 
 namespace zel {
 
-// Raised when the system doesn't tell its processes.
+/// Thrown if the system's processes can't be listed.
 class ZEL_ADVANCED_API ProcessUtilsEx : public Exception {
 public:
     ProcessUtilsEx(const std::string& message, const std::string& file, int line);
 };
 
-// A process as a listing met it; by now it may be gone.
+/// A process at the time of the listing. It may have exited since.
 class ZEL_ADVANCED_API ProcessInfo : public RCObject {
 public:
-    // An entry of that name and identifier.
+    /// Creates an entry with that name and process identifier.
     explicit ProcessInfo(std::string processName = {}, unsigned int processId = 0);
 
-    // The name of the file that it runs, without directories. "unknown" where that can't be read:
-    // without the right to, of a process that is ending, and of one that runs no file.
+    /// The name of the executable file without directories, or "unknown" if it can't be read:
+    /// because of missing permissions, because the process is exiting, or because it runs no file.
     std::string name;
-    unsigned int pid;  // its identifier
+    unsigned int pid;  ///< The process identifier.
 };
 
-// The processes of this machine, and their windows.
-//
-//     unsigned int pid = 0;
-//     if (ProcessUtils::FindProcess("orderdesk", &pid)) {
-//         ProcessUtils::SwitchToProcess(pid, "Open orders");
-//     }
-//
-// There is no state: any thread may call anything at any time.
+/// Lists and finds the processes of this machine, and raises their windows.
+///
+///     unsigned int pid = 0;
+///     if (ProcessUtils::FindProcess("orderdesk", &pid)) {
+///         ProcessUtils::SwitchToProcess(pid, "Open orders");
+///     }
+///
+/// Thread-safe: there is no state.
+///
+/// Guide: docs/processes.md
 class ZEL_ADVANCED_API ProcessUtils {
 public:
-    // Appends an entry for every process, in the system's order; with a `name` that isn't empty
-    // only for those whose name is the same, case included. Throws ProcessUtilsEx if the system
-    // doesn't tell its processes; the list is as it was then.
+    /// Appends an entry for every process whose name equals `name`, case included, or for every
+    /// process if `name` is empty, in the system's order. Throws `ProcessUtilsEx` if the processes
+    /// can't be listed; `processes` is unchanged then.
     static void ListProcesses(std::list<RCPtr<ProcessInfo>>* processes, const std::string& name);
 
-    // Sets `pid` to the first process of that name, in any case of its ASCII letters. False if
-    // there is none; `pid` keeps its value then. Throws as ListProcesses does.
+    /// Sets `pid` to the identifier of the first process whose name equals `name` without regard to
+    /// the case of ASCII letters. Returns false, with `pid` unchanged, if there is none. Throws
+    /// like `ListProcesses`.
     static bool FindProcess(const std::string& name, unsigned int* pid);
 
-    // Shows a window of that process maximised, brings it to the front and gives it the keyboard:
-    // of those whose whole title is the same, in any case of its ASCII letters, the uppermost. An
-    // empty title is that of a window without one. Only the first 254 bytes of a window's title are
-    // read, so a longer `title` is never found. Does nothing without such a window, or without a
-    // screen of this machine's.
+    /// Maximises a window of a process, brings it to the front and gives it the keyboard focus: the
+    /// topmost of the windows whose whole title equals `title` without regard to the case of ASCII
+    /// letters. An empty `title` matches a window without a title. Does nothing if no window
+    /// matches or the process has no display of this machine.
+    ///
+    /// Only the first 254 bytes of a window's title are compared: a longer `title` matches nothing.
     static void SwitchToProcess(unsigned int pid, const std::string& title);
 
-    // The same for the process that FindProcess gives, if there is one. Throws as that does.
+    /// Raises a window of the process that `FindProcess` returns; does nothing if there is none.
+    /// Throws like `ListProcesses`.
     static void SwitchToProcess(const std::string& name, const std::string& title);
 };
 
