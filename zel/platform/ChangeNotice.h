@@ -5,17 +5,17 @@
 
 namespace zel::platform {
 
-// Tells that a name below a path has come, gone or changed; which one it was is for its user to
-// find out, by a listing. Contents and attributes of files don't matter, and listing a directory
+// Signals that a name below a path was added, removed or renamed, without reporting which: the
+// caller lists the directory. Contents and attributes of files don't count, and listing a directory
 // never signals.
 //
 //     const std::unique_ptr<ChangeNotice> notice = OpenChangeNotice("/var/spool", true);
 //     while (notice->Wait(50) && notice->Rearm()) { list the directory }
 //
-// A new system must offer this class and OpenChangeNotice, and keep one promise: a change made
-// after Rearm (or the opening) has returned signals, at the latest once the system has told its
-// news; a change made before is in a listing that starts afterwards. A notice too many does no
-// harm. Not for several threads at once.
+// Every system implements this class and OpenChangeNotice, and guarantees: a change made after
+// Rearm (or OpenChangeNotice) has returned signals the notice once the system has delivered it; a
+// change made before is seen by a listing that starts afterwards. Spurious signals are allowed. Not
+// thread-safe.
 class ChangeNotice {
 public:
     ChangeNotice() = default;
@@ -23,20 +23,22 @@ public:
     ChangeNotice(const ChangeNotice&) = delete;
     ChangeNotice& operator=(const ChangeNotice&) = delete;
 
-    // Waits for a signal, so many milliseconds at the most. It stays signalled until Rearm.
+    // Blocks until the notice is signalled, at most `milliseconds`. Returns whether it is
+    // signalled; it stays so until Rearm.
     virtual bool Wait(int milliseconds) = 0;
 
-    // Ends the signal and begins to look out for the next. False if this notice is of no more use.
+    // Resets the signal and waits for the next change. Returns false if the notice is no longer
+    // usable and must be reopened.
     virtual bool Rearm() = 0;
 
-    // Why the system can't tell this notice of every change at the moment, and what would help: it
-    // signals at intervals instead. Empty if it can.
+    // Returns why the system can't report every change at the moment, and the remedy, while the
+    // notice signals at intervals instead. Empty if every change is reported.
     virtual std::string GetWarning() const = 0;
 };
 
-// Looks out below `path`, in all directories at every depth with `recursive`, else in that
-// directory alone. Where the system can follow a path that doesn't exist at the moment, the notice
-// serves that too. Null if no notice can be had; to try again is cheap then.
+// Opens a notice for the names in the directory `path`, with `recursive` also for those in all its
+// subdirectories. Where the system supports it, the path need not exist. Returns null if no notice
+// is available; retrying is cheap.
 std::unique_ptr<ChangeNotice> OpenChangeNotice(const std::string& path, bool recursive);
 
 }  // namespace zel::platform

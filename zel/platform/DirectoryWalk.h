@@ -6,27 +6,27 @@
 
 namespace zel::platform {
 
-// What a directory holds under one name. The name is good up to the next step of the walk.
+// One entry of a directory. The name is valid until the next step of the walk.
 struct DirectoryEntry {
     std::string_view name;
     bool isDirectory = false;
 };
 
-// Walks the entries of one directory, once, in the system's order.
+// Iterates once over the entries of one directory, in the system's order.
 //
 //     DirectoryWalk walk(path, DirectoryWalk::Link::Follow);
 //     DirectoryEntry entry;
 //     while (walk.Next(entry)) { ... }
 //
-// A new system must offer this. "." and ".." may come or not. A link is no directory, wherever it
-// leads. Hidden and system entries come like all others. Entries that come or go during the walk
-// may be met or missed, and none of them ends it. Not for several threads at once.
+// Every system implements this class. "." and ".." may or may not be included; hidden and system
+// entries are. A link is never a directory. Entries added or removed during the walk may or may not
+// be included and don't end it. Not thread-safe.
 class DirectoryWalk {
 public:
-    // What stands between a directory and a name in a path.
+    // The separator of directories and names in a path.
     static const char SEPARATOR;
 
-    // What to do when the path itself is a link to a directory.
+    // What to do if the path itself is a link to a directory.
     enum class Link { Follow, Refuse };
 
     DirectoryWalk(const std::string& path, Link link);
@@ -34,11 +34,12 @@ public:
     DirectoryWalk(const DirectoryWalk&) = delete;
     DirectoryWalk& operator=(const DirectoryWalk&) = delete;
 
-    // True if the walk couldn't start for want of descriptors or memory: the directory may be
-    // there.
-    bool LacksMeans() const noexcept;
+    // Returns whether the directory couldn't be opened because of missing descriptors or memory;
+    // it may exist.
+    bool IsOutOfResources() const noexcept;
 
-    // Sets `entry` to the next one; false at the end, and at once if the walk couldn't start.
+    // Sets `entry` to the next entry. Returns false at the end, or if the directory couldn't be
+    // opened.
     bool Next(DirectoryEntry& entry);
 
 private:

@@ -4,9 +4,9 @@
 
 namespace zel::platform {
 
-// Compares two names, or whole paths, with no regard to case: negative, 0 or positive, as the first
-// comes before the second, is the same name, or comes behind it. A new system must offer this one.
-// It is a strict order of all byte sequences, folds at least the ASCII letters, to lower case, and
+// Compares two names or paths without regard to case. Returns a negative value, 0 or a positive
+// value if `a` is ordered before, equal to or ordered after `b`. Every system implements it: a
+// strict weak order of all byte sequences that folds at least the ASCII letters, to lower case, and
 // doesn't depend on the locale.
 int CompareNames(std::string_view a, std::string_view b) noexcept;
 

@@ -5,14 +5,14 @@
 
 namespace zel::platform {
 
-// The processes of this machine. A new system must offer these two; any thread may call them.
+// The processes of this machine. Every system implements these two functions. Thread-safe.
 
-// Appends the identifiers of all processes of the moment, in the system's order. False, with
-// `processes` as it was, if the system doesn't tell them.
+// Appends the identifiers of all processes, in the system's order. Returns false, with `processes`
+// unchanged, if they can't be listed.
 bool ListProcessIds(std::vector<unsigned int>& processes);
 
-// Gives the name, without directories, of the file that a process runs. Empty if it may not be
-// read, if there is no such file, or if the process is gone.
+// Returns the name of a process's executable file without directories. Empty if it can't be read or
+// the process runs no file or has exited.
 std::string ReadProcessName(unsigned int process);
 
 }  // namespace zel::platform

@@ -7,10 +7,10 @@
 
 namespace zel::platform {
 
-// The top-level windows of the screen that the process belongs to, from the top of their stack
-// down. A new system must offer this class and OpenWindowStack. Windows may come and go at any
-// time: what is told of one that has gone is 0 or empty, and raising it does nothing. Not for
-// several threads at once; any number of stacks may be open.
+// The top-level windows of this process's display in stacking order. Every system implements this
+// class and OpenWindowStack. Windows may be created and destroyed at any time: queries about a
+// destroyed window return 0 or an empty string, and raising it does nothing. Not thread-safe; any
+// number of stacks may be open.
 class WindowStack {
 public:
     using Window = std::uintptr_t;
@@ -22,17 +22,17 @@ public:
 
     virtual std::vector<Window> ListFromTop() = 0;
 
-    // The process that made the window; 0 if that isn't known.
+    // Returns the process that created the window; 0 if unknown.
     virtual unsigned int GetOwner(Window window) = 0;
 
-    // Its first `limit` bytes.
+    // Returns the first `limit` bytes of the title.
     virtual std::string GetTitle(Window window, std::size_t limit) = 0;
 
-    // Shows the window maximised, brings it to the front and gives it the keyboard.
+    // Maximises the window, brings it to the front and gives it the keyboard focus.
     virtual void Raise(Window window) = 0;
 };
 
-// Null, and without any waiting, where the process has no screen.
+// Returns null, without blocking, if the process has no display of this machine.
 std::unique_ptr<WindowStack> OpenWindowStack();
 
 }  // namespace zel::platform

@@ -2,7 +2,7 @@
 
 #include "zel/platform/DirectoryWalk.h"
 #include "zel/platform/linux/Inotify.h"
-#include "zel/platform/linux/PathTrail.h"
+#include "zel/platform/linux/PathResolution.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -20,10 +20,10 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::seconds TIME_BETWEEN_LOOKS(2);
+constexpr std::chrono::seconds DEGRADED_INTERVAL(2);
 
-// Whether it is the process, or the system, that has no descriptor left.
-bool LacksDescriptors() {
+// Returns whether the process or the system has no descriptor left.
+bool IsOutOfDescriptors() {
     return !Descriptor(::open("/", O_PATH | O_CLOEXEC)).IsOpen();
 }
 
@@ -31,13 +31,13 @@ constexpr const char* DESCRIPTOR_LIMIT =
     "the limit of open descriptors, RLIMIT_NOFILE, is reached; ulimit -n raises it, up to sysctl "
     "fs.nr_open";
 
-// Which limit a call for inotify has hit, and what raises it.
-std::string NameLimit(int error) {
+// Describes the limit that an inotify call has reached, and what raises it.
+std::string DescribeLimit(int error) {
     switch (error) {
         case EMFILE:
-            return LacksDescriptors() ? DESCRIPTOR_LIMIT
-                                      : "the limit of inotify instances is reached; sysctl "
-                                        "fs.inotify.max_user_instances raises it";
+            return IsOutOfDescriptors() ? DESCRIPTOR_LIMIT
+                                        : "the limit of inotify instances is reached; sysctl "
+                                          "fs.inotify.max_user_instances raises it";
         case ENFILE:
             return "the system's limit of open files is reached; sysctl fs.file-max raises it";
         case ENOSPC:
@@ -48,13 +48,13 @@ std::string NameLimit(int error) {
     }
 }
 
-// The directory at the path may go, come back, be renamed or be another one tomorrow, so each
-// directory on the way to it is watched for the one name that matters there.
+// The directory at the path may be deleted, recreated, renamed or replaced, so each ancestor is
+// watched for the name of the next component.
 //
-// A directory that has come into the tree is found by going over the whole tree once more: watching
-// one that is watched changes nothing, and its own number is all that is to be kept of it, however
-// often it is renamed. Each directory is watched before it is read. So what comes into it earlier
-// is read and what comes later is an event, which leads here again.
+// After a directory was added to the tree, the whole tree is walked again. Watching a watched
+// directory has no effect, and a watch survives renames, so only watch numbers are kept. Each
+// directory is watched before it is read: an entry added earlier is read, and one added later is an
+// event, which causes another walk.
 class InotifyNotice final : public ChangeNotice {
 public:
     InotifyNotice(std::string path, bool recursive)
@@ -67,19 +67,19 @@ public:
         bool isOver = false;
         while (!m_isSignalled && !isOver) {
             const Clock::time_point now = Clock::now();
-            const Clock::time_point wake = IsBlind() ? std::min(end, m_nextLook) : end;
+            const Clock::time_point wake = IsDegraded() ? std::min(end, m_nextSignal) : end;
             const auto left = std::chrono::ceil<std::chrono::milliseconds>(wake - now);
             if (m_inotify.WaitForEvents(std::max(static_cast<int>(left.count()), 0))) {
-                m_inotify.TakeEvents([this](const Inotify::Happening& event) { Take(event); });
+                m_inotify.HandleEvents([this](const Inotify::Event& event) { Handle(event); });
             }
-            m_isSignalled |= IsTimeToLook();
+            m_isSignalled |= IsIntervalElapsed();
             isOver = Clock::now() >= end;
         }
         return m_isSignalled;
     }
 
     bool Rearm() override {
-        if (m_mustArm || IsTimeToLook()) {
+        if (m_mustArm || IsIntervalElapsed()) {
             Arm();
         }
         m_isSignalled = false;
@@ -87,77 +87,77 @@ public:
     }
 
     std::string GetWarning() const override {
-        return IsBlind() ? m_blindness + "; it is listed every 2 seconds instead" : "";
+        return IsDegraded() ? m_degradedReason + "; it is listed every 2 seconds instead" : "";
     }
 
 private:
     using Names = std::vector<std::string>;
 
-    bool IsBlind() const noexcept { return !m_blindness.empty(); }
-    bool IsTimeToLook() const noexcept { return IsBlind() && Clock::now() >= m_nextLook; }
+    bool IsDegraded() const noexcept { return !m_degradedReason.empty(); }
+    bool IsIntervalElapsed() const noexcept { return IsDegraded() && Clock::now() >= m_nextSignal; }
 
     void Arm() {
-        // Whatever fails below, the next attempt begins anew.
+        // Stays set if anything below throws, so that the next Rearm starts over.
         m_mustArm = true;
-        m_blindness.clear();
-        m_nextLook = Clock::now() + TIME_BETWEEN_LOOKS;
-        ++m_arming;
-        for (auto& [watch, names] : m_way) {
+        m_degradedReason.clear();
+        m_nextSignal = Clock::now() + DEGRADED_INTERVAL;
+        ++m_generation;
+        for (auto& [watch, names] : m_ancestors) {
             names.clear();
         }
         m_root = Inotify::NONE;
         if (m_inotify.Open()) {
             WatchAll();
-            DropWhatIsNoMoreMet();
+            RemoveStaleWatches();
         } else {
-            m_blindness = NameLimit(errno);
+            m_degradedReason = DescribeLimit(errno);
         }
         m_mustArm = false;
     }
 
     void WatchAll() {
-        bool isEndBlocked = false;
+        bool isDenied = false;
         const std::optional<std::string> root =
-            FollowPath(m_path, [&](const std::string& directory, const std::string& name) {
+            ResolvePath(m_path, [&](const std::string& directory, const std::string& name) {
                 const int watch = Watch(directory);
-                isEndBlocked = watch == Inotify::NONE && errno == EACCES;
+                isDenied = watch == Inotify::NONE && errno == EACCES;
                 if (watch != Inotify::NONE) {
-                    m_way[watch].push_back(name);
+                    m_ancestors[watch].push_back(name);
                 }
             });
         if (root) {
             m_root = Watch(*root);
-            isEndBlocked = m_root == Inotify::NONE && errno == EACCES;
+            isDenied = m_root == Inotify::NONE && errno == EACCES;
         }
         if (m_root != Inotify::NONE) {
             WatchTree(*root);
-        } else if (isEndBlocked && !IsBlind()) {
-            m_blindness = "the permissions of its directory keep watches out";
+        } else if (isDenied && !IsDegraded()) {
+            m_degradedReason = "the permissions of its directory deny a watch";
         }
     }
 
     void WatchTree(const std::string& root) {
-        m_tree[m_root] = m_arming;
-        std::vector<std::string> ahead;
+        m_tree[m_root] = m_generation;
+        std::vector<std::string> unvisited;
         if (m_recursive) {
-            FindBelow(root, ahead);
+            ListSubdirectories(root, unvisited);
         }
-        // A tree that can't be watched as a whole isn't worth the time to watch the most of it.
-        while (!ahead.empty() && !IsBlind()) {
-            const std::string directory = std::move(ahead.back());
-            ahead.pop_back();
+        // While degraded the tree is listed at intervals anyway: watching the rest has no use.
+        while (!unvisited.empty() && !IsDegraded()) {
+            const std::string directory = std::move(unvisited.back());
+            unvisited.pop_back();
             const int watch = Watch(directory);
             if (watch != Inotify::NONE) {
-                m_tree[watch] = m_arming;
-                FindBelow(directory, ahead);
+                m_tree[watch] = m_generation;
+                ListSubdirectories(directory, unvisited);
             }
         }
     }
 
-    void FindBelow(const std::string& directory, std::vector<std::string>& found) {
+    void ListSubdirectories(const std::string& directory, std::vector<std::string>& found) {
         DirectoryWalk walk(directory, DirectoryWalk::Link::Refuse);
-        if (walk.LacksMeans()) {
-            m_blindness = DESCRIPTOR_LIMIT;
+        if (walk.IsOutOfResources()) {
+            m_degradedReason = DESCRIPTOR_LIMIT;
         }
         DirectoryEntry entry;
         while (walk.Next(entry)) {
@@ -170,40 +170,40 @@ private:
     int Watch(const std::string& directory) {
         const int watch = m_inotify.Add(directory);
         if (watch == Inotify::NONE && (errno == ENOSPC || errno == ENOMEM)) {
-            m_blindness = NameLimit(errno);
+            m_degradedReason = DescribeLimit(errno);
         }
         return watch;
     }
 
-    void DropWhatIsNoMoreMet() {
-        std::erase_if(m_way, [this](const auto& entry) {
-            const bool isOld = entry.second.empty();
-            if (isOld && !m_tree.contains(entry.first)) {
+    void RemoveStaleWatches() {
+        std::erase_if(m_ancestors, [this](const auto& entry) {
+            const bool isStale = entry.second.empty();
+            if (isStale && !m_tree.contains(entry.first)) {
                 m_inotify.Remove(entry.first);
             }
-            return isOld;
+            return isStale;
         });
         std::erase_if(m_tree, [this](const auto& entry) {
-            const bool isOld = entry.second != m_arming;
-            if (isOld && !m_way.contains(entry.first)) {
+            const bool isStale = entry.second != m_generation;
+            if (isStale && !m_ancestors.contains(entry.first)) {
                 m_inotify.Remove(entry.first);
             }
-            return isOld;
+            return isStale;
         });
     }
 
-    void Take(const Inotify::Happening& event) noexcept {
-        constexpr std::uint32_t itself =
+    void Handle(const Inotify::Event& event) noexcept {
+        constexpr std::uint32_t selfEvents =
             IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT | IN_IGNORED | IN_Q_OVERFLOW;
-        if ((event.flags & itself) == 0) {
-            TakeName(event);
+        if ((event.flags & selfEvents) == 0) {
+            HandleName(event);
         } else {
-            TakeItself(event);
+            HandleSelf(event);
         }
     }
 
-    void TakeName(const Inotify::Happening& event) noexcept {
-        if (IsStepOfWay(event)) {
+    void HandleName(const Inotify::Event& event) noexcept {
+        if (IsPathComponent(event)) {
             m_isSignalled = true;
             m_mustArm = true;
         } else if (m_tree.contains(event.watch)) {
@@ -213,15 +213,15 @@ private:
         }
     }
 
-    bool IsStepOfWay(const Inotify::Happening& event) const noexcept {
-        const auto found = m_way.find(event.watch);
-        return found != m_way.end() && std::find(found->second.begin(), found->second.end(),
-                                                 event.name) != found->second.end();
+    bool IsPathComponent(const Inotify::Event& event) const noexcept {
+        const auto found = m_ancestors.find(event.watch);
+        return found != m_ancestors.end() && std::find(found->second.begin(), found->second.end(),
+                                                       event.name) != found->second.end();
     }
 
-    // Of a directory that goes within the tree the one above it tells.
-    void TakeItself(const Inotify::Happening& event) noexcept {
-        const bool isPath = event.watch == m_root || m_way.contains(event.watch);
+    // The removal of a directory within the tree is an event of its parent and ignored here.
+    void HandleSelf(const Inotify::Event& event) noexcept {
+        const bool isPath = event.watch == m_root || m_ancestors.contains(event.watch);
         const bool isLoss = (event.flags & (IN_Q_OVERFLOW | IN_UNMOUNT)) != 0;
         if (isPath || isLoss) {
             m_isSignalled = true;
@@ -229,7 +229,7 @@ private:
         }
         if ((event.flags & IN_IGNORED) != 0) {
             m_tree.erase(event.watch);
-            m_way.erase(event.watch);
+            m_ancestors.erase(event.watch);
             m_root = m_root == event.watch ? Inotify::NONE : m_root;
         }
     }
@@ -237,17 +237,17 @@ private:
     const std::string m_path;
     const bool m_recursive;
     Inotify m_inotify;
-    // The directories on the way to the watched one, with the names that matter in them.
-    std::unordered_map<int, Names> m_way;
+    // Watched ancestors of the directory, with the name of the next component in each.
+    std::unordered_map<int, Names> m_ancestors;
     int m_root = Inotify::NONE;
-    // The watched directory and all below it, each with the arming that met it last.
+    // Watches of the directory and its subdirectories, with the generation that found them last.
     std::unordered_map<int, unsigned> m_tree;
-    unsigned m_arming = 0;
+    unsigned m_generation = 0;
     bool m_mustArm = false;
     bool m_isSignalled = false;
-    // Why not everything can be watched; empty if it is.
-    std::string m_blindness;
-    Clock::time_point m_nextLook;
+    // Why the notice signals at intervals; empty if all directories are watched.
+    std::string m_degradedReason;
+    Clock::time_point m_nextSignal;
 };
 
 }  // namespace

@@ -24,7 +24,7 @@ void Inotify::Remove(int watch) noexcept {
 }
 
 bool Inotify::WaitForEvents(int milliseconds) noexcept {
-    // Without an instance this only sleeps: poll passes over a negative descriptor.
+    // Without an instance this only sleeps: poll ignores a negative descriptor.
     pollfd waiting{m_instance.Get(), POLLIN, 0};
     return ::poll(&waiting, 1, milliseconds) > 0;
 }

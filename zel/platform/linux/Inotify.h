@@ -11,41 +11,43 @@
 
 namespace zel::platform {
 
-// One instance of the kernel's inotify service, for names in directories.
+// One inotify instance that watches the names in directories. Not thread-safe.
 class Inotify {
 public:
     static constexpr int NONE = -1;
 
-    // What has happened to a name in a watched directory, or to that directory itself, with the
-    // kernel's own flags; a lost part of the queue has no watch.
-    struct Happening {
+    // A change of a name in a watched directory, or of that directory itself, with the kernel's
+    // flags. A queue overflow has no watch.
+    struct Event {
         int watch;
         std::uint32_t flags;
         std::string_view name;
     };
 
-    // Opens the instance unless it is open. False with the reason in errno.
+    // Opens the instance unless it is open. Returns false with the reason in errno.
     bool Open() noexcept;
 
-    // Watches a directory; one that is watched keeps its number. NONE with the reason in errno.
+    // Watches a directory and returns the number of the watch, the same if it is watched already.
+    // Returns NONE with the reason in errno.
     int Add(const std::string& directory) noexcept;
     void Remove(int watch) noexcept;
 
-    // Sleeps until something has happened, so many milliseconds at the most. False if nothing has.
+    // Blocks until there are events, at most `milliseconds`. Returns whether there are any.
     bool WaitForEvents(int milliseconds) noexcept;
 
-    // Hands over what has happened since. `take` throws nothing, so that nothing is lost.
-    template <class Take>
-    void TakeEvents(const Take& take) noexcept {
-        // An endless stream of events is taken in shares of about what the queue can hold.
+    // Calls `handle` with each queued event. `handle` must not throw, as events would be lost.
+    template <class Handle>
+    void HandleEvents(const Handle& handle) noexcept {
+        // Handles about as many events as the queue can hold, so that it returns under a constant
+        // stream of events.
         for (int reads = 0; reads < 128 && Fill(); ++reads) {
             for (std::size_t at = 0; at < m_size;) {
                 const auto* const event = reinterpret_cast<const inotify_event*>(&m_block[at]);
-                take(Happening{event->wd, event->mask, event->len > 0 ? event->name : ""});
+                handle(Event{event->wd, event->mask, event->len > 0 ? event->name : ""});
                 at += sizeof(inotify_event) + event->len;
             }
             if (m_size + LARGEST_EVENT <= m_block.size()) {
-                return;  // the queue was empty, or the next one would have come along
+                return;  // the block had space for another event, so the queue was empty
             }
         }
     }

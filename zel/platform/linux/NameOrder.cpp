@@ -13,8 +13,9 @@ int Fold(char c) noexcept {
     return byte >= 'A' && byte <= 'Z' ? byte - 'A' + 'a' : byte;
 }
 
-// Neighbours in a listing are the same for most of their length, so that goes by words.
-std::size_t SkipSameWords(std::string_view a, std::string_view b, std::size_t length) noexcept {
+// Returns the length of a common prefix in whole words. Neighbours in a listing share most of their
+// length.
+std::size_t SkipEqualWords(std::string_view a, std::string_view b, std::size_t length) noexcept {
     std::size_t at = 0;
     for (; at + sizeof(std::uint64_t) <= length; at += sizeof(std::uint64_t)) {
         std::uint64_t wordOfA = 0;
@@ -32,7 +33,7 @@ std::size_t SkipSameWords(std::string_view a, std::string_view b, std::size_t le
 
 int CompareNames(std::string_view a, std::string_view b) noexcept {
     const std::size_t common = std::min(a.size(), b.size());
-    for (std::size_t at = SkipSameWords(a, b, common); at < common; ++at) {
+    for (std::size_t at = SkipEqualWords(a, b, common); at < common; ++at) {
         const int difference = Fold(a[at]) - Fold(b[at]);
         if (difference != 0) {
             return difference;

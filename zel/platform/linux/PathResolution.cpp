@@ -1,4 +1,4 @@
-#include "zel/platform/linux/PathTrail.h"
+#include "zel/platform/linux/PathResolution.h"
 
 #include <array>
 #include <climits>
@@ -11,8 +11,8 @@ namespace zel::platform {
 
 namespace {
 
-// As many as the kernel follows.
-constexpr int MOST_LINKS = 40;
+// The limit of the kernel.
+constexpr int MAX_LINKS = 40;
 
 using Names = std::vector<std::string>;
 
@@ -20,14 +20,14 @@ bool IsAbsolute(std::string_view path) {
     return path.starts_with('/');
 }
 
-// Puts the names of a path on a pile, the first on top.
-void Pile(std::string_view path, Names& pile) {
+// Appends the names of a path in reverse order.
+void PushNames(std::string_view path, Names& stack) {
     while (!path.empty()) {
         const std::size_t separator = path.find_last_of('/');
         const std::size_t start = separator == std::string_view::npos ? 0 : separator + 1;
         const std::string_view name = path.substr(start);
         if (!name.empty() && name != ".") {
-            pile.emplace_back(name);
+            stack.emplace_back(name);
         }
         path = path.substr(0, start == 0 ? 0 : separator);
     }
@@ -37,8 +37,8 @@ std::string Join(const std::string& directory, const std::string& name) {
     return directory.ends_with('/') ? directory + name : directory + '/' + name;
 }
 
-// The directory above one that is no link.
-std::string Above(const std::string& directory) {
+// Returns the parent of a directory that is not a link.
+std::string GetParent(const std::string& directory) {
     const std::size_t separator = directory.find_last_of('/');
     if (directory == "/") {
         return directory;
@@ -49,7 +49,7 @@ std::string Above(const std::string& directory) {
     return separator == 0 ? "/" : directory.substr(0, separator);
 }
 
-// Where a link leads; nothing if the path is no link.
+// Returns the target of a link; nothing if the path is not a link.
 std::optional<std::string> ReadLink(const std::string& path) {
     std::array<char, PATH_MAX> target;
     const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
@@ -66,35 +66,35 @@ bool Exists(const std::string& path) {
 
 }  // namespace
 
-std::optional<std::string> FollowPath(
+std::optional<std::string> ResolvePath(
     const std::string& path,
-    const std::function<void(const std::string& directory, const std::string& name)>& onStep) {
-    Names ahead;
-    Pile(path, ahead);
-    std::string at = IsAbsolute(path) ? "/" : ".";
+    const std::function<void(const std::string& directory, const std::string& name)>& onLookup) {
+    Names remaining;
+    PushNames(path, remaining);
+    std::string current = IsAbsolute(path) ? "/" : ".";
     int links = 0;
-    while (!ahead.empty()) {
-        const std::string name = std::move(ahead.back());
-        ahead.pop_back();
+    while (!remaining.empty()) {
+        const std::string name = std::move(remaining.back());
+        remaining.pop_back();
         if (name == "..") {
-            at = Above(at);
+            current = GetParent(current);
             continue;
         }
-        onStep(at, name);
-        std::string next = Join(at, name);
+        onLookup(current, name);
+        std::string next = Join(current, name);
         if (const std::optional<std::string> target = ReadLink(next)) {
-            if (++links > MOST_LINKS) {
+            if (++links > MAX_LINKS) {
                 return std::nullopt;
             }
-            Pile(*target, ahead);
-            at = IsAbsolute(*target) ? "/" : at;
+            PushNames(*target, remaining);
+            current = IsAbsolute(*target) ? "/" : current;
         } else if (!Exists(next)) {
             return std::nullopt;
         } else {
-            at = std::move(next);
+            current = std::move(next);
         }
     }
-    return path.empty() ? std::nullopt : std::optional(at);
+    return path.empty() ? std::nullopt : std::optional(current);
 }
 
 }  // namespace zel::platform

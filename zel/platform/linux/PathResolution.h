@@ -6,11 +6,10 @@
 
 namespace zel::platform {
 
-// Goes the way that the system goes from a path to what it names, link by link, and calls `onStep`
-// with each directory just before a name is looked up in it. Gives the path without links, or
-// nothing if there is no such file at the moment.
-std::optional<std::string> FollowPath(
+// Resolves a path like the kernel does, link by link, and calls `onLookup` with each directory
+// before a name is looked up in it. Returns the path without links, or nothing if it doesn't exist.
+std::optional<std::string> ResolvePath(
     const std::string& path,
-    const std::function<void(const std::string& directory, const std::string& name)>& onStep);
+    const std::function<void(const std::string& directory, const std::string& name)>& onLookup);
 
 }  // namespace zel::platform

@@ -24,7 +24,7 @@ bool ParseId(std::string_view name, unsigned int& id) {
     return error == std::errc() && stop == end;
 }
 
-// A file may bear the mark as part of its name, so the one that has it is looked at.
+// The mark may be part of a file's name, so the files themselves are compared.
 bool IsDeleted(const char* link, const char* target) {
     struct stat running = {};
     struct stat named = {};

@@ -15,12 +15,12 @@ struct Free {
     void operator()(void* memory) const noexcept { std::free(memory); }
 };
 
-// Replies of the server are the receiver's to free.
+// Replies are allocated with malloc and owned by the receiver.
 template <class T>
 using Reply = std::unique_ptr<T, Free>;
 
-// Process identifiers mean nothing on the screen of another machine, and the way there may block.
-bool IsDisplayOfThisMachine() {
+// Process identifiers of another machine's windows mean nothing here, and connecting may block.
+bool IsLocalDisplay() {
     char* hostText = nullptr;
     int display = 0;
     if (xcb_parse_display(nullptr, &hostText, &display, nullptr) == 0) {
@@ -28,8 +28,10 @@ bool IsDisplayOfThisMachine() {
     }
     const Reply<char> owner(hostText);
     const std::string_view host = hostText;
-    constexpr std::array<std::string_view, 5> own = {"", "unix", "localhost", "127.0.0.1", "::1"};
-    return host.starts_with('/') || std::find(own.begin(), own.end(), host) != own.end();
+    constexpr std::array<std::string_view, 5> localHosts = {"", "unix", "localhost", "127.0.0.1",
+                                                            "::1"};
+    return host.starts_with('/') ||
+           std::find(localHosts.begin(), localHosts.end(), host) != localHosts.end();
 }
 
 xcb_window_t ToXWindow(WindowStack::Window window) {
@@ -68,8 +70,8 @@ private:
     bool m_hasHints = false;
 };
 
-// A window manager puts windows into frames of its own and keeps the order of those it manages;
-// what it shall do with one it is asked by messages. Without one the server itself is asked.
+// A window manager reparents windows into frames, publishes their stacking order and accepts
+// requests as messages. Without one the requests go to the X server.
 class XcbWindowStack final : public WindowStack {
 public:
     bool Open() {
@@ -105,7 +107,7 @@ public:
         } else {
             RaiseByServer(ToXWindow(window));
         }
-        // An answer to anything means that all before it has been done.
+        // Requests are processed in order: a reply means that all before it have been processed.
         const Reply<xcb_get_input_focus_reply_t> done(
             xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
     }
@@ -113,7 +115,7 @@ public:
 private:
     xcb_window_t GetRoot() const { return m_display.GetScreen().root; }
 
-    // A manager that has died leaves its mark on the root behind, but not the one on its window.
+    // A manager that has exited leaves its property on the root window, but not on its own.
     bool FindManager() {
         xcb_window_t manager = XCB_NONE;
         xcb_window_t confirmed = XCB_NONE;
@@ -146,7 +148,7 @@ private:
         return {children, children + xcb_query_tree_children_length(tree.get())};
     }
 
-    // False if the window doesn't have that property.
+    // Returns false if the window doesn't have that property.
     bool ReadText(xcb_window_t window, xcb_atom_t property, std::size_t limit, std::string& text) {
         constexpr std::size_t unit = 4;
         const auto units = static_cast<std::uint32_t>((limit + unit - 1) / unit);
@@ -162,7 +164,7 @@ private:
         return true;
     }
 
-    // As a pager asks, so that no manager takes it for a program that wants to steal the keyboard.
+    // Identifies as a pager: managers may refuse to give the focus to an ordinary application.
     void RaiseByManager(xcb_window_t window) {
         const int screen = m_display.GetScreenNumber();
         xcb_ewmh_request_change_wm_state(
@@ -174,13 +176,13 @@ private:
 
     void RaiseByServer(xcb_window_t window) {
         const xcb_screen_t& screen = m_display.GetScreen();
-        constexpr auto what = XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH |
-                              XCB_CONFIG_WINDOW_HEIGHT | XCB_CONFIG_WINDOW_BORDER_WIDTH |
-                              XCB_CONFIG_WINDOW_STACK_MODE;
+        constexpr auto fields = XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y |
+                                XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT |
+                                XCB_CONFIG_WINDOW_BORDER_WIDTH | XCB_CONFIG_WINDOW_STACK_MODE;
         const std::uint32_t values[] = {
             0, 0, screen.width_in_pixels, screen.height_in_pixels, 0, XCB_STACK_MODE_ABOVE};
         xcb_map_window(m_connection, window);
-        xcb_configure_window(m_connection, window, what, values);
+        xcb_configure_window(m_connection, window, fields, values);
         xcb_set_input_focus(m_connection, XCB_INPUT_FOCUS_PARENT, window, XCB_CURRENT_TIME);
     }
 
@@ -193,7 +195,7 @@ private:
 }  // namespace
 
 std::unique_ptr<WindowStack> OpenWindowStack() {
-    auto stack = IsDisplayOfThisMachine() ? std::make_unique<XcbWindowStack>() : nullptr;
+    auto stack = IsLocalDisplay() ? std::make_unique<XcbWindowStack>() : nullptr;
     return stack && stack->Open() ? std::move(stack) : nullptr;
 }
 
