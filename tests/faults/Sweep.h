@@ -1,8 +1,7 @@
 #pragma once
 
-#include "zel/core/Logger.h"
-
 #include "tests/support/AllocationWatch.h"
+#include "tests/support/RecordingLogSink.h"
 
 #include <gtest/gtest.h>
 
@@ -12,18 +11,17 @@
 #include <string>
 #include <vector>
 
-// Scenarios that run again and again, each time with one allocation more ahead of the one that
-// fails, alone or with all behind it, up to the run that nothing fails in. A change is made or not
-// made, and nothing in between; nothing leaks, and the thing can be used as before.
+// Runs a scenario repeatedly, failing a later allocation each time, until a run has none left to
+// fail. In one pass only that allocation fails, in the other all later ones fail too. A change
+// either takes effect as a whole or leaves the state as it was; nothing leaks, and a second attempt
+// succeeds.
 namespace zel::test {
 
-// Too long for any string to hold in itself.
+// Too long for the small-string optimization.
 inline const std::string LONG(60, 'x');
 
-// A thing in a state that a text tells, and a change of it: true if it was made, false or
-// std::bad_alloc if memory ran out.
 struct Trial {
-    std::function<bool()> change;
+    std::function<bool()> change;  // false or std::bad_alloc if memory ran out
     std::function<std::string()> state;
 };
 
@@ -32,20 +30,20 @@ struct Scenario {
     std::function<Trial()> begin;
 };
 
-// What is made, what is done to it, and what tells its state.
+// A scenario of the object that `make` returns, a change of it, and its state as text.
 template <class Make, class Change, class State>
 Scenario On(std::string name, Make make, Change change, State state) {
     return {std::move(name), [=] {
-                const auto held = std::make_shared<decltype(make())>(make());
-                const auto changeIt = [=] {
-                    if constexpr (std::is_void_v<decltype(change(*held))>) {
-                        change(*held);
+                const auto object = std::make_shared<decltype(make())>(make());
+                const auto changeObject = [=] {
+                    if constexpr (std::is_void_v<decltype(change(*object))>) {
+                        change(*object);
                         return true;
                     } else {
-                        return change(*held);
+                        return change(*object);
                     }
                 };
-                return Trial{changeIt, [=] { return state(*held); }};
+                return Trial{changeObject, [=] { return state(*object); }};
             }};
 }
 
@@ -57,7 +55,7 @@ inline bool Change(const Trial& trial) {
     }
 }
 
-// Lets the request behind `step` others fail. True if there was none.
+// Fails the allocation after `step` others. Returns true if there was none to fail.
 inline bool PassesStep(const Scenario& scenario, long step, bool onlyOne,
                        const std::string& expected) {
     const long heldBefore = CountBlocksHeld();
@@ -68,45 +66,28 @@ inline bool PassesStep(const Scenario& scenario, long step, bool onlyOne,
         FailAllocationsAfter(step, onlyOne);
         const bool isDone = Change(trial);
         FailAllocationsAfter(-1);
-        EXPECT_EQ(trial.state(), isDone ? expected : before) << "with " << step << " allocations";
-        EXPECT_TRUE(isDone || Change(trial));
-        EXPECT_EQ(trial.state(), expected) << "after " << step << " allocations and a new try";
+        EXPECT_EQ(trial.state(), isDone ? expected : before) << "after " << step << " allocations";
+        EXPECT_TRUE(isDone || Change(trial)) << "second attempt";
+        EXPECT_EQ(trial.state(), expected) << "after " << step << " allocations, second attempt";
     }
     EXPECT_EQ(CountBlocksHeld(), heldBefore) << "leak after " << step << " allocations";
     return CountRefusals() == refusalsBefore;
 }
 
-// Every message that there is to log is made.
-class LoggingScope {
-public:
-    LoggingScope() {
-        constexpr int everything = 6;
-        m_logger->SetGlobalLogLevel(everything);
-        m_logger->SetAreaLevel("Variant", everything);
-        m_logger->AddSink(new NoSink);
-        m_logger->Start();
-        Logger::SetInstance(m_logger);
-    }
-
-    ~LoggingScope() { Logger::SetInstance(nullptr); }
-    LoggingScope(const LoggingScope&) = delete;
-    LoggingScope& operator=(const LoggingScope&) = delete;
-
-private:
-    class NoSink : public LogSink {
-        void Write(const LogRecord&) override {}
-    };
-
-    const RCPtr<Logger> m_logger{new Logger};
+class DiscardingLogSink : public LogSink {
+    void Write(const LogRecord&) override {}
 };
 
 inline void Sweep(const std::vector<Scenario>& scenarios) {
-    const LoggingScope logging;
+    // Every log message is formatted.
+    constexpr int everything = 6;
+    const LoggerScope<DiscardingLogSink> scope(everything);
+    scope.logger->SetAreaLevel("Variant", everything);
     for (const Scenario& scenario : scenarios) {
         SCOPED_TRACE(scenario.name);
-        const Trial unhurt = scenario.begin();
-        ASSERT_TRUE(Change(unhurt));
-        const std::string expected = unhurt.state();
+        const Trial undisturbed = scenario.begin();
+        ASSERT_TRUE(Change(undisturbed));
+        const std::string expected = undisturbed.state();
         for (const bool onlyOne : {false, true}) {
             long step = 0;
             while (!PassesStep(scenario, step, onlyOne, expected) && !testing::Test::HasFailure()) {

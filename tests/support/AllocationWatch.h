@@ -4,22 +4,22 @@
 
 namespace zel::test {
 
-// Watches the global allocator of the test program, which AllocationWatch.cpp replaces.
+// Counts and fails allocations. AllocationWatch.cpp replaces the test program's global allocator.
 
-// How many blocks the calling thread has asked for so far.
+// Returns the number of allocations that the calling thread has requested so far.
 std::size_t CountAllocations() noexcept;
 
-// How many of them it was refused.
+// Returns the number of those requests that failed.
 std::size_t CountRefusals() noexcept;
 
-// How many it has got and hasn't given back.
+// Returns the number of blocks that the calling thread allocated less those that it freed.
 long CountBlocksHeld() noexcept;
 
-// Lets the calling thread's next `count` requests succeed and all later ones fail, or `onlyOne`;
-// -1 ends it.
+// Fails the calling thread's allocations after the next `count`: all of them, or the first if
+// `onlyOne`. -1 stops failing them.
 void FailAllocationsAfter(long count, bool onlyOne = false) noexcept;
 
-// Calls `onFree` once when `block` is given back.
+// Calls `onFree` once, when `block` is freed.
 void WatchBlock(const void* block, void (*onFree)()) noexcept;
 
 }  // namespace zel::test

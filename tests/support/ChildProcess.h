@@ -15,10 +15,10 @@
 
 namespace zel::test {
 
-// A process of its own, its streams on pipes. It is killed when this object goes.
+// A child process whose standard streams are pipes. Killed when this object is destroyed.
 class ChildProcess {
 public:
-    // Runs a program, or `work` in a fork.
+    // Runs a program, or calls `work` in a forked process.
     explicit ChildProcess(std::vector<std::string> command)
         : ChildProcess([&command] {
               std::vector<char*> words;
@@ -68,7 +68,7 @@ public:
     pid_t GetId() const { return m_id; }
     void Kill(int signal) const { ::kill(m_id, signal); }
 
-    // To its end, which the status tells.
+    // Blocks until the process has exited and returns its status.
     int Wait() {
         int status = 0;
         ::waitpid(std::exchange(m_id, 0), &status, 0);
@@ -81,7 +81,7 @@ public:
 
     void CloseInput() { ::close(std::exchange(m_streams[STDIN_FILENO], -1)); }
 
-    // What it writes to standard output, up to `end`, which is left out, or to its last word.
+    // Returns its standard output up to and without `end`, or all of it if `end` does not occur.
     std::string ReadUntil(std::string_view end) const {
         std::string text;
         while (!text.ends_with(end)) {
@@ -92,7 +92,7 @@ public:
         return text.substr(0, text.size() - end.size());
     }
 
-    // What it, and all that it has left behind, write until none holds the stream any more.
+    // Returns all output until the process and its descendants have closed the stream.
     std::string ReadAll(int stream) const {
         std::string text;
         while (ReadSome(stream, text, 4096)) {
@@ -100,7 +100,7 @@ public:
         return text;
     }
 
-    // The process that it has left to this one, which has to be a subreaper.
+    // Returns an orphaned descendant of the process. Requires: the caller is a subreaper.
     pid_t FindOrphan() const {
         const std::string self = std::to_string(::getpid());
         std::ifstream in("/proc/" + self + "/task/" + self + "/children");
@@ -111,13 +111,13 @@ public:
     }
 
 private:
-    // False at the end, and when nothing comes for long.
+    // Returns false at the end of the stream and after a timeout.
     bool ReadSome(int stream, std::string& text, std::size_t size) const {
-        constexpr int longWait = 30'000;
+        constexpr int timeout = 30'000;
         pollfd ready{m_streams[stream], POLLIN, 0};
         char block[4096];
         const ssize_t count =
-            ::poll(&ready, 1, longWait) == 1 ? ::read(m_streams[stream], block, size) : 0;
+            ::poll(&ready, 1, timeout) == 1 ? ::read(m_streams[stream], block, size) : 0;
         text.append(block, static_cast<std::size_t>(count > 0 ? count : 0));
         return count > 0;
     }

@@ -9,7 +9,7 @@
 
 namespace zel::test {
 
-// Keeps what is logged: each as a line feed and "level area text".
+// Records each log line as a line feed and "level area text".
 class RecordingLogSink : public LogSink {
 public:
     void Write(const LogRecord& record) override {
@@ -19,12 +19,13 @@ public:
         m_line = record.line;
     }
 
+    // Returns the recorded text and clears it.
     std::string TakeText() {
         const std::lock_guard lock(m_mutex);
         return std::exchange(m_text, {});
     }
 
-    // The source line of the last one.
+    // Returns the source line of the last record.
     int GetLine() {
         const std::lock_guard lock(m_mutex);
         return m_line;
@@ -36,22 +37,25 @@ private:
     int m_line = 0;
 };
 
-// A started logger with a recording sink, in use for a scope.
-class ScopedLogger {
+// Installs a started logger with one sink as the instance in use until the end of the scope.
+template <class Sink>
+class LoggerScope {
 public:
-    explicit ScopedLogger(int globalLevel = 3) : logger(new Logger), sink(new RecordingLogSink) {
+    explicit LoggerScope(int globalLevel = 3) {
         logger->SetGlobalLogLevel(globalLevel);
         logger->AddSink(sink);
         logger->Start();
         Logger::SetInstance(logger);
     }
 
-    ~ScopedLogger() { Logger::SetInstance(nullptr); }
-    ScopedLogger(const ScopedLogger&) = delete;
-    ScopedLogger& operator=(const ScopedLogger&) = delete;
+    ~LoggerScope() { Logger::SetInstance(nullptr); }
+    LoggerScope(const LoggerScope&) = delete;
+    LoggerScope& operator=(const LoggerScope&) = delete;
 
-    const RCPtr<Logger> logger;
-    const RCPtr<RecordingLogSink> sink;
+    const RCPtr<Logger> logger{new Logger};
+    const RCPtr<Sink> sink{new Sink};
 };
+
+using ScopedLogger = LoggerScope<RecordingLogSink>;
 
 }  // namespace zel::test

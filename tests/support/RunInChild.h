@@ -5,8 +5,8 @@
 
 namespace zel::test {
 
-// Calls `work` in a process of its own, which may limit itself, and gives what it gives; -1 if it
-// came to no end of its own.
+// Returns the result of `work`, called in a forked process, or -1 if the process did not exit by
+// itself. `work` may set limits on its process.
 template <class Work>
 int RunInChild(Work work) {
     const pid_t child = ::fork();

@@ -5,7 +5,7 @@
 
 namespace zel::test {
 
-// Runs `work` to its end on a thread with a stack of 256 KiB.
+// Calls `work` on a thread with a stack of 256 KiB and waits for it.
 inline void RunOnSmallStack(std::function<void()> work) {
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);

@@ -6,7 +6,7 @@
 
 namespace zel::test {
 
-// An empty directory of its own, for a scope.
+// A new directory, removed with its content at the end of the scope.
 class TemporaryFolder {
 public:
     explicit TemporaryFolder(

@@ -6,7 +6,7 @@
 
 namespace zel::test {
 
-// The exception that comes out of a call, as text and with its info behind it; empty if none does.
+// Returns the exception that `call` throws as "type: message (info)", or an empty string if none.
 template <class Ex = Exception, class Call>
 std::string ThrownBy(Call call) {
     try {
