@@ -1,4 +1,4 @@
-// The classes that the debugger's views show, named so that this file's debug information has them.
+// References the classes that have a debugger view, so that the debug information describes them.
 
 #include "zel/data/DataTable.h"
 #include "zel/data/DataTree.h"

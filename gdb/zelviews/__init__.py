@@ -1,8 +1,8 @@
-"""How GDB shows the objects of zelCore and zelAdvanced.
+"""GDB pretty-printers for zelCore and zelAdvanced.
 
 A view reads memory and calls no function of the program, so it works on a core file as well. It
-says what can't be read in its place. An object whose class doesn't have the fields that its view
-knows is left to GDB's own way of printing.
+marks unreadable parts. GDB prints an object without a view if its class lacks a field that the view
+requires.
 """
 
 import gdb.printing
@@ -11,7 +11,7 @@ from . import data, events, pointers, text, variants
 
 
 def register(objfile):
-    """Makes GDB use the views while `objfile` is loaded, or always if it is None."""
+    """Registers the views while `objfile` is loaded, or permanently if it is None."""
     views = gdb.printing.RegexpCollectionPrettyPrinter("zel")
     for family in (pointers, text, variants, data, events):
         for view in family.VIEWS:

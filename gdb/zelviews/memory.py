@@ -1,23 +1,23 @@
-"""Reads strings, arrays and pointers in the program's memory, and trusts none of them."""
+"""Reads strings, arrays and pointers from the program's memory, which may be corrupt."""
 
 import re
 from itertools import islice
 
 import gdb
 
-# What reading raises where memory, type or layout isn't what it should be.
+# Raised when memory, type or layout is invalid.
 READ_ERRORS = (gdb.error, AttributeError, LookupError, OverflowError, TypeError, ValueError)
 UNREADABLE = "<unreadable>"
 
 STRING = "std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >"
 _NO_LIMIT = 1 << 24
-# GDB takes a longer text for an empty one.
+# GDB treats a longer string as empty.
 _LONGEST = (1 << 31) - 1
 _ESCAPES = {'"': '\\"', "\\": "\\\\", "\n": "\\n", "\r": "\\r", "\t": "\\t"}
 
 
 class Text:
-    """Characters one behind the other."""
+    """A contiguous range of characters."""
 
     def __init__(self, start, length):
         self.start = start
@@ -25,16 +25,16 @@ class Text:
 
     @staticmethod
     def of(string):
-        """What a std::string holds."""
+        """Returns the content of a std::string."""
         return Text(string["_M_dataplus"]["_M_p"], string["_M_string_length"])
 
     def lazily(self):
-        """For GDB to read and quote when it comes to print it, as far as it prints texts."""
+        """Returns a lazy string, which GDB reads, quotes and truncates when it prints it."""
         sound = 0 <= self.length <= _LONGEST
         return self.start.lazy_string(length=self.length) if sound else UNREADABLE
 
     def quoted(self):
-        """In quotes, as far as GDB prints texts."""
+        """Returns the text in quotes, truncated to GDB's limit."""
         shown = min(self.length, limit())
         memory = gdb.selected_inferior().read_memory(self.start, shown) if shown else b""
         cut = "..." if shown < self.length else ""
@@ -42,7 +42,7 @@ class Text:
 
 
 class Array:
-    """Elements one behind the other. Where the bounds make no sense the length is None."""
+    """A contiguous range of elements. The length is None if the bounds are invalid."""
 
     def __init__(self, start, end):
         size = start.type.strip_typedefs().target().sizeof
@@ -52,7 +52,7 @@ class Array:
 
     @staticmethod
     def of(vector):
-        """What a std::vector holds."""
+        """Returns the content of a std::vector."""
         bounds = vector["_M_impl"]
         return Array(bounds["_M_start"], bounds["_M_finish"])
 
@@ -63,13 +63,13 @@ class Array:
             yield element
 
     def count(self, one, many):
-        """The number of elements in words."""
+        """Returns the number of elements with its unit."""
         if self.length is None:
             return f"{many} {UNREADABLE}"
         return f"{self.length} {one if self.length == 1 else many}"
 
     def quoted(self):
-        """An array of std::string in braces, as far as GDB prints arrays."""
+        """Returns an array of std::string in braces, truncated to GDB's limit."""
         if self.length is None:
             return UNREADABLE
         try:
@@ -81,19 +81,19 @@ class Array:
 
 
 def limit():
-    """How many characters or elements GDB prints."""
+    """Returns the number of characters or elements that GDB prints."""
     return print_option("max_elements", "print elements") or _NO_LIMIT
 
 
 def print_option(name, setting):
-    """How the command that is running prints, as far as this GDB tells more than the setting."""
+    """Returns an option of the running command, or the global setting in an older GDB."""
     if hasattr(gdb, "print_options"):
         return gdb.print_options()[name]
     return gdb.parameter(setting)
 
 
 def quote(string):
-    """A std::string in quotes."""
+    """Returns a std::string in quotes."""
     try:
         return Text.of(string).quoted()
     except READ_ERRORS:
@@ -101,7 +101,7 @@ def quote(string):
 
 
 def target_of(pointer):
-    """The object behind a pointer, for GDB to print."""
+    """Returns the object that a pointer points to, for GDB to print."""
     if not pointer:
         return "null"
     try:
@@ -113,7 +113,7 @@ def target_of(pointer):
 
 
 def class_of(pointer):
-    """The name of the class of a polymorphic object, from the symbol of its virtual table."""
+    """Returns the class name of a polymorphic object, from the symbol of its vtable."""
     address = gdb.lookup_type("void").pointer()
     table = gdb.Value(int(pointer)).cast(address.pointer()).dereference()
     _, found, name = table.format_string(symbols=True).partition("<vtable for ")
@@ -122,7 +122,7 @@ def class_of(pointer):
     return re.sub(f"{STRING}( (?=>))?", "std::string", name.rpartition("+")[0])
 
 
-# GDB fails on a character that its output has no place for.
+# GDB fails on a character that its output charset can't represent.
 def _escape(raw):
     charset = gdb.host_charset() if hasattr(gdb, "host_charset") else "ascii"
     return "".join(map(_escape_one, raw.decode(charset, "surrogateescape")))

@@ -17,7 +17,7 @@ class RCPtrView(View):
     def parts(self):
         pointer = self.value["m_object"]
         if pointer:
-            yield "object", target_of(_as_told(pointer))
+            yield "object", target_of(_as_requested(pointer))
 
 
 class WeakPtrView(View):
@@ -30,10 +30,10 @@ class WeakPtrView(View):
             return "null"
         pointer = info["m_object"]
         if not pointer:
-            return "WeakPtr to an object that is gone"
+            return "WeakPtr, expired"
         return f"WeakPtr, {_count_of(pointer)}"
 
-    # The address alone, as weak pointers are there to go in circles.
+    # Only the address: weak pointers often form cycles.
     def parts(self):
         info = self.value["m_rcInfo"]
         if info and info["m_object"]:
@@ -57,8 +57,8 @@ def _count_of(pointer):
         return f"count {UNREADABLE}"
 
 
-def _as_told(pointer):
-    """The pointer to the derived object if `set print object on` asks for it."""
+def _as_requested(pointer):
+    """Returns the pointer as its dynamic type if `set print object` is on."""
     try:
         derived = print_option("actual_objects", "print object")
         return pointer.cast(pointer.dynamic_type) if derived else pointer

@@ -13,7 +13,7 @@ class MemOSView(View):
         start = storage["m_buffer"]
         length = int(storage["_M_out_cur"]) - int(start)
         if not 0 <= length <= int(storage["m_capacity"]):
-            raise ValueError("the end of the text lies outside its storage")
+            raise ValueError("the end of the text is outside its storage")
         return f"MemOS {Text(start, length).quoted()}"
 
 

@@ -5,7 +5,7 @@ import gdb
 from .memory import STRING, Array, Text, class_of, quote
 from .view import ListView
 
-# Type name and type of an element by its code.
+# Type name and C++ type of an element, by code.
 _ELEMENTS = {
     0x11: ("U8", "unsigned char"),
     0x12: ("U16", "unsigned short"),
@@ -23,7 +23,7 @@ _ARRAY_BIT = 0x200
 
 
 class VariantView(ListView):
-    """A Variant<T>, whose code says what T is."""
+    """A Variant<T>. Its value code identifies T."""
 
     NAME = "Variant"
     FIELDS = ("m_valueCode", "m_isFixed", "m_value")
@@ -54,7 +54,7 @@ class VariantView(ListView):
 
 
 class VariantBaseView(VariantView):
-    """A variant seen through its base."""
+    """A variant whose static type is its base class."""
 
     NAME = "VariantBase"
     FIELDS = ("m_valueCode", "m_isFixed")

@@ -1,4 +1,4 @@
-"""What all views are made of."""
+"""The base classes of all views."""
 
 import gdb
 
@@ -6,8 +6,8 @@ from .memory import READ_ERRORS, UNREADABLE
 
 
 class View:
-    """Shows one object. A derived class names the class it shows and the fields it rests on, and
-    describes an object in a line; if there is more to show, `parts` yields it, each with its name.
+    """Displays one object. A derived class sets NAME to the class it displays and FIELDS to the
+    members it reads. `describe` returns one line; `parts` yields named children, if any.
     """
 
     NAME = ""
@@ -15,14 +15,14 @@ class View:
 
     @classmethod
     def of(cls, value):
-        """The view of an object, None if its fields are others."""
+        """Returns a view of the object, or None if it lacks one of FIELDS."""
         if value.type.code in (gdb.TYPE_CODE_REF, gdb.TYPE_CODE_RVALUE_REF):
             value = value.referenced_value()
         known = all(_has_field(value.type.strip_typedefs(), name) for name in cls.FIELDS)
         if not known:
             return None
         view = cls(value)
-        # A front end shows no text of what has children.
+        # Front ends hide the text of a value that has a `children` method.
         if view._has_parts():
             view.children = view._readable_parts
         return view
@@ -57,7 +57,7 @@ class View:
 
 
 class ListView(View):
-    """A view whose parts need no names."""
+    """A view whose parts are printed without names."""
 
     def display_hint(self):
         return "array"

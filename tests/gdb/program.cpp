@@ -1,4 +1,4 @@
-// Objects for the debugger's views to show: it stops in Show and looks at the frame below.
+// Objects for the debugger's views. The debugger stops in Stop and inspects its caller.
 
 #include "zel/data/DataTable.h"
 #include "zel/data/DataTree.h"
@@ -6,7 +6,6 @@
 #include "zel/foundation/MemOS.h"
 #include "zel/variant/Variant.h"
 
-#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -37,38 +36,7 @@ public:
     using Variant<double>::Variant;
 };
 
-// An object that was never made: its memory is filled with one byte.
-template <class T>
-union Broken {
-    explicit Broken(unsigned char byte) { std::fill_n(m_bytes, sizeof(T), byte); }
-    ~Broken() {}
-
-    unsigned char m_bytes[sizeof(T)];
-    T m_object;
-};
-
-struct BrokenObjects {
-    explicit BrokenObjects(unsigned char byte)
-        : pointer(byte),
-          weak(byte),
-          text(byte),
-          variant(byte),
-          tree(byte),
-          table(byte),
-          row(byte),
-          source(byte) {}
-
-    Broken<RCPtr<DataTree>> pointer;
-    Broken<WeakPtr<DataTree>> weak;
-    Broken<MemOS> text;
-    Broken<Variant<std::vector<std::string>>> variant;
-    Broken<DataTree> tree;
-    Broken<DataTable> table;
-    Broken<DataRow> row;
-    Broken<EventSource<std::string>> source;
-};
-
-__attribute__((noinline)) void Show() {
+__attribute__((noinline)) void Stop() {
     asm volatile("");
 }
 
@@ -117,7 +85,7 @@ int main() {
     const RCPtr<Base> derived(new Derived);
     const WeakPtr<DataTree> weakNone;
     const WeakPtr<DataTree> weak(leaf);
-    const WeakPtr<DataTree> gone(RCPtr<DataTree>(new DataTree("gone", "")));
+    const WeakPtr<DataTree> expired(RCPtr<DataTree>(new DataTree("expired", "")));
 
     MemOS empty;
     MemOS message;
@@ -126,7 +94,7 @@ int main() {
     longText << std::string(5000, '-');
 
     const Variant<unsigned char> byte(65);
-    const Variant<std::string> word("ein Wort");
+    const Variant<std::string> word("a word");
     const OwnVariant own(0.25);
     const RCPtr<VariantBase> byName = VariantBase::CreateByTypeName("U32[3]");
     const std::vector<RCPtr<VariantBase>> variants = {
@@ -152,8 +120,7 @@ int main() {
     changed.AddSink(new Printer);
     changed.Connect(Listener());
 
-    const BrokenObjects zeros(0x00);
-    const BrokenObjects ones(0xFF);
-    Show();
+    const std::vector<unsigned char> garbage(sizeof(DataTree), 0xFF);
+    Stop();
     return 0;
 }
