@@ -1,4 +1,5 @@
-#include "zel/foundation/RCBatch.h"
+#include "zel/core/RCBatch.h"
+#include "zel/core/WeakPtr.h"
 
 #include "tests/support/AllocationWatch.h"
 
@@ -65,7 +66,8 @@ TEST(CountingTest, AnObjectEndsWithItsLastPointerAndItsBlockWithTheLastWeakOne) 
                 RCPtr<Probe> second = first;
                 RCPtr<Probe> moved = std::move(second);
                 first = nullptr;
-                Mark(RCBatch().ReleaseUnlessLast(moved) ? "lost" : "released once");
+                RCBatch::ReleaseShared(&moved, &moved + 1);
+                Mark(moved ? "last stays" : "lost");
                 MarkUpgrade(weak);
             }
             MarkUpgrade(weak);
@@ -74,7 +76,7 @@ TEST(CountingTest, AnObjectEndsWithItsLastPointerAndItsBlockWithTheLastWeakOne) 
             Mark("first weak gone");
         }
         EXPECT_EQ(TakeEvents(),
-                  "created, released once, upgraded, destroyed, null, first weak gone, "
+                  "created, last stays, upgraded, destroyed, null, first weak gone, "
                   "block freed, ");
         RCPtr<Probe> unwatched(new Probe);
         WatchBlockOf(*unwatched);

@@ -4,12 +4,16 @@
 
 namespace zel {
 
-// Holds a CriticalSection for a scope, or until Unlock. A null pointer is no lock at all.
-//
-//     CriticalSectionLock lock(&m_cs);
+/// Enters a CriticalSection for the duration of a scope, or until `Unlock`.
+///
+///     CriticalSectionLock lock(&m_cs);
+///
+/// Not thread-safe: a local variable of one thread.
+///
+/// Guide: docs/core.md
 class CriticalSectionLock {
 public:
-    // Enters `cs`, which outlives this object.
+    /// Enters `cs`, which must outlive this object. A null `cs` locks nothing.
     explicit CriticalSectionLock(CriticalSection* cs) noexcept : m_cs(cs) {
         if (m_cs != nullptr) {
             m_cs->Enter();
@@ -22,7 +26,7 @@ public:
     CriticalSectionLock(const CriticalSectionLock&) = delete;
     CriticalSectionLock& operator=(const CriticalSectionLock&) = delete;
 
-    // Leaves the lock ahead of the scope's end; a second call does nothing.
+    /// Leaves the lock before the end of the scope. Further calls have no effect.
     void Unlock() noexcept {
         if (m_locked) {
             m_locked = false;

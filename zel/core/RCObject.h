@@ -10,14 +10,15 @@ namespace zel {
 
 class RCObject;
 
-// The block that an object and its weak pointers share. It outlives the object for as long as a
-// weak pointer holds it; whoever brings its count to 0 frees it. The fields change under
-// RCUtils::s_cs only.
+/// The control block that an object shares with its weak pointers. It is freed by the holder that
+/// brings `m_count` to 0, which may be long after the object was destroyed. The fields change only
+/// while `RCUtils::s_cs` is held.
 struct RCInfo {
-    RCObject* m_object;    // null once the object is dying or dead
-    std::int32_t m_count;  // 1 for the living object and 1 for each weak pointer
+    RCObject* m_object;    ///< Null as soon as the object's last RCPtr is released.
+    std::int32_t m_count;  ///< 1 for the living object plus 1 for each WeakPtr.
 
-    // Gives up one holder's claim, the object's own with `clearObject`.
+    /// Gives up one holder's share of the block: the object's own with `clearObject`, else that of
+    /// a WeakPtr.
     void RemoveRef(bool clearObject) noexcept {
         CriticalSectionLock lock(RCUtils::s_cs);
         const std::int32_t left = --m_count;
@@ -31,19 +32,25 @@ struct RCInfo {
     }
 };
 
-// Base of every object that is shared by counting. A new object belongs to nobody; the first RCPtr
-// makes its count 1, and the last one to go deletes it, on its own thread and with no lock held.
-//
-//     class Station : public RCObject { ... };
-//     RCPtr<Station> station(new Station);
-//     WeakPtr<Station> watcher(station);
-//
-// Any thread may count any object. A copy of an object has a count of its own, and assignment
-// leaves the counts alone. An object may also be a member or stand on the stack; then it is never
-// held by an RCPtr, and its weak pointers read null from its destructor on. In the destructor of an
-// object an RCPtr to it must not be made (asserted in debug builds).
+/// Base class of all reference-counted objects. A new object has a count of 0 and no owner. The
+/// first RCPtr makes the count 1; releasing the last one deletes the object, on the releasing
+/// thread and with no lock held.
+///
+///     class Station : public RCObject { ... };
+///     RCPtr<Station> station(new Station);
+///     WeakPtr<Station> weak(station);
+///
+/// A copy of an object has a count of its own; assignment leaves both counts unchanged. An object
+/// may also be a member of another one or a local variable: then it must never be held by an RCPtr,
+/// and its weak pointers become null in its destructor. Requires: no RCPtr to an object is made in
+/// its destructor (asserted in debug builds).
+///
+/// Thread-safe: any thread may change the count of any object.
+///
+/// Guide: docs/foundation.md
 class ZEL_CORE_API RCObject {
 public:
+    /// Allocates the control block. Throws `std::bad_alloc`.
     RCObject() : m_rcInfo(new RCInfo{this, 1}) {}
     RCObject(const RCObject&) : RCObject() {}
     RCObject& operator=(const RCObject&) noexcept { return *this; }
@@ -54,14 +61,14 @@ public:
         }
     }
 
-    // Counts one strong reference more, which the caller owes from then on.
+    /// Adds a strong reference. The caller must release it with `RemoveRef`.
     void AddRef() noexcept {
         CriticalSectionLock lock(RCUtils::s_cs);
-        assert(m_rcInfo != nullptr && "a dying object can't be held");
+        assert(m_rcInfo != nullptr && "RCPtr made to an object that is being destroyed");
         ++m_refCount;
     }
 
-    // Gives up one strong reference; the last one deletes the object after the lock is left.
+    /// Releases a strong reference. The last one deletes the object after the lock is left.
     void RemoveRef() noexcept {
         CriticalSectionLock lock(RCUtils::s_cs);
         const bool last = Release();
@@ -73,11 +80,13 @@ public:
 
 private:
     template <class T>
+    friend class RCPtr;
+    template <class T>
     friend class WeakPtr;
     friend class RCBatch;
 
-    // Subtracts 1 under the caller's lock. At 0 the object's claim on its block ends, so that no
-    // weak pointer can revive it, and true asks the caller to delete it outside the lock.
+    // Subtracts 1; the caller holds the lock. At 0 the object gives up its control block, so that
+    // no weak pointer can revive it, and the caller must delete the object outside the lock.
     bool Release() noexcept {
         if (--m_refCount != 0) {
             return false;
@@ -87,7 +96,8 @@ private:
         return true;
     }
 
-    // Not inline, as static analysers don't follow counts and would take every object for gone.
+    // Not inline: static analysers don't follow the counts and would report every later use of the
+    // object as a use after free.
     void Destroy() noexcept;
 
     RCInfo* m_rcInfo;

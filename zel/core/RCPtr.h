@@ -10,33 +10,48 @@
 
 namespace zel {
 
-// A strong pointer: null, or an object of a class derived from RCObject that it keeps alive. Copies
-// count under RCUtils::s_cs; moves change no count and take no lock. Using a null pointer is the
-// caller's fault. Threads may share the object, not the pointer variable. RCPtr<const T> holds an
-// object that it gives no way to change.
+/// A strong pointer: null, or a pointer to an object of a class derived from RCObject that it keeps
+/// alive. `RCPtr<const T>` gives read access only.
+///
+///     RCPtr<Station> station(new Station);
+///     station->Start();
+///
+/// Copies change the count under `RCUtils::s_cs`; moves change no count and take no lock.
+/// Dereferencing a null pointer is undefined behaviour. Thread-compatible: const calls may run
+/// concurrently. Threads may share the object, but one RCPtr variable must not be written while
+/// another thread uses it.
+///
+/// Guide: docs/foundation.md
 template <class T>
 class RCPtr {
 public:
-    // Null.
+    /// Makes a null pointer.
     RCPtr() noexcept = default;
 
-    // Counts the object, unless it is null.
+    ///@{
+    /// Adds a reference to the object, unless it is null.
     RCPtr(T* object) noexcept : m_object(object) { Retain(); }
     RCPtr(const RCPtr& other) noexcept : m_object(other.m_object) { Retain(); }
+    ///@}
+
+    /// Takes over the reference of `other`, which becomes null.
     RCPtr(RCPtr&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
 
-    // From a pointer to a derived class.
+    ///@{
+    /// Converts from a pointer to a derived class.
     template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
     RCPtr(const RCPtr<U>& other) noexcept : m_object(other.Get()) {
         Retain();
     }
     template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
     RCPtr(RCPtr<U>&& other) noexcept : m_object(other.Detach()) {}
+    ///@}
 
     ~RCPtr() { Release(m_object); }
 
-    // The new object is held before the old one is let go, and the old one's destructor runs with
-    // no lock held, when this pointer has its new value already.
+    ///@{
+    /// Adds a reference to the new object before it releases the old one. If the old object is
+    /// destroyed, its destructor runs with no lock held and already sees the new value.
     RCPtr& operator=(const RCPtr& other) noexcept {
         if (this == &other) {
             return *this;
@@ -48,33 +63,47 @@ public:
         Release(old);
         return *this;
     }
-
     RCPtr& operator=(RCPtr&& other) noexcept {
         RCPtr taken(std::move(other));
         Swap(taken);
         return *this;
     }
+    ///@}
 
-    // The object, for as long as this pointer or another one holds it.
+    ///@{
+    /// Returns the object, which lives at least as long as this pointer holds it.
     T* Get() const noexcept { return m_object; }
     T* operator->() const noexcept { return m_object; }
     T& operator*() const noexcept { return *m_object; }
+    ///@}
+
+    /// Returns true if the pointer isn't null.
     explicit operator bool() const noexcept { return m_object != nullptr; }
 
-    // Exchanges the two objects; counts nothing.
+    /// Exchanges the two objects without changing a count.
     void Swap(RCPtr& other) noexcept { std::swap(m_object, other.m_object); }
 
-    // Gives the pointer away together with its reference, which the caller now owes.
+    /// Returns the object together with its reference and becomes null. The caller must release the
+    /// reference with `RCObject::RemoveRef` or pass it to `Attach`.
     T* Detach() noexcept { return std::exchange(m_object, nullptr); }
 
-    // Takes over a reference that the caller owes, as Detach gives it; counts nothing.
+    /// Makes a pointer that takes over a reference, for example one returned by `Detach`. Changes
+    /// no count.
     static RCPtr Attach(T* object) noexcept {
         RCPtr result;
         result.m_object = object;
         return result;
     }
 
-    // Compare addresses.
+    /// Makes the first pointer to a new object without a lock. Requires: no other thread can reach
+    /// the object yet.
+    static RCPtr FromUnshared(T* object) noexcept {
+        ++static_cast<RCObject*>(object)->m_refCount;
+        return Attach(object);
+    }
+
+    ///@{
+    /// Compares the addresses of the objects.
     friend bool operator==(const RCPtr& a, const RCPtr& b) noexcept {
         return a.m_object == b.m_object;
     }
@@ -82,11 +111,12 @@ public:
     friend std::strong_ordering operator<=>(const RCPtr& a, const RCPtr& b) noexcept {
         return std::compare_three_way()(a.m_object, b.m_object);
     }
+    ///@}
 
 private:
     using Counted = std::remove_const_t<T>;
 
-    // To count an object is no change of it.
+    // The const_cast is safe: the count isn't part of the object's value.
     void Retain() const noexcept {
         if (m_object != nullptr) {
             const_cast<Counted*>(m_object)->AddRef();
@@ -104,10 +134,10 @@ private:
 
 }  // namespace zel
 
-// Hashes the address, as std::hash of a plain pointer does.
+/// Hashes the address of the object, like `std::hash` of a plain pointer.
 template <class T>
 struct std::hash<zel::RCPtr<T>> {
-    // The same value for the same object, whatever pointer holds it.
+    /// Returns the same value for all pointers to one object.
     std::size_t operator()(const zel::RCPtr<T>& pointer) const noexcept {
         return std::hash<T*>()(pointer.Get());
     }

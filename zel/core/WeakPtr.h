@@ -4,20 +4,24 @@
 
 namespace zel {
 
-// Points at an object without keeping it alive; GetRCPtr is the only way to reach it.
-//
-//     if (RCPtr<Station> station = weak.GetRCPtr()) { ... }
-//
-// A class makes a weak pointer to itself from `this`; inside the destructor that gives a null one.
-// Threads may call GetRCPtr on one WeakPtr at once; changing it is for one thread alone. Upgrading
-// a pointer to an object that no RCPtr has owned yet, one on the stack for instance, is forbidden
-// (asserted in debug builds).
+/// A pointer that doesn't keep its object alive. `GetRCPtr` is the only way to reach the object.
+///
+///     if (RCPtr<Station> station = weak.GetRCPtr()) { ... }
+///
+/// An object may make a weak pointer to itself from `this`; in its destructor the result is null.
+/// Requires: `GetRCPtr` is not called for an object that no RCPtr has ever owned, for example a
+/// local variable (asserted in debug builds).
+///
+/// Thread-compatible: const calls may run concurrently.
+///
+/// Guide: docs/foundation.md
 template <class T>
 class WeakPtr {
 public:
+    /// Makes a null pointer.
     WeakPtr() noexcept = default;
 
-    // `object` is null or alive.
+    /// Points at `object`, which is null or alive.
     WeakPtr(T* object) noexcept {
         if (object != nullptr) {
             CriticalSectionLock lock(RCUtils::s_cs);
@@ -25,10 +29,12 @@ public:
         }
     }
 
-    // Points at what a strong pointer or another weak one does, if anything.
+    ///@{
+    /// Points at the object of a strong pointer, which may be null.
     WeakPtr(const RCPtr<T>& object) noexcept : WeakPtr(object.Get()) {}
     template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
     WeakPtr(const RCPtr<U>& object) noexcept : WeakPtr(static_cast<T*>(object.Get())) {}
+    ///@}
 
     WeakPtr(const WeakPtr& other) noexcept {
         CriticalSectionLock lock(RCUtils::s_cs);
@@ -37,7 +43,7 @@ public:
 
     WeakPtr(WeakPtr&& other) noexcept : m_rcInfo(std::exchange(other.m_rcInfo, nullptr)) {}
 
-    // From a pointer to a derived class.
+    /// Converts from a weak pointer to a derived class.
     template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
     WeakPtr(const WeakPtr<U>& other) noexcept {
         CriticalSectionLock lock(RCUtils::s_cs);
@@ -55,7 +61,8 @@ public:
         return *this;
     }
 
-    // A strong pointer to the object, or null if there is none or its last RCPtr has gone.
+    /// Returns a strong pointer to the object, or null if this pointer is null or the last RCPtr to
+    /// the object was released.
     RCPtr<T> GetRCPtr() const noexcept {
         if (m_rcInfo == nullptr) {
             return nullptr;
@@ -65,15 +72,29 @@ public:
         if (object == nullptr) {
             return nullptr;
         }
-        assert(object->m_refCount > 0 && "an object that nobody owns can't be held");
+        assert(object->m_refCount > 0 && "GetRCPtr on an object that no RCPtr owns");
         ++object->m_refCount;
         return RCPtr<T>::Attach(static_cast<T*>(object));
+    }
+
+    /// Returns true if `GetRCPtr` would return null. True is final; false may be outdated when the
+    /// caller sees it.
+    bool IsExpired() const noexcept {
+        CriticalSectionLock lock(RCUtils::s_cs);
+        return m_rcInfo == nullptr || m_rcInfo->m_object == nullptr;
+    }
+
+    /// Makes a pointer to a new object without a lock. Requires: no other thread can reach the
+    /// object yet.
+    static WeakPtr FromUnshared(T* object) noexcept {
+        WeakPtr pointer;
+        pointer.Hold(static_cast<RCObject*>(object)->m_rcInfo);
+        return pointer;
     }
 
 private:
     template <class U>
     friend class WeakPtr;
-    friend class RCBatch;
 
     void Hold(RCInfo* info) noexcept {
         m_rcInfo = info;

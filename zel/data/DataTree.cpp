@@ -1,8 +1,8 @@
 #include "zel/data/DataTree.h"
 
+#include "zel/core/RCBatch.h"
 #include "zel/data/DataTreeIndex.h"
 #include "zel/foundation/Log.h"
-#include "zel/foundation/RCBatch.h"
 
 #include <algorithm>
 #include <cassert>
@@ -57,14 +57,12 @@ DataTree::~DataTree() {
 // Puts the children that nobody else holds on the pile of the dead, the last one first, so that the
 // first child is the first to be destroyed.
 void DataTree::ReleaseChildren(DataTree*& pile) noexcept {
-    RCBatch batch;
-    for (auto child = m_children.rbegin(); child != m_children.rend(); ++child) {
-        batch.Step();
-        if (DataTree* const dead = batch.Release(*child)) {
-            batch.ReleaseIfExpired(dead->m_parent);
-            dead->m_nextDead = std::exchange(pile, dead);
+    RCBatch::ReleaseAll(m_children.rbegin(), m_children.rend(), [&pile](DataTree* dead) {
+        if (dead->m_parent.IsExpired()) {
+            dead->m_parent = nullptr;
         }
-    }
+        dead->m_nextDead = std::exchange(pile, dead);
+    });
 }
 
 RCPtr<DataTree> DataTree::operator=(RCPtr<DataTree>) {
@@ -104,27 +102,14 @@ RCPtr<DataTree> DataTree::GetChild(const std::string& name) const {
 
 void DataTree::GetChildren(const std::string& name, std::list<RCPtr<DataTree>>* children) const {
     std::list<RCPtr<DataTree>> found;
-    {
-        RCBatch batch;
-        for (const RCPtr<DataTree>& child : m_children) {
-            batch.Step();
-            if (child->m_name == name) {
-                found.push_back(batch.Copy(child));
-            }
-        }
-    }
+    RCBatch::CopyIf(m_children, found,
+                    [&name](const RCPtr<DataTree>& child) { return child->m_name == name; });
     children->splice(children->end(), found);
 }
 
 void DataTree::GetChildren(std::list<RCPtr<DataTree>>* children) const {
     std::list<RCPtr<DataTree>> all;
-    {
-        RCBatch batch;
-        for (const RCPtr<DataTree>& child : m_children) {
-            batch.Step();
-            all.push_back(batch.Copy(child));
-        }
-    }
+    RCBatch::Copy(m_children, all);
     children->swap(all);
 }
 
@@ -194,7 +179,7 @@ RCPtr<DataTree> DataTree::GetParentNode() const {
 }
 
 RCPtr<DataTree> DataTree::Clone() const {
-    RCPtr<DataTree> clone = RCBatch::HoldUnshared(new DataTree(m_name, m_value));
+    RCPtr<DataTree> clone = RCPtr<DataTree>::FromUnshared(new DataTree(m_name, m_value));
     std::vector<std::pair<const DataTree*, DataTree*>> open{{this, clone.Get()}};
     while (!open.empty()) {
         const auto [source, copy] = open.back();
@@ -219,8 +204,8 @@ DataTree* DataTree::AppendUnshared() {
         m_children.reserve(firstCapacity);
     }
     DataTree* const child = new DataTree;
-    m_children.push_back(RCBatch::HoldUnshared(child));
-    child->m_parent = RCBatch::PointAtUnshared(this);
+    m_children.push_back(RCPtr<DataTree>::FromUnshared(child));
+    child->m_parent = WeakPtr<DataTree>::FromUnshared(this);
     return child;
 }
 

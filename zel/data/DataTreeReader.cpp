@@ -2,7 +2,6 @@
 #include "zel/core/StringUtils.h"
 #include "zel/data/DataTree.h"
 #include "zel/foundation/Log.h"
-#include "zel/foundation/RCBatch.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -89,7 +88,7 @@ private:
         if (m_root) {
             FailAt(s_log, position, "Tree must be singly rooted");
         }
-        m_root = RCBatch::HoldUnshared(new DataTree(std::move(name), {}));
+        m_root = RCPtr<DataTree>::FromUnshared(new DataTree(std::move(name), {}));
         m_open.push_back(m_root.Get());
     }
 

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "zel/core/RCBatch.h"
+#include "zel/core/WeakPtr.h"
 #include "zel/foundation/Export.h"
-#include "zel/foundation/RCBatch.h"
 
 #include <algorithm>
 #include <string>
@@ -29,16 +30,12 @@ public:
     // A copy holds every sink once more, and has room for another.
     EventSinkList(const EventSinkList& other) : RCObject() {
         m_sinks.reserve(other.m_sinks.size() + 1);
-        RCBatch batch;
-        for (const RCPtr<EventSink<T>>& sink : other.m_sinks) {
-            batch.Step();
-            m_sinks.push_back(batch.Copy(sink));
-        }
+        RCBatch::Copy(other.m_sinks, m_sinks);
     }
 
     // Gives up the sinks, and destroys those that nobody else holds, front to back.
     ~EventSinkList() override {
-        GiveUpSharedSinks();
+        RCBatch::ReleaseShared(m_sinks.begin(), m_sinks.end());
         for (RCPtr<EventSink<T>>& sink : m_sinks) {
             sink = nullptr;
         }
@@ -53,15 +50,6 @@ public:
 
     // None of them null.
     std::vector<RCPtr<EventSink<T>>> m_sinks;
-
-private:
-    void GiveUpSharedSinks() noexcept {
-        RCBatch batch;
-        for (RCPtr<EventSink<T>>& sink : m_sinks) {
-            batch.Step();
-            batch.ReleaseUnlessLast(sink);
-        }
-    }
 };
 
 // Tells any number of sinks that something happened, with a value. It may be a plain member of a
@@ -163,7 +151,8 @@ private:
     // and with it perhaps a sink, is the caller's to drop once that lock is left.
     template <class Edit>
     RCPtr<SinkList> Publish(Edit edit) {
-        RCPtr<SinkList> list = RCBatch::HoldUnshared(m_list ? new SinkList(*m_list) : new SinkList);
+        RCPtr<SinkList> list =
+            RCPtr<SinkList>::FromUnshared(m_list ? new SinkList(*m_list) : new SinkList);
         edit(list->m_sinks);
         CriticalSectionLock lock(RCUtils::s_cs);
         m_list.Swap(list);
