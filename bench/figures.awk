@@ -1,12 +1,12 @@
-# Draws the tables of the benchmarks as a picture (SVG): a bar for each peer, from 1, which is as
-# fast as that peer, to the left for faster and to the right for slower, by a scale of powers of two.
-# A short line marks the aim, if there is one; a bar that passes it is red.
+# Draws the benchmark tables as a bar chart (SVG), one bar for each peer, on a logarithmic scale to the
+# base 2. A bar starts at ratio 1 and extends to the left if we are faster and to the right if we are
+# slower. A short line marks the target ratio, if there is one; a bar that misses it is red.
 BEGIN {
     FS = " *[|] *"
     LABELS = 470
     WIDTH = 860
     ROW = 18
-    REACH = 4      # powers of two to each side
+    REACH = 4      # powers of two on each side
     y = 46
 }
 
@@ -17,7 +17,7 @@ function escaped(text) {
     return text
 }
 
-function place(ratio,    power) {
+function xOf(ratio,    power) {
     power = log(ratio) / log(2)
     power = power < -REACH ? -REACH : power > REACH ? REACH : power
     return LABELS + (power + REACH) * (WIDTH - LABELS - 50) / (2 * REACH)
@@ -35,15 +35,15 @@ function draw(text) {
 
 $2 != "what" && $2 !~ /^-*$/ && $5 != "" && $7 + 0 > 0 {
     state = $9 == "" ? "plain" : $9 == "yes" ? "met" : "missed"
-    one = place(1)
-    end = place($7)
+    one = xOf(1)
+    end = xOf($7)
     left = end < one ? end : one
-    wide = end < one ? one - end : end - one
+    width = end < one ? one - end : end - one
     draw("<text x=\"8\" y=\"" y "\">" escaped($2 " / " $5) "</text>")
-    draw("<rect class=\"" state "\" x=\"" left "\" y=\"" y - 11 "\" width=\"" wide + 1 \
+    draw("<rect class=\"" state "\" x=\"" left "\" y=\"" y - 11 "\" width=\"" width + 1 \
          "\" height=\"12\"/>")
     if ($8 != "" && $8 + 0 > 0) {
-        draw("<line class=\"aim\" x1=\"" place($8) "\" x2=\"" place($8) "\" y1=\"" y - 13 \
+        draw("<line class=\"aim\" x1=\"" xOf($8) "\" x2=\"" xOf($8) "\" y1=\"" y - 13 \
              "\" y2=\"" y + 3 "\"/>")
     }
     draw("<text x=\"" WIDTH - 42 "\" y=\"" y "\">" $7 "</text>")
@@ -58,7 +58,7 @@ END {
           " .aim { stroke: #111; stroke-width: 2 } .scale { stroke: #ccc }</style>"
     print "<rect width=\"100%\" height=\"100%\" fill=\"#fff\"/>"
     for (power = -REACH; power <= REACH; ++power) {
-        x = place(2 ^ power)
+        x = xOf(2 ^ power)
         print "<line class=\"scale\" x1=\"" x "\" x2=\"" x "\" y1=\"30\" y2=\"" y "\"/>"
         print "<text x=\"" x - 8 "\" y=\"22\">" (power < 0 ? "1/" 2 ^ -power : 2 ^ power) "</text>"
     }

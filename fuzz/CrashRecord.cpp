@@ -10,13 +10,13 @@ namespace zel::fuzz {
 namespace {
 
 template <std::size_t size>
-bool HasEnd(const char (&text)[size]) {
+bool IsTerminated(const char (&text)[size]) {
     return std::memchr(text, '\0', size) != nullptr;
 }
 
 }  // namespace
 
-// The first byte is the size of the pieces in which the record comes, in sixteens.
+// The first byte is the size of the pieces in which the record is read, in units of 16 bytes.
 void Run(Input input) {
     const std::size_t piece = 16 * (input.TakeByte() + 1);
     std::string_view rest = input.GetRest();
@@ -32,17 +32,18 @@ void Run(Input input) {
     if (!isWhole) {
         return;
     }
-    const bool isOurs = record.magic == MAGIC;
+    const bool isValid = record.magic == MAGIC;
     std::ostringstream complaint;
     CheckCrashMessage(record, complaint);
-    Require(complaint.str().empty() == isOurs, "what is no record is told");
-    Require(record.magic == (isOurs ? MAGIC : 0), "a fault of the daemon has no mark");
-    Require(HasEnd(record.prog_name) && HasEnd(record.asserts) && HasEnd(record.ancillary),
-            "each text ends");
+    Require(complaint.str().empty() == isValid, "an invalid record is reported");
+    Require(record.magic == (isValid ? MAGIC : 0), "an invalid magic is cleared");
+    Require(IsTerminated(record.prog_name) && IsTerminated(record.asserts) &&
+                IsTerminated(record.ancillary),
+            "each text is terminated");
     std::ostringstream report;
     PrintCrashReport(record, report);
     Require(report.str().ends_with("\nAncillary data:\n" + std::string(record.ancillary) + '\n'),
-            "the report ends with what the record tells");
+            "the report ends with the ancillary data");
 }
 
 }  // namespace zel::fuzz

@@ -13,7 +13,7 @@ public:
 
 }  // namespace
 
-// Every message is made, as messages hold foreign text too.
+// Enables every log level, as messages contain untrusted input too.
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     constexpr int everything = 6;
     const zel::RCPtr<zel::Logger> logger(new zel::Logger);

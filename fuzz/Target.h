@@ -9,17 +9,17 @@
 #include <string>
 #include <string_view>
 
-// What the fuzz targets share. A target is one source that defines Run, and asserts by Require what
-// the headers promise for any bytes whatever.
+// Helpers of the fuzz targets. A target is one source file that defines Run, and checks with
+// Require what the headers guarantee for arbitrary input.
 namespace zel::fuzz {
 
-// One input. What a target has to choose comes from its front, and the rest is what is read; the
-// bytes end where their block ends, so that a step beyond is noticed.
+// One input. A target takes its parameters from the front and parses the rest. The bytes end at the
+// end of their heap block, so that the address sanitizer detects an overrun.
 class Input {
 public:
     explicit Input(std::string_view bytes) noexcept : m_rest(bytes) {}
 
-    // The next byte, 0 behind the end.
+    // Removes and returns the next byte, or returns 0 at the end.
     unsigned TakeByte() noexcept {
         if (m_rest.empty()) {
             return 0;
@@ -29,7 +29,7 @@ public:
         return byte;
     }
 
-    // What stands ahead of the next line feed, which is taken too.
+    // Removes the next line with its line feed and returns it without.
     std::string_view TakeLine() noexcept {
         const std::string_view line = m_rest.substr(0, m_rest.find('\n'));
         m_rest.remove_prefix(std::min(line.size() + 1, m_rest.size()));
@@ -52,7 +52,7 @@ inline void Require(bool holds, const char* promise) {
     }
 }
 
-// What `read` gives, or nothing if it raises the exception that it may raise.
+// Returns the result of `read`, or nothing if it throws `Refusal`.
 template <class Refusal, class Read>
 auto Try(Read read) -> std::optional<decltype(read())> {
     try {
@@ -62,7 +62,7 @@ auto Try(Read read) -> std::optional<decltype(read())> {
     }
 }
 
-// A stream that hands over its bytes a few at a time, so that every border of a buffer is met.
+// A stream that delivers at most `piece` bytes at a time, to exercise every buffer boundary.
 class PieceStream : private std::streambuf, public std::istream {
 public:
     PieceStream(std::string_view bytes, std::size_t piece)

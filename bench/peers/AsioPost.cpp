@@ -8,7 +8,7 @@ namespace zel::bench {
 
 namespace {
 
-// Binds a weak pointer, as a command does.
+// Binds a weak pointer, as AsyncCommandForRCObject does.
 class Poster {
 public:
     ~Poster() { m_pool.join(); }

@@ -22,7 +22,7 @@ struct PropertyTree {
 
     static Tree Clone(const Tree& tree) { return tree; }
 
-    // The tree's own root is not of the document.
+    // Excludes the tree's unnamed root, which is not part of the document.
     static std::size_t CountNodes(const Tree& tree) {
         std::size_t nodes = 0;
         for (const auto& [name, child] : tree) {

@@ -12,7 +12,7 @@ struct FastCppCsvParser {
     using Table = PlainRows;
 
     static Table Read(const std::string& path) {
-        // The comma behind the last cell makes one cell more for this reader.
+        // This reader counts an additional cell after the trailing comma.
         io::CSVReader<RowsFile::CELLS + 1> in(path);
         Table table;
         std::array<char*, RowsFile::CELLS + 1> cell;

@@ -31,7 +31,7 @@ void List(benchmark::State& state) {
     const std::size_t count = CrowdMachine();
     pids_item items[] = {PIDS_ID_PID, PIDS_EXE};
     pids_info* table = nullptr;
-    Require(procps_pids_new(&table, items, 2) == 0, "libproc2 is ready");
+    Require(procps_pids_new(&table, items, 2) == 0, "libproc2 is initialized");
     for (auto _ : state) {
         std::list<Process> processes = ListProcesses(table);
         benchmark::DoNotOptimize(processes);

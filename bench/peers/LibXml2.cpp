@@ -17,7 +17,7 @@ struct Xml {
     static inline const Syntax SYNTAX{"", "<%n>", "<%n>%v</%n>", "", "</%n>", ""};
 
     static Tree Read(const std::string& text) {
-        // Short texts within their nodes: the quickest and smallest it can do.
+        // Stores short texts in their nodes: the fastest and most compact mode.
         return Tree(xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr,
                                   XML_PARSE_COMPACT));
     }

@@ -1,5 +1,5 @@
-// A process that waits for the death of another and walks its stack from outside. It tells the bare
-// names of functions and their offsets, no lines.
+// A helper process that walks the stack of a crashed process by ptrace. It reports function names
+// and offsets but no source lines.
 
 #include "bench/crashd/CrashBenchProcess.h"
 #include "bench/crashd/Fault.h"
@@ -20,7 +20,7 @@ namespace zel::bench {
 
 namespace {
 
-int s_calls[2];
+int s_requests[2];
 int s_answers[2];
 
 std::string Walk(pid_t thread) {
@@ -44,9 +44,9 @@ std::string Walk(pid_t thread) {
     return report;
 }
 
-[[noreturn]] void ServeOneDeath() {
+[[noreturn]] void ServeOneCrash() {
     pid_t thread = 0;
-    if (read(s_calls[0], &thread, sizeof(thread)) == sizeof(thread) &&
+    if (read(s_requests[0], &thread, sizeof(thread)) == sizeof(thread) &&
         ptrace(PTRACE_ATTACH, thread, nullptr, nullptr) == 0) {
         waitpid(thread, nullptr, __WALL);
         const std::string report = Walk(thread);
@@ -56,26 +56,26 @@ std::string Walk(pid_t thread) {
     _exit(0);
 }
 
-// The helper's end is the answer.
+// Blocks until the helper has exited, which closes the pipe.
 void CallHelper(int signal) {
     const auto thread = static_cast<pid_t>(syscall(SYS_gettid));
-    static_cast<void>(write(s_calls[1], &thread, sizeof(thread)));
+    static_cast<void>(write(s_requests[1], &thread, sizeof(thread)));
     while (read(s_answers[0], &signal, 1) < 0 && errno == EINTR) {
     }
     std::signal(SIGSEGV, SIG_DFL);
 }
 
 void StartHelper() {
-    Require(pipe(s_calls) == 0 && pipe(s_answers) == 0, "there are pipes");
+    Require(pipe(s_requests) == 0 && pipe(s_answers) == 0, "pipes are created");
     prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY);
     if (fork() == 0) {
-        close(s_calls[1]);
-        ServeOneDeath();
+        close(s_requests[1]);
+        ServeOneCrash();
     }
     close(s_answers[1]);
 }
 
-void HelpedDeath(benchmark::State& state) {
+void CrashWithHelper(benchmark::State& state) {
     double sum = 0;
     for (auto _ : state) {
         Process victim([] {
@@ -87,13 +87,14 @@ void HelpedDeath(benchmark::State& state) {
         victim.ReadUntil("r");
         std::string errors;
         sum += victim.MeasureDeath(errors);
-        Require(errors.find("Fault") != std::string::npos, "the stack is told: " + errors);
+        Require(errors.find("Fault") != std::string::npos,
+                "the report contains the stack: " + errors);
     }
     state.counters["ms"] = benchmark::Counter(sum, benchmark::Counter::kAvgIterations);
 }
 
 const Comparison s_death("a fault, to the end of its report",
-                         {{"helper by libunwind", HelpedDeath, 1.5}});
+                         {{"helper by libunwind", CrashWithHelper, 1.5}});
 
 }  // namespace
 

@@ -12,7 +12,7 @@ struct Run {
     int left = Lateness::ROUNDS;
 };
 
-// Timers of a loop are armed on its own thread, so there is no way between threads in it.
+// Timers of a loop are armed on its own thread, so no communication between threads is measured.
 void Arm(uv_timer_t* timer) {
     const auto fire = [](uv_timer_t* fired) {
         Run& run = *static_cast<Run*>(fired->data);
@@ -30,7 +30,7 @@ template <int percent>
 void MeasureLoop(benchmark::State& state) {
     Run run;
     uv_loop_t loop;
-    Require(uv_loop_init(&loop) == 0, "there is a loop");
+    Require(uv_loop_init(&loop) == 0, "the loop is initialized");
     uv_timer_t timer;
     uv_timer_init(&loop, &timer);
     timer.data = &run;

@@ -4,7 +4,7 @@
 
 namespace zel::bench {
 
-// Not in an unnamed namespace, which the code that is generated for it couldn't reach.
+// Not in an unnamed namespace, which the generated code couldn't access.
 class QtSource : public QObject {
     Q_OBJECT
 

@@ -21,7 +21,7 @@ std::string BenchmarkName(const std::string& what, const std::string& side) {
 }
 
 void ReportPerNode(benchmark::State& state, std::size_t nodes) {
-    // The inverse of a rate is in seconds.
+    // The library's inverted rates are in seconds.
     constexpr double secondsPerNanosecond = 1e-9;
     state.counters["ns/node"] = benchmark::Counter(
         secondsPerNanosecond * static_cast<double>(nodes),
@@ -30,7 +30,7 @@ void ReportPerNode(benchmark::State& state, std::size_t nodes) {
 
 void Require(bool condition, const std::string& what) {
     if (!condition) {
-        std::cerr << "benchmark: not so: " << what << '\n';
+        std::cerr << "benchmark: requirement failed: " << what << '\n';
         std::exit(1);
     }
 }

@@ -6,8 +6,7 @@
 
 namespace {
 
-// Counted for each thread apart, so that counting costs no atomic instruction on either side of a
-// comparison.
+// Thread-local, so that counting adds no atomic instruction to either side of a comparison.
 constinit thread_local std::size_t t_blocks = 0;
 
 }  // namespace

@@ -4,14 +4,14 @@
 
 namespace zel::bench {
 
-// The bytes of heap in use by the whole process, the allocator's own share included.
+// Returns the bytes of heap in use by the process, including the allocator's overhead.
 std::size_t GetHeapBytes() noexcept;
 
-// Joins all free blocks and hands what it can back to the system, so that what ran before doesn't
-// scatter the blocks of what runs next.
+// Coalesces free blocks and returns memory to the system, so that one benchmark doesn't fragment
+// the heap of the next.
 void TidyHeap() noexcept;
 
-// How many blocks the calling thread has got from operator new so far.
+// Returns the number of blocks that the calling thread has allocated by operator new so far.
 std::size_t GetHeapBlocks() noexcept;
 
 }  // namespace zel::bench

@@ -9,8 +9,9 @@ namespace zel::bench {
 
 namespace {
 
-// Mutexes and shared pointers of the standard library do without atomic instructions in a process
-// of one thread, which no program of ours is.
+// Mutexes and shared pointers of the standard library avoid atomic instructions in a
+// single-threaded process. A second thread makes them behave as in the multi-threaded programs we
+// compare for.
 class SecondThread {
 public:
     ~SecondThread() {
@@ -36,7 +37,7 @@ void Register(const std::string& what, const Side& side) {
     }
 }
 
-// The caller's arguments behind ours, so that they win.
+// The caller's arguments follow the defaults and override them.
 std::vector<char*> WithDefaults(int argc, char** argv) {
     static std::string s_defaults[] = {
         "--benchmark_repetitions=5", "--benchmark_report_aggregates_only=true",

@@ -16,7 +16,7 @@ void PrintRow(std::ostream& out, const std::vector<std::string>& cells) {
                                cells[6].c_str(), cells[7].c_str());
 }
 
-// Three digits that mean something, at least one behind the point for what is small.
+// Formats with about three significant digits.
 std::string TextOf(double value) {
     return StringUtils::Format("%.*f", value < 10 ? 2 : value < 100 ? 1 : 0, value);
 }
@@ -25,7 +25,7 @@ std::string RatioText(double ratio) {
     return StringUtils::Format("%.2f", ratio);
 }
 
-// Compared as exactly as the table shows them.
+// Compares rounded values, so that the verdict agrees with the printed ones.
 std::string Verdict(double ratio, double aim) {
     constexpr double hundredths = 100;
     return std::round(ratio * hundredths) <= std::round(aim * hundredths) ? "yes" : "no";

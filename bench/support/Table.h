@@ -6,13 +6,13 @@
 
 namespace zel::bench {
 
-// Collects the medians of all runs and prints them as a Markdown table with a line for each peer.
+// Collects the medians of all runs and prints them as a Markdown table with one row for each peer.
 class Table : public benchmark::BenchmarkReporter {
 public:
     bool ReportContext(const Context&) override { return true; }
     void ReportRuns(const std::vector<Run>& runs) override;
 
-    // Prints our side of each comparison that was run, beside each peer that was.
+    // Prints our figure of each comparison that was run next to each measured peer.
     void Print(const Sides& sides, std::ostream& out) const;
 
 private:
@@ -25,7 +25,7 @@ private:
     const Figure* Find(const std::string& what, const std::string& side) const;
     void PrintPeers(const std::string& what, const Sides& sides, std::ostream& out) const;
 
-    std::map<std::string, Figure> m_figures;  // by the benchmark's name
+    std::map<std::string, Figure> m_figures;  // by benchmark name
 };
 
 }  // namespace zel::bench
