@@ -1,6 +1,6 @@
 # Draws the benchmark tables as a bar chart (SVG), one bar for each peer, on a logarithmic scale to the
 # base 2. A bar starts at ratio 1 and extends to the left if we are faster and to the right if we are
-# slower. A short line marks the target ratio, if there is one; a bar that misses it is red.
+# slower. A short line marks the aim, if there is one; a bar that misses it is red.
 BEGIN {
     FS = " *[|] *"
     LABELS = 470

@@ -16,7 +16,7 @@ struct Side {
 
     std::string name;  // OURS or the peer's name
     std::function<void(benchmark::State&)> run;
-    double aim = NO_AIM;  // of a peer: the target for our figure divided by the peer's
+    double aim = NO_AIM;  // of a peer: the aim for our figure divided by the peer's
     int threads = 1;
     bool isWallClock = false;  // for work done on other threads than the caller's
 };
