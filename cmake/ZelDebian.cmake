@@ -1,6 +1,5 @@
-# What CPack makes Debian packages of: each library with its major number in the name, so that two
-# of them may stand side by side, one package for those who build against them, and beside each
-# library a package of its debug information.
+# Debian packages: one per library, with the major version in its name so that two versions can be
+# installed together, one with its debug information, and one for building against both.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME zeladvanced)
@@ -19,13 +18,13 @@ set(CPACK_COMPONENTS_ALL core advanced development)
 set(CPACK_DEBIAN_CORE_PACKAGE_NAME libzelcore${major})
 set(CPACK_DEBIAN_CORE_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_CORE_DEBUGINFO_PACKAGE ON)
-set(CPACK_COMPONENT_CORE_DESCRIPTION "Locks, threads, events, log, text: the library beneath.")
+set(CPACK_COMPONENT_CORE_DESCRIPTION "Locks, threads, events, logging and text: the base library.")
 
 set(CPACK_DEBIAN_ADVANCED_PACKAGE_NAME libzeladvanced${major})
 set(CPACK_DEBIAN_ADVANCED_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_ADVANCED_DEBUGINFO_PACKAGE ON)
 set(CPACK_DEBIAN_ADVANCED_PACKAGE_DEPENDS "libzelcore${major} (= ${PROJECT_VERSION})")
-set(CPACK_COMPONENT_ADVANCED_DESCRIPTION "Building blocks that C++ programs load.")
+set(CPACK_COMPONENT_ADVANCED_DESCRIPTION "Building blocks for long-running C++ programs.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzeladvanced-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)

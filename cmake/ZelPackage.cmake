@@ -1,5 +1,5 @@
-# What `cmake --install` puts into a prefix: libraries, headers, and what find_package(zelAdvanced)
-# and pkg-config need. Nothing in it names the prefix, so that it may be moved as a whole.
+# Installs libraries, headers, and the files for find_package(zelAdvanced) and pkg-config. None of
+# them contains the prefix, so that an installation can be moved.
 
 include(CMakePackageConfigHelpers)
 

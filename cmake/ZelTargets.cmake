@@ -1,4 +1,4 @@
-# One function for each kind of target. A list file names sources and links and nothing else.
+# A function for each kind of target.
 
 include(GNUInstallDirs)
 include(GoogleTest)
@@ -11,7 +11,7 @@ if(PROJECT_IS_TOP_LEVEL AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
     endif()
 endif()
 
-# What all code of this house is compiled with, product and tests alike.
+# The compiler settings of all code, tests included.
 function(zel_compile_settings target)
     target_compile_features(${target} PUBLIC cxx_std_20)
     set_target_properties(${target} PROPERTIES
@@ -30,8 +30,8 @@ function(zel_compile_settings target)
 endfunction()
 
 # zel_library(<target> <name> <macro>)
-# A shared library without sources yet: zel_module() brings those. Others link it as zel::<name>; its
-# own sources see <macro>_BUILD, which turns <macro>_API from import to export.
+# Adds a shared library, to which zel_module() adds sources. Its alias is zel::<name>. <macro>_BUILD
+# is defined for its own sources, so that <macro>_API exports instead of importing.
 function(zel_library target name macro)
     add_library(${target} SHARED)
     add_library(zel::${name} ALIAS ${target})
@@ -45,7 +45,7 @@ function(zel_library target name macro)
         INSTALL_RPATH "$ORIGIN"
         VERIFY_INTERFACE_HEADER_SETS ON)
     if(NOT ZEL_SANITIZE)
-        # Sanitized objects rest on symbols that only the program brings, and share theirs with it.
+        # Sanitized libraries use symbols of the program and share theirs with it.
         set(exports ${PROJECT_SOURCE_DIR}/cmake/exports.map)
         target_link_options(${target} PRIVATE LINKER:-z,defs LINKER:--version-script=${exports})
         set_target_properties(${target} PROPERTIES LINK_DEPENDS ${exports})
@@ -53,8 +53,7 @@ function(zel_library target name macro)
 endfunction()
 
 # zel_module(<library> [HEADERS <public header>...] [SOURCES <source>...])
-# Adds the current folder's files to a library. Headers named here are installed; private ones are
-# not named.
+# Adds the current folder's files to a library. HEADERS are installed; private ones aren't listed.
 function(zel_module library)
     cmake_parse_arguments(PARSE_ARGV 1 module "" "" "HEADERS;SOURCES")
     list(TRANSFORM module_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
@@ -64,9 +63,9 @@ function(zel_module library)
 endfunction()
 
 # zel_test(<module> [OPTIMISED] <source>...)
-# One program for the tests of a module; ctest sees each test by itself. Tests are compiled without
-# optimisation, which takes a third of the time, and run against the optimised library; OPTIMISED
-# is for modules whose own code stands in headers and so is compiled with the tests.
+# Adds a program with the tests of a module; CTest runs each test separately. Tests are compiled
+# without optimisation, in a third of the time, and linked to the optimised library. OPTIMISED is for
+# modules whose code is in headers and thus compiled with the tests.
 function(zel_test module)
     cmake_parse_arguments(PARSE_ARGV 1 test OPTIMISED "" "")
     set(target ${module}_tests)
@@ -89,7 +88,7 @@ function(zel_test module)
 endfunction()
 
 # zel_soak_test(<name> <source>...)
-# A test that takes too long for every day; it is a program of its own and fails by its exit code.
+# Adds a program that tests for minutes to half an hour and reports failure by its exit code.
 function(zel_soak_test name)
     add_executable(${name} EXCLUDE_FROM_ALL ${ARGN})
     zel_compile_settings(${name})
@@ -98,11 +97,11 @@ function(zel_soak_test name)
 endfunction()
 
 # zel_fuzzer(<name> <source>)
-# A fuzz target, which starts from the inputs in corpus/<name>. ZEL_SANITIZE brings the counters
-# that it is steered by into the libraries.
+# Adds a fuzz target, which starts from the inputs in corpus/<name>. ZEL_SANITIZE instruments the
+# libraries for coverage.
 function(zel_fuzzer name source)
     if(NOT IS_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name})
-        message(FATAL_ERROR "The fuzz target ${name} has no corpus/${name} to start from")
+        message(FATAL_ERROR "The fuzz target ${name} has no folder corpus/${name}")
     endif()
     add_executable(${name} ${source})
     zel_compile_settings(${name})
@@ -112,7 +111,7 @@ function(zel_fuzzer name source)
 endfunction()
 
 # zel_benchmark(<module> <source>...)
-# One program for the benchmarks of a module.
+# Adds a program with the benchmarks of a module.
 function(zel_benchmark module)
     set(target ${module}_bench)
     add_executable(${target} ${ARGN})
@@ -122,12 +121,12 @@ function(zel_benchmark module)
 endfunction()
 
 # zel_peer(<module> <source>... NEEDS <target>)
-# Puts another library's way of doing the same beside a module's benchmarks, in the same program, so
-# that both sides are measured in one run. Without that library the benchmark does without.
+# Adds another library's solution to a module's benchmarks, so that both are measured in one run.
+# Skips it if that library isn't installed.
 function(zel_peer module)
     cmake_parse_arguments(PARSE_ARGV 1 peer "" "NEEDS" "")
     if(NOT TARGET ${peer_NEEDS})
-        message(STATUS "${module}_bench: no ${peer_NEEDS}, measuring without it")
+        message(STATUS "${module}_bench: no ${peer_NEEDS}, benchmarks skip it")
         return()
     endif()
     list(TRANSFORM peer_UNPARSED_ARGUMENTS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
@@ -136,7 +135,7 @@ function(zel_peer module)
 endfunction()
 
 # zel_example(<name> <source>...)
-# A small whole program; its folder also holds `demo`, the script that shows it at work.
+# Adds a small complete program; the script `demo` in its folder runs it on real input.
 function(zel_example name)
     add_executable(${name} ${ARGN})
     zel_compile_settings(${name})

@@ -1,4 +1,4 @@
-# A big-endian 64-bit host, by Debian's g++-s390x-linux-gnu; qemu-user runs what is built.
+# A big-endian 64-bit host, built with Debian's g++-s390x-linux-gnu and run by qemu-user.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR s390x)
 set(CMAKE_CXX_COMPILER s390x-linux-gnu-g++)

@@ -1,5 +1,5 @@
-# A 32-bit host, by Debian's g++-12-multilib, which lacks the path to the kernel's headers. What is
-# built runs by qemu-user, as many a kernel refuses 32-bit programs.
+# A 32-bit host, built with Debian's g++-12-multilib, which lacks the path to the kernel's headers,
+# and run by qemu-user, because many kernels reject 32-bit programs.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR i686)
 set(CMAKE_C_COMPILER gcc-12)
