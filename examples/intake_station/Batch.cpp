@@ -18,7 +18,7 @@ using zel::StringUtils::AsString;
 
 namespace {
 
-// The table drops empty lines; this tells the number in the file that each of its rows has.
+// Returns the line number in the file of each row of the table, which skips empty lines.
 std::vector<std::size_t> NumberLines(const std::string& text) {
     std::vector<std::size_t> numbers;
     std::istringstream in(text);
@@ -41,7 +41,7 @@ std::string ReadText(const std::string& path) {
     return text.str();
 }
 
-// Where in the file a column is; the first place, if its name repeats.
+// Returns the position of a column in the file: the first one if its name repeats.
 int FindColumn(const DataRow& header, const std::string& name) {
     const int count = static_cast<int>(header.GetFieldCount());
     for (int i = 0; i < count; ++i) {
@@ -61,9 +61,9 @@ std::string TextOf(const DataRow& row) {
     return text;
 }
 
-// A byte 0 would end a text ahead of its time in the stream form, and the text form cuts a number
-// of 8 bits to its low ones: what doesn't give the same text again isn't taken.
-bool Holds(const VariantBase& value, const std::string& cell) {
+// Returns false if the value would lose data: the stream form ends a string at a zero byte, and the
+// text form truncates a number to the 8 bits of its type.
+bool IsLossless(const VariantBase& value, const std::string& cell) {
     if (cell.find('\0') != std::string::npos) {
         return false;
     }
@@ -114,10 +114,11 @@ private:
                 return;
             }
             record.push_back(m_prototypes[i]->Clone());
-            if (!record.back()->ReadValueFromString(cell, false) || !Holds(*record.back(), cell)) {
-                Reject(
-                    row, line,
-                    "column " + m_columns[i].name + ": '" + cell + "' is no " + m_columns[i].type);
+            if (!record.back()->ReadValueFromString(cell, false) ||
+                !IsLossless(*record.back(), cell)) {
+                Reject(row, line,
+                       "column " + m_columns[i].name + ": '" + cell + "' is not of type " +
+                           m_columns[i].type);
                 return;
             }
         }

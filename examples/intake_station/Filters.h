@@ -5,15 +5,15 @@
 #include <vector>
 
 extern "C" {
-// Tells by a cell whether its row is kept.
+// Returns non-zero to keep the row of a cell.
 using KeepCell = int (*)(const char* cell);
 }
 
-// The filters that plug-ins add. A plug-in is a shared object with one function in C,
+// Filters added by plug-ins. A plug-in is a shared object that exports one C function,
 //
 //     void InstallFilters(void* addFilter);
 //
-// which adds as many filters as it likes by the key that it is given:
+// which adds any number of filters with the key that is passed to it:
 //
 //     ZelCppBridge(addFilter, "name of a column", KeepCell);
 class Filters {
@@ -23,7 +23,7 @@ public:
     Filters(const Filters&) = delete;
     Filters& operator=(const Filters&) = delete;
 
-    // Loads a plug-in for the life of the program. Throws std::runtime_error.
+    // Loads a plug-in, which is never unloaded. Throws std::runtime_error on failure.
     void Load(const std::string& path);
 
     bool Keeps(const std::string& column, const std::string& cell) const;

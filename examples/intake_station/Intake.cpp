@@ -24,13 +24,12 @@ Intake::Intake(const Settings& settings)
         m_filters.Load(settings.plugin);
     }
     zel::Log(s_log, 4, "The store holds ", m_store.GetRecordCount(), " rows");
-    // Stored is the moment that counts: a file that is still in the drop folder then was left
-    // there by a program that came no further.
+    // A file that is stored but still in the drop folder was left there by a killed program.
     const Source& last = m_store.GetLastSource();
     const fs::path left = fs::path(settings.dropFolder) / last.name;
     if (fs::is_regular_file(left) && GetWriteTime(left) == last.writeTime) {
         MoveToDone(last);
-        zel::Log(s_log, 4, last.name, " was taken before and is moved only");
+        zel::Log(s_log, 4, last.name, " is already stored and only moved");
     }
 }
 
@@ -49,7 +48,7 @@ void Intake::TakeFile(std::string path) {
 }
 
 void Intake::Accept(const Batch& batch) {
-    SetAside(batch);
+    WriteRejected(batch);
     m_store.Append(batch);
     MoveToDone(batch.source);
     ++m_files;
@@ -60,8 +59,8 @@ void Intake::Accept(const Batch& batch) {
              batch.rejected.size(), " rejected, ", batch.filtered, " filtered");
 }
 
-// Written anew for a file that is taken again, so that nothing is told twice.
-void Intake::SetAside(const Batch& batch) const {
+// Overwrites the report if a file is processed again, so that no row is reported twice.
+void Intake::WriteRejected(const Batch& batch) const {
     if (batch.rejected.empty()) {
         return;
     }
@@ -71,7 +70,7 @@ void Intake::SetAside(const Batch& batch) const {
         out << line << '\n';
     }
     if (!out.flush()) {
-        throw std::runtime_error("the rejected rows can't be written");
+        throw std::runtime_error("The rejected rows can't be written");
     }
 }
 

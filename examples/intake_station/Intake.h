@@ -6,22 +6,23 @@
 
 #include <string>
 
-// Takes files into the store. Its calls run on one thread, that of the commands.
+// Imports files into the store. Not thread-safe: all calls run on the command thread.
 class Intake : public zel::RCObject {
 public:
-    // Opens the store, and finishes what a program before this one was killed in.
+    // Opens the store, and completes the import that a previous program was killed in.
     explicit Intake(const Settings& settings);
 
-    // Reads a file of the drop folder, sets its bad rows aside, stores the others and moves the
-    // file to the folder of those that are done. A file that can't be taken is logged and stays.
+    // Reads a file of the drop folder, writes its bad rows to the rejected folder, stores the
+    // others and moves the file to the done folder. A file that can't be imported is logged and
+    // stays where it is.
     void TakeFile(std::string path);
 
-    // "7 files, 375 rows accepted, 2 rejected, 13 filtered", counted since the start.
+    // Returns "7 files, 375 rows accepted, 2 rejected, 13 filtered", counted since the start.
     std::string GetSummary() const;
 
 private:
     void Accept(const Batch& batch);
-    void SetAside(const Batch& batch) const;
+    void WriteRejected(const Batch& batch) const;
     void MoveToDone(const Source& source) const;
 
     const Settings m_settings;

@@ -17,7 +17,7 @@ double ReadSeconds(const DataTree& node, const std::string& name) {
     const std::string text = node.GetChildValue(name);
     double seconds = 0;
     if (!zel::StringUtils::FromString(text, seconds, 0)) {
-        zel::StringUtils::ThrowEx(name + ": '" + text + "' is no number");
+        zel::StringUtils::ThrowEx(name + ": '" + text + "' is not a number");
     }
     return seconds;
 }

@@ -29,18 +29,18 @@ bool ReadCount(std::istream& in, std::uint64_t& count) {
     return isRead;
 }
 
-struct BatchHead {
+struct BatchHeader {
     Source source;
     std::uint64_t records = 0;
 };
 
-BatchHead ReadHead(std::istream& in) {
+BatchHeader ReadHeader(std::istream& in) {
     Variant<std::string> name;
     Variant<long long> writeTime;
     std::uint64_t records = 0;
     if (!name.ReadValueFromStream(in) || !writeTime.ReadValueFromStream(in) ||
         !ReadCount(in, records)) {
-        ObjectPersistence::ThrowEx("A batch of the store has no head");
+        ObjectPersistence::ThrowEx("A batch of the store has no header");
     }
     return {{name.GetValue(), writeTime.GetValue()}, records};
 }
@@ -52,15 +52,16 @@ void ReadRecords(std::istream& in, std::uint64_t count, const Record& prototypes
         for (const auto& prototype : prototypes) {
             record.push_back(prototype->Clone());
             if (!record.back()->ReadValueFromStream(in)) {
-                ObjectPersistence::ThrowEx("A batch of the store has fewer values than it says");
+                ObjectPersistence::ThrowEx(
+                    "A batch of the store has fewer values than its header says");
             }
         }
         visit(record);
     }
 }
 
-// Calls `take` with each whole batch, and gives where the last of them ends. Nothing is there yet
-// when a program was killed before the first byte.
+// Calls `take` with each complete batch and returns the offset of the end of the last one. The file
+// is empty if a program was killed before it wrote the first byte.
 template <class Take>
 std::uint64_t ReadBatches(const std::string& path, Take take) {
     std::ifstream in(path, std::ios_base::binary);
@@ -69,7 +70,7 @@ std::uint64_t ReadBatches(const std::string& path, Take take) {
         return 0;
     }
     if (ObjectPersistence::BinaryPersistenceReader(&in).ReadVersion() != VERSION) {
-        ObjectPersistence::ThrowEx("The store has a layout that isn't known here");
+        ObjectPersistence::ThrowEx("The store has an unknown layout");
     }
     std::uint64_t end = sizeof VERSION_RECORD;
     std::uint64_t length = 0;
@@ -89,9 +90,9 @@ std::uint64_t ReadBatches(const std::string& path, Take take) {
 Store::Store(std::string path, Record prototypes)
     : m_path(std::move(path)), m_prototypes(std::move(prototypes)) {
     m_size = ReadBatches(m_path, [this](std::istream& in) {
-        BatchHead head = ReadHead(in);
-        m_lastSource = std::move(head.source);
-        m_recordCount += head.records;
+        BatchHeader header = ReadHeader(in);
+        m_lastSource = std::move(header.source);
+        m_recordCount += header.records;
     });
     if (m_size == 0) {
         std::ofstream(m_path, std::ios_base::binary).write(VERSION_RECORD, sizeof VERSION_RECORD);
@@ -119,7 +120,7 @@ void Store::Append(const Batch& batch) {
     if (!block || !whole || !out.flush()) {
         out.close();
         fs::resize_file(m_path, m_size);
-        throw std::runtime_error("can't be stored in " + m_path);
+        throw std::runtime_error("Unable to write to " + m_path);
     }
     m_size += sizeof length + length;
     m_lastSource = batch.source;
@@ -128,7 +129,7 @@ void Store::Append(const Batch& batch) {
 
 void Store::Read(const std::string& path, const Record& prototypes, const Visit& visit) {
     ReadBatches(path, [&](std::istream& in) {
-        const BatchHead head = ReadHead(in);
-        ReadRecords(in, head.records, prototypes, visit);
+        const BatchHeader header = ReadHeader(in);
+        ReadRecords(in, header.records, prototypes, visit);
     });
 }

@@ -7,21 +7,20 @@
 #include <istream>
 #include <string>
 
-// The file of accepted rows. It holds the version of its layout, and then one batch behind the
-// other, each a block of bytes behind its length: name and time of the file it came from, the
-// number of its records, and the values in the stream form. A batch counts once its last byte is
-// there, so that a program which is killed in the middle leaves a tail that the next one cuts off.
+// The file of accepted rows: a version record followed by batches. A batch is its length in bytes,
+// name and write time of its source file, the number of its records, and the values in stream form.
+// A batch is valid when its last byte is written: if the program is killed before that, the next
+// one truncates the incomplete batch.
 class Store {
 public:
-    // Opens the file, or makes it, and cuts off an unfinished batch. Throws SerEx for a file that
-    // is none of ours.
+    // Opens or creates the file and truncates an incomplete batch. Throws SerEx if the file is not
+    // a store.
     Store(std::string path, Record prototypes);
 
-    // Writes the batch at one stroke. Throws std::runtime_error if that fails; then the file is as
-    // it was.
+    // Appends a batch. Throws std::runtime_error on failure, and leaves the file unchanged.
     void Append(const Batch& batch);
 
-    // The file that the last batch came from; without a name if there is none.
+    // Returns the source of the last batch, with an empty name if there is none.
     const Source& GetLastSource() const { return m_lastSource; }
 
     std::uint64_t GetRecordCount() const { return m_recordCount; }

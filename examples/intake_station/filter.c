@@ -1,4 +1,4 @@
-/* A plug-in for the intake station, in plain C: rows of the Antarctic aren't wanted. */
+/* A plug-in for the intake station in plain C: drops the rows of the Antarctic. */
 
 #include "zel/bridge/ZelBridge.h"
 

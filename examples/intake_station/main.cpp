@@ -1,5 +1,4 @@
-// Takes files of rows from a folder into a store, row by row as typed values: a small whole program
-// of the kind that the library is for.
+// Imports the files of a folder into a store of typed values: a small complete application.
 
 #include "zel/commands/ThreadCommandProcessor.h"
 #include "zel/commands/TimerThread.h"
@@ -27,13 +26,13 @@ constexpr std::string_view USAGE =
     R"(usage: intake_station SETTINGS
        intake_station --print SETTINGS
 
-Takes each file that appears in the drop folder into the store, until it is interrupted or a file
-named stop appears there; with --print writes the rows of the store to standard output.
+Imports each file that appears in the drop folder into the store, until it is interrupted or a file
+named stop appears there. With --print writes the rows of the store to standard output.
 )";
 
 const zel::LogArea s_log("Station", 4);
 
-// A handler of signals may do no more than that.
+// A signal handler may only set a lock-free atomic.
 std::atomic<bool> s_isInterrupted{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 
@@ -41,7 +40,8 @@ void Interrupt(int) {
     s_isInterrupted = true;
 }
 
-// The parts, wired: the watcher tells of files, timers let them settle, commands take them.
+// Connects the parts: the watcher reports files, timers wait until they are complete, commands
+// import them.
 class Station {
 public:
     explicit Station(const Settings& settings)
@@ -62,7 +62,7 @@ public:
         m_ticker->Start();
         while (!s_isInterrupted && !m_stop->Wait(milliseconds)) {
         }
-        // From the source of the work to its end: what was handed on is still done.
+        // Stopped from the first stage to the last, so that files in progress are completed.
         m_watcher->RequestStop();
         m_watcher->Join();
         m_settled->Stop();
@@ -119,9 +119,9 @@ void Serve(const Settings& settings) {
     StartLog(settings.logFile);
     std::signal(SIGINT, Interrupt);
     std::signal(SIGTERM, Interrupt);
-    zel::Log(s_log, 4, "The station begins");
+    zel::Log(s_log, 4, "The station starts");
     Station(settings).Run();
-    zel::Log(s_log, 4, "The station ends");
+    zel::Log(s_log, 4, "The station stops");
 }
 
 void Print(const Settings& settings) {
@@ -136,17 +136,17 @@ void Print(const Settings& settings) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    constexpr int wrongInput = 1;
-    constexpr int wrongUsage = 2;
+    constexpr int inputError = 1;
+    constexpr int usageError = 2;
     zel::CrashHandler::Initialize(argc, argv, nullptr);
-    const bool isToPrint = argc > 1 && std::string_view(argv[1]) == "--print";
-    if (argc != (isToPrint ? 3 : 2)) {
+    const bool shouldPrint = argc > 1 && std::string_view(argv[1]) == "--print";
+    if (argc != (shouldPrint ? 3 : 2)) {
         std::cerr << USAGE;
-        return wrongUsage;
+        return usageError;
     }
     try {
         const Settings settings = Settings::Load(argv[argc - 1]);
-        isToPrint ? Print(settings) : Serve(settings);
+        shouldPrint ? Print(settings) : Serve(settings);
         return 0;
     } catch (const zel::DataTreeEx& ex) {
         std::cerr << "intake_station: " << ex.GetInfo() << (ex.GetInfo().empty() ? "" : ": ")
@@ -154,5 +154,5 @@ int main(int argc, char** argv) {
     } catch (const std::exception& ex) {
         std::cerr << "intake_station: " << ex.what() << '\n';
     }
-    return wrongInput;
+    return inputError;
 }
