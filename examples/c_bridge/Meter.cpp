@@ -15,7 +15,7 @@ struct Meter {
 
 std::map<std::string, Meter> s_meters;
 
-// Nothing may fly into C: a failure is a result.
+// Exceptions must not propagate into C code: returns 0 instead.
 template <class Function>
 int ReportFailure(Function function) {
     try {

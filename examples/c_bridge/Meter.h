@@ -4,18 +4,18 @@
 extern "C" {
 #endif
 
-// What the C side has to call first and last.
+// The C side calls OpenMeters first and CloseMeters last.
 void OpenMeters(void);
 void CloseMeters(void);
 
-// The keys, and what stands behind each.
+// The keys, each with the arguments that follow it.
 
-// const char* name, double value, int* isNew: takes a reading; isNew tells whether the meter was
-// unknown before.
+// const char* name, double value, int* isNew: adds a reading. *isNew is set to 1 if it is the
+// meter's first one, else to 0.
 extern char meterTake;
 
-// const char* name, double* average: the average of a meter's readings.
-// The int that comes back, through a pointer more, is 1, or 0 if there is no such meter.
+// const char* name, double* average, int* isKnown: sets *average to the average of a meter's
+// readings and *isKnown to 1, or only *isKnown to 0 if there is no such meter.
 extern char meterAverage;
 
 #ifdef __cplusplus

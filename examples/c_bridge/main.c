@@ -1,4 +1,4 @@
-/* Plain C that reaches objects of a C++ program through the bridge. */
+/* Plain C that uses objects of a C++ program through the bridge. */
 
 #include "Meter.h"
 

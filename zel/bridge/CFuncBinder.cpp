@@ -4,7 +4,6 @@
 #include "zel/foundation/CriticalSectionLock.h"
 #include "zel/foundation/Log.h"
 
-#include <memory>
 #include <utility>
 
 namespace zel {
@@ -13,7 +12,7 @@ namespace {
 
 const LogArea s_log("CFuncBinder", 2);
 
-// Both guarded by s_cs.
+// Guarded by s_cs.
 int s_useCount = 0;
 CBinder* s_instance = nullptr;
 
@@ -32,7 +31,7 @@ void CFuncBinderBase::Register(void* function) {
 
 CBinder::~CBinder() {
     while (!m_binders.empty()) {
-        // A binder's destructor may come back here, and must not find itself.
+        // Removed first, as the binder's destructor may call the registry.
         delete m_binders.extract(m_binders.begin()).mapped();
     }
 }
@@ -53,7 +52,7 @@ void CBinder::Release() {
 }
 
 CBinder* CBinder::GetBinder() {
-    constexpr int millisecondsToWriteALine = 150;
+    constexpr int millisecondsForLogOutput = 150;
     {
         CriticalSectionLock lock(&s_cs);
         if (s_useCount != 0) {
@@ -63,7 +62,7 @@ CBinder* CBinder::GetBinder() {
             "[CBinder::GetBinder] You forgot to call CBinder::Prepare() before calling this "
             "function: the program will probably SEGFAULT now...");
     }
-    Thread::SleepFor(millisecondsToWriteALine);
+    Thread::SleepFor(millisecondsForLogOutput);
     return nullptr;
 }
 
@@ -72,9 +71,9 @@ void CBinder::Register(void* function, CFuncBinderBase* binder) {
         return;
     }
     CriticalSectionLock lock(&s_cs);
-    CFuncBinderBase* const before = std::exchange(m_binders[function], binder);
-    if (before != binder) {
-        delete before;
+    CFuncBinderBase* const replaced = std::exchange(m_binders[function], binder);
+    if (replaced != binder) {
+        delete replaced;
     }
 }
 
@@ -89,7 +88,7 @@ void CBinder::Call(void* function, CArguments arguments) {
 namespace {
 
 void CallRegistered(void* function, CArguments arguments) {
-    // Held from look-up to call, as another thread's last Release destroys the registry.
+    // Locked before the registry is read, as the last Release on another thread destroys it.
     CriticalSectionLock lock(&s_cs);
     if (s_instance != nullptr) {
         s_instance->Call(function, arguments);
