@@ -5,29 +5,30 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <memory>
 #include <thread>
+#include <vector>
 
 extern "C" void SendFromC(void* key, int count);
 
 namespace zel {
 namespace {
 
-class CFuncBinderTest : public testing::Test {
-protected:
+struct CFuncBinderTest : testing::Test {
     CFuncBinderTest() { CBinder::Prepare(); }
     ~CFuncBinderTest() override { CBinder::Release(); }
 
     char m_keys[3];
 };
 
-// Tells when it is called and deleted.
+// Records its calls ('+') and its deletion ('-').
 struct Probe : CFuncBinderBase {
-    Probe(char probeName, std::string* text) : name(probeName), log(*text) {}
-    ~Probe() override { log += {'-', name}; }
-    void Invoke(void*, CArguments) override { log += {'+', name}; }
+    Probe(char probeName, std::string* record) : name(probeName), events(*record) {}
+    ~Probe() override { events += {'-', name}; }
+    void Invoke(void*, CArguments) override { events += {'+', name}; }
 
     const char name;
-    std::string& log;
+    std::string& events;
 };
 
 TEST_F(CFuncBinderTest, PassesEveryKindOfArgument) {
@@ -50,7 +51,7 @@ TEST_F(CFuncBinderTest, PassesEveryKindOfArgument) {
 
     int calls = 0;
     RegisterFunction(m_keys, [&](const char* text, int* pointer) {
-        calls += pointer == &calls ? 1 : 0;
+        ++*pointer;
         return text + 1;
     });
     const char* text = "";
@@ -60,57 +61,65 @@ TEST_F(CFuncBinderTest, PassesEveryKindOfArgument) {
     EXPECT_EQ(calls, 2);
 }
 
-TEST_F(CFuncBinderTest, LivesAsLongAsSomebodyUsesItAndDeletesEachBinderOnce) {
-    std::string log;
-    CBinder::Release();
-    CBinder::Release();
-    CBinder::Prepare();
-    CBinder::Prepare();
-    (new Probe('a', &log))->Register(&m_keys[2]);
-    (new Probe('b', &log))->Register(&m_keys[2]);
-    EXPECT_EQ(log, "-a");
-    (new Probe('c', &log))->Register(&m_keys[0]);
-    Probe('d', &log).Register(nullptr);
-    CBinder::GetBinder()->Register(&m_keys[1], nullptr);
-    EXPECT_FALSE(RegisterFunction(nullptr, [] {}));
-
-    CBinder::Release();
-    ZelCppBridge(&m_keys[2]);
-    ZelCppBridge(&m_keys[1]);
-    CBinder::Release();
-    EXPECT_EQ(log, "-a-d+b-c-b");
-    CBinder::Prepare();
-    ZelCppBridge(&m_keys[2]);
-    EXPECT_EQ(log, "-a-d+b-c-b");
-}
-
-TEST_F(CFuncBinderTest, ABinderMayCallRegisterAndReleaseFromInside) {
-    std::string counts;
-    RegisterFunction(m_keys, [&](int count) {
-        CBinder::Prepare();
-        RegisterFunction(&m_keys[1], [&](int digit) { counts += std::to_string(digit); });
-        CBinder::Release();
-        ZelCppBridge(&m_keys[1], count);
-        ZelCppBridge(count > 0 ? m_keys : nullptr, count - 1);
-    });
-    ZelCppBridge(m_keys, 3);
-    EXPECT_EQ(counts, "3210");
-}
-
-TEST_F(CFuncBinderTest, WithoutPrepareItSaysSoAndDoesNothing) {
-    CBinder::Release();
+TEST_F(CFuncBinderTest, ExistsWhileItHasUsersAndDeletesEachBinderOnce) {
     const test::ScopedLogger logger;
-    std::string log;
-    Probe probe('p', &log);
+    std::string events;
+    CBinder::Release();
+    CBinder::Release();
     ZelCppBridge(m_keys);
-    probe.Register(m_keys);
+    Probe('d', &events).Register(m_keys);
     const std::string line =
         "\n1 CFuncBinder [CBinder::GetBinder] You forgot to call CBinder::Prepare() before calling "
         "this function: the program will probably SEGFAULT now...";
     EXPECT_EQ(logger.sink->TakeText(), line + line);
+
+    CBinder::Prepare();
+    CBinder::Prepare();
+    for (const char name : {'a', 'b'}) {
+        (new Probe(name, &events))->Register(&m_keys[2]);
+    }
+    (new Probe('c', &events))->Register(&m_keys[0]);
+    Probe('e', &events).Register(nullptr);
+    CBinder::GetBinder()->Register(&m_keys[1], nullptr);
+    EXPECT_FALSE(RegisterFunction(nullptr, [] {}));
+    CBinder::Release();
+    ZelCppBridge(&m_keys[2]);
+    ZelCppBridge(&m_keys[1]);
+    CBinder::Release();
+    CBinder::Prepare();
+    ZelCppBridge(&m_keys[2]);
+    EXPECT_EQ(events, "-d-a-e+b-c-b");
 }
 
-TEST_F(CFuncBinderTest, CallsOfAnyThreadRunOneAfterTheOtherWhateverTheyThrow) {
+TEST_F(CFuncBinderTest, ACallableMayUseTheBridge) {
+    std::vector<int> counts;
+    RegisterFunction(m_keys, [&](int count) {
+        CBinder::Prepare();
+        RegisterFunction(&m_keys[1], [&](int value) { counts.push_back(value); });
+        CBinder::Release();
+        ZelCppBridge(&m_keys[1], count);
+        ZelCppBridge(count > 0 ? m_keys : nullptr, count - 1);
+    });
+    ZelCppBridge(m_keys, 2);
+    EXPECT_EQ(counts, (std::vector{2, 1, 0}));
+}
+
+TEST_F(CFuncBinderTest, ACallableThatUnregistersItselfLivesUntilItReturns) {
+    for (const bool isReleased : {false, true}) {
+        auto capture = std::make_shared<int>();
+        const std::weak_ptr<int> alive = capture;
+        RegisterFunction(m_keys, [this, isReleased, capture = std::move(capture)] {
+            const std::weak_ptr<int> aliveDuringCall = capture;
+            isReleased ? CBinder::Release() : void(RegisterFunction(m_keys, [] {}));
+            EXPECT_FALSE(aliveDuringCall.expired()) << "released: " << isReleased;
+        });
+        ZelCppBridge(m_keys);
+        EXPECT_TRUE(alive.expired()) << "released: " << isReleased;
+    }
+    CBinder::Prepare();
+}
+
+TEST_F(CFuncBinderTest, CallsFromSeveralThreadsAreSerializedEvenIfTheyThrow) {
     constexpr int rounds = 5000;
     int sum = 0;
     RegisterFunction(m_keys, [&](int count) {

@@ -1,7 +1,5 @@
 #include "zel/bridge/ZelBridge.h"
 
-void SendFromC(void* key, int count);
-
 void SendFromC(void* key, int count) {
     ZelCppBridge(key, count);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "zel/bridge/CFuncBinder.h"
+#include "zel/bridge/CBinder.h"
 
 #include <functional>
 #include <memory>
@@ -9,21 +9,25 @@
 
 namespace zel {
 
-// Takes the arguments of a bridge call one after the other, each as a C caller has passed it.
-//
-//     ArgumentReader reader(arguments);
-//     const auto name = reader.Take<const char*>();
-//     const auto gain = reader.Take<float>();  // was passed as double
+/// Reads the arguments of a bridge call in order, as a C caller passed them.
+///
+///     ArgumentReader reader(arguments);
+///     const auto name = reader.Take<const char*>();
+///     const auto gain = reader.Take<float>();  // passed as double
+///
+/// Not thread-safe.
 class ArgumentReader {
 public:
-    // Begins at the first argument; `arguments` outlives the reader.
+    /// Starts at the first argument. Requires: `arguments` outlives the reader.
     explicit ArgumentReader(CArguments arguments) noexcept : m_arguments(arguments) {}
 
-    // The next argument, which is a number, an enumeration or a pointer.
+    /// Returns the next argument: a number, an enumeration or a pointer. Types that the default
+    /// argument promotions widen are converted back. Requires: the caller passed an argument of
+    /// this type.
     template <class T>
     T Take() {
         static_assert(std::is_arithmetic_v<T> || std::is_enum_v<T> || std::is_pointer_v<T>,
-                      "C passes numbers, enumerations and pointers: take a pointer to the rest");
+                      "C passes numbers, enumerations and pointers: take a pointer to other types");
         if constexpr (std::is_same_v<T, float>) {
             return static_cast<float>(TakeAs<double>());
         } else if constexpr (std::is_enum_v<T>) {
@@ -53,42 +57,50 @@ private:
     CArguments m_arguments;
 };
 
-// Calls a lambda, or whatever else can be called, with the arguments that its parameters name. What
-// it returns is stored through one pointer more, which follows the arguments, unless that is null.
+/// Binder that calls a callable with the arguments its parameters specify. A result is stored
+/// through one more pointer argument, which follows the others and may be null. If a call replaces
+/// or releases its own binder, the callable lives until the call returns.
+///
+/// Guide: docs/c-bridge.md
 template <class Callable>
 class FunctionBinder : public CFuncBinderBase {
 public:
-    // Takes the callable over.
-    explicit FunctionBinder(Callable callable) : m_callable(std::move(callable)) {}
+    /// Takes ownership of the callable.
+    explicit FunctionBinder(Callable callable)
+        : m_callable(std::make_shared<Callable>(std::move(callable))) {}
 
     void Invoke(void*, CArguments arguments) override {
+        // The call may delete this binder; the callable and its captures live until it returns.
+        const std::shared_ptr<Callable> callable = m_callable;
         ArgumentReader reader(arguments);
-        Run(reader, static_cast<Signature*>(nullptr));
+        Run(*callable, reader, static_cast<Signature*>(nullptr));
     }
 
 private:
     using Signature = decltype(std::function(std::declval<Callable>()));
 
     template <class Result, class... Parameters>
-    void Run(ArgumentReader& reader, std::function<Result(Parameters...)>*) {
-        // Braces, as they alone take the arguments in their order.
+    static void Run(Callable& callable, ArgumentReader& reader,
+                    std::function<Result(Parameters...)>*) {
+        // Braced initialization evaluates the calls of Take from left to right.
         std::tuple<Parameters...> arguments{reader.Take<Parameters>()...};
         if constexpr (std::is_void_v<Result>) {
-            std::apply(m_callable, std::move(arguments));
+            std::apply(callable, std::move(arguments));
         } else {
             auto* const target = reader.Take<std::remove_cvref_t<Result>*>();
-            std::decay_t<Result> result = std::apply(m_callable, std::move(arguments));
+            std::decay_t<Result> result = std::apply(callable, std::move(arguments));
             if (target != nullptr) {
                 *target = std::move(result);
             }
         }
     }
 
-    Callable m_callable;
+    const std::shared_ptr<Callable> m_callable;
 };
 
-// Registers a callable under a key. False, and nothing registered, if the key is null or nobody has
-// called CBinder::Prepare; what is logged and waited for then CBinder::GetBinder tells.
+/// Registers a callable under a key; see `CBinder::Register`. Returns false and registers nothing
+/// if the key is null or the registry has no users; in the latter case it logs and waits as
+/// `CBinder::GetBinder` does. Thread-safe.
 template <class Callable>
 bool RegisterFunction(void* function, Callable callable) {
     auto binder = std::make_unique<FunctionBinder<Callable>>(std::move(callable));
