@@ -1,7 +1,6 @@
 #include "zel/commands/CommandChain.h"
 #include "zel/commands/CommandProcessor.h"
 #include "zel/commands/TimerThread.h"
-#include "zel/core/Event.h"
 
 #include "tests/support/RecordingLogSink.h"
 
@@ -12,7 +11,7 @@
 namespace zel {
 namespace {
 
-constexpr int LONG_ENOUGH = 20000;
+constexpr int TIMEOUT = 20'000;
 
 struct Call : Command {
     explicit Call(std::function<void()> call) : work(std::move(call)) {}
@@ -21,13 +20,13 @@ struct Call : Command {
     const std::function<void()> work;
 };
 
-TEST(CommandTest, CallsItsTargetAndHoldsItForTheTimeOfTheCallAlone) {
+TEST(CommandTest, HoldsItsTargetOnlyDuringTheCall) {
     std::string calls;
     RCPtr<TimerThread> target(new TimerThread(nullptr, 0, 0, 0));
     const WeakPtr<TimerThread> weak(target);
     target->GetEvent().Connect([&](TimerThread*) {
         target = nullptr;
-        calls += weak.GetRCPtr() ? "held " : "gone ";
+        calls += weak.GetRCPtr() ? "held " : "destroyed ";
     });
     AsyncCommandForRCObject command(weak, &TimerThread::OnTimerImp, 0);
     command.Run();
@@ -36,7 +35,7 @@ TEST(CommandTest, CallsItsTargetAndHoldsItForTheTimeOfTheCallAlone) {
     EXPECT_EQ(calls, "held ");
 }
 
-TEST(CommandChainTest, ThrowsAndLogsTheTextOfTheMessage) {
+TEST(CommandChainTest, LogsAndThrowsTheWholeText) {
     const test::ScopedLogger log;
     MemOS message;
     message << "a" << '\0' << "b";
@@ -45,22 +44,23 @@ TEST(CommandChainTest, ThrowsAndLogsTheTextOfTheMessage) {
               std::string("\n2 CommandChain Exception of type CommandChainEx. a\0b", 53));
 }
 
-TEST(ThreadCommandProcessorTest, RunsInOrderWhateverACommandThrowsUntilItIsStopped) {
+TEST(ThreadCommandProcessorTest, RunsInOrderDespiteExceptionsUntilStopped) {
     const test::ScopedLogger log;
     ThreadCommandProcessor processor;
     Event go(Event::ManualReset);
     std::string calls;
-    processor.PostCommand(new Call([&] {
-        go.Wait(LONG_ENOUGH);
+    const auto post = [&](auto work) { processor.PostCommand(new Call(work)); };
+    post([&] {
+        go.Wait(TIMEOUT);
         throw Exception("SomeEx", "gone", "Some", 7);
-    }));
-    processor.PostCommand(new Call([] { throw 1; }));
-    processor.PostCommand(new Call([&] {
+    });
+    post([] { throw 1; });
+    post([&] {
         processor.Stop();
-        processor.PostCommand(new Call([&] { calls += "refused "; }));
+        post([&] { calls += "refused "; });
         calls += "first ";
-    }));
-    processor.PostCommand(new Call([&] { calls += "second "; }));
+    });
+    post([&] { calls += "second "; });
     go.Set(true);
     processor.Stop();
     EXPECT_THROW(processor.PostCommand(nullptr), Exception);
@@ -72,18 +72,18 @@ TEST(ThreadCommandProcessorTest, RunsInOrderWhateverACommandThrowsUntilItIsStopp
 2 CommandProcessor Exception of type Exception. A null command was posted.)");
 }
 
-TEST(ThreadCommandProcessorTest, MayLoseItsLastReferenceInACommandAndRunsTheRest) {
+TEST(ThreadCommandProcessorTest, RunsTheRestAfterACommandDropsTheLastReference) {
     RCPtr<ThreadCommandProcessor> processor(new ThreadCommandProcessor);
     const RCPtr<Event> go(new Event(Event::ManualReset));
     const RCPtr<Event> ended(new Event(Event::ManualReset));
     processor->PostCommand(new Call([go, held = processor]() mutable {
-        go->Wait(LONG_ENOUGH);
+        go->Wait(TIMEOUT);
         held = nullptr;
     }));
     processor->PostCommand(new Call([ended] { ended->Set(true); }));
     processor = nullptr;
     go->Set(true);
-    EXPECT_TRUE(ended->Wait(LONG_ENOUGH));
+    EXPECT_TRUE(ended->Wait(TIMEOUT));
 }
 
 }  // namespace

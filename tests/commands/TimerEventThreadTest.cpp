@@ -12,12 +12,16 @@ namespace zel {
 namespace {
 
 constexpr double FAR = 1000;
+constexpr int TIMEOUT = 20'000;
 
-TEST(WaitTimeTest, IsCutToWholeMillisecondsThatFit) {
-    EXPECT_EQ(ToWaitTime(0.0027), 2);
-    EXPECT_EQ(ToWaitTime(-1e300) + ToWaitTime(NAN), 0);
-    EXPECT_EQ(ToWaitTime(2147483.6), 2147483600);
-    EXPECT_EQ(ToWaitTime(2147483.7), INT_MAX);
+TEST(WaitTimeTest, RoundsDownToMillisecondsThatFitAnInt) {
+    const std::pair<double, int> rows[] = {
+        {0.0027, 2},          {-1e300, 0}, {NAN, 0}, {INFINITY, INT_MAX}, {2147483.6, 2147483600},
+        {2147483.7, INT_MAX},
+    };
+    for (const auto& [seconds, milliseconds] : rows) {
+        EXPECT_EQ(ToWaitTime(seconds), milliseconds) << seconds;
+    }
 }
 
 class TimerEventThreadTest : public testing::Test {
@@ -27,7 +31,7 @@ protected:
         m_timers->Join();
     }
 
-    // Arms a timer that notes its name.
+    // Arms a timer that records its name.
     RCPtr<TimerEventSource> Add(
         double interval, char name, std::function<void()> work = [] {}) {
         const RCPtr<TimerEventSource> source(new CallbackTimer(interval, [=, this] {
@@ -47,30 +51,29 @@ protected:
     std::string m_fired;
 };
 
-TEST_F(TimerEventThreadTest, FiresOnceWhatIsDueAndTellsHowLongToWait) {
+TEST_F(TimerEventThreadTest, FiresDueTimersOnceAndReportsTheNextWait) {
     EXPECT_EQ(m_timers->GetAmountToWait(), -1);
     Add(1e300, 'z');
     EXPECT_EQ(m_timers->GetAmountToWait(), INT_MAX);
     const RCPtr<TimerEventSource> next = Add(FAR, 'y');
     EXPECT_NEAR(m_timers->GetAmountToWait(), FAR * 1000, 20'000);
     EXPECT_EQ(FireEvents(), "");
-
     for (const double interval : {0.0, -1.0, static_cast<double>(NAN), 1e-9}) {
         m_timers->AddTimer(Add(interval, 'd'));
     }
     EXPECT_EQ(m_timers->GetAmountToWait(), 0);
     EXPECT_EQ(FireEvents(), "dddd");
     EXPECT_EQ(FireEvents(), "");
-
-    m_timers->DeleteTimer(next.Get());
-    m_timers->DeleteTimer(next.Get());
-    m_timers->DeleteTimer(nullptr);
+    for (TimerEventSource* source :
+         {next.Get(), next.Get(), static_cast<TimerEventSource*>(nullptr)}) {
+        m_timers->DeleteTimer(source);
+    }
     EXPECT_EQ(m_timers->GetAmountToWait(), INT_MAX);
     EXPECT_THROW(m_timers->AddTimer(nullptr), Exception);
     EXPECT_THROW(CallbackTimer(1, nullptr), Exception);
 }
 
-TEST_F(TimerEventThreadTest, APassGoesByAddressesAndByWhatItFoundDueWhateverTheTimersDo) {
+TEST_F(TimerEventThreadTest, APassFiresWhatItFoundDueInAddressOrderUpToAnException) {
     RCPtr<TimerEventSource> a;
     RCPtr<TimerEventSource> b;
     a = Add(0, 'a', [&] {
@@ -81,12 +84,12 @@ TEST_F(TimerEventThreadTest, APassGoesByAddressesAndByWhatItFoundDueWhateverTheT
     a->Restart();
     EXPECT_EQ(FireEvents(), a < b ? "ab" : "ba");
     EXPECT_EQ(FireEvents(), "c");
-    for (int i = 0; i < 2; ++i) {
-        Add(0, 'x', [] { throw 1; });
+    Add(0, 'x', [] { throw 1; });
+    Add(0, 'x', [] { throw 1; });
+    for (const char* const fired : {"x", "xx"}) {
+        EXPECT_THROW(m_timers->FireEvents(), int);
+        EXPECT_EQ(m_fired, fired);
     }
-    EXPECT_THROW(m_timers->FireEvents(), int);
-    EXPECT_THROW(m_timers->FireEvents(), int);
-    EXPECT_EQ(m_fired, "xx");
     EXPECT_EQ(m_timers->GetAmountToWait(), 0);
 }
 
@@ -94,12 +97,12 @@ TEST_F(TimerEventThreadTest, WakesForANearerTimerAndLeavesTheOthersArmed) {
     m_timers->Start();
     Add(FAR, 'f');
     for (int i = 0; i < 300; ++i) {
-        const RCPtr<TimerEventSource> putOff = Add(0.0001 * (i % 20), 'p');
-        putOff->Restart();
-        m_timers->DeleteTimer(putOff.Get());
+        const RCPtr<TimerEventSource> deleted = Add(0.0001 * (i % 20), 'p');
+        deleted->Restart();
+        m_timers->DeleteTimer(deleted.Get());
         const RCPtr<Event> fired(new Event(Event::ManualReset));
         Add(0.0001 * (i % 7), 'n', [=] { fired->Set(true); });
-        ASSERT_TRUE(fired->Wait(20'000)) << i;
+        ASSERT_TRUE(fired->Wait(TIMEOUT)) << i;
     }
     m_timers->RequestStop();
     m_timers->Join();

@@ -8,15 +8,14 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 #include <tuple>
 
 namespace zel {
 namespace {
 
-constexpr int LONG_ENOUGH = 20000;
+constexpr int TIMEOUT = 20'000;
 
-TEST(TickScheduleTest, TakesTheLatenessOffTheNextInterval) {
+TEST(TickScheduleTest, SubtractsTheLatenessFromTheNextInterval) {
     const std::tuple<double, double, double, int> rows[] = {
         {0.5, 0.03, 0.47, 100}, {0.05, 0, 0.05, 45}, {0.03125, 0, 0.03125, 28},
         {0.5, 0.495, 0.01, 9},  {0.5, 5, 0.01, 9},   {0, 0.001, 0.01, 9},
@@ -31,37 +30,15 @@ TEST(TickScheduleTest, TakesTheLatenessOffTheNextInterval) {
     EXPECT_EQ(TickSchedule::GetSleep(0.001), 0);
 }
 
-TEST(TickScheduleTest, KeepsTheRateOverAnHourOfRandomLateness) {
-    constexpr double period = 0.25;
-    constexpr double hour = 3600;
-    constexpr double look = 1e-5;  // what a sleep of 0 takes
-    std::mt19937 random(1);
-    std::uniform_real_distribution<double> lateness(look, 0.1);
-    TickSchedule schedule(period);
-    int ticks = 0;
-    double started = 0;
-    for (double clock = 0; clock < hour;) {
-        const double remaining = schedule.GetRemaining(clock - started);
-        int sleep = TickSchedule::GetSleep(remaining);
-        if (remaining <= 0) {
-            ++ticks;
-            started = clock;
-            sleep = schedule.BeginNext(remaining);
-        }
-        clock += sleep > 0 ? sleep / 1000.0 + lateness(random) : look;
-    }
-    EXPECT_NEAR(ticks, hour / period, 1);
-}
-
-// Keeps the command posted last until the test asks for it.
-struct PatientProcessor : CommandProcessor {
+// Keeps the last posted command until the test takes it.
+struct ManualProcessor : CommandProcessor {
     void PostCommand(RCPtr<Command> command) override {
         ++posts;
         last = std::move(command);
         posted.Set(true);
     }
 
-    RCPtr<Command> Take() { return posted.Wait(LONG_ENOUGH) ? std::move(last) : nullptr; }
+    RCPtr<Command> Take() { return posted.Wait(TIMEOUT) ? std::move(last) : nullptr; }
     bool GetsNone() { return !posted.Wait(40); }
 
     int posts = 0;
@@ -69,8 +46,8 @@ struct PatientProcessor : CommandProcessor {
     Event posted{Event::AutomaticReset};
 };
 
-TEST(TimerThreadTest, EndsAfterItsTicksNoneOfThemEarlyOrWithoutAProcessor) {
-    const RCPtr<PatientProcessor> processor(new PatientProcessor);
+TEST(TimerThreadTest, ExitsAfterItsTicksOrWithoutAProcessorAndTicksNeverEarly) {
+    const RCPtr<ManualProcessor> processor(new ManualProcessor);
     for (const int count : {0, 3}) {
         const Timer stopwatch;
         TimerThread(processor, 0.02, 3, count).Run();
@@ -80,13 +57,13 @@ TEST(TimerThreadTest, EndsAfterItsTicksNoneOfThemEarlyOrWithoutAProcessor) {
     TimerThread(nullptr, 0, 1, TimerThread::FOREVER).Run();
 }
 
-TEST(TimerThreadTest, PostsATickOnceTheOneInFlightIsDoneAndCountsNoneThatIsDropped) {
+TEST(TimerThreadTest, PostsATickAfterTheOneInFlightIsDoneAndDoesNotCountDroppedTicks) {
     const test::ScopedLogger log;
-    const RCPtr<PatientProcessor> processor(new PatientProcessor);
+    const RCPtr<ManualProcessor> processor(new ManualProcessor);
     const RCPtr<TimerThread> timer(new TimerThread(processor, 0, 1, 3));
     std::string calls;
     const auto connect = [&](auto sink) { timer->GetEvent().Connect(sink); };
-    connect([&](TimerThread* fired) { calls += fired == timer.Get() ? "sink " : "stranger "; });
+    connect([&](TimerThread* fired) { calls += fired == timer.Get() ? "sink " : "other timer "; });
     connect([&](TimerThread*) {
         calls == "sink " ? throw Exception("SomeEx", "x", "Some", 7) : throw 1;
     });
@@ -99,7 +76,7 @@ TEST(TimerThreadTest, PostsATickOnceTheOneInFlightIsDoneAndCountsNoneThatIsDropp
     EXPECT_EQ(log.sink->TakeText(),
               "\n3 CommandProcessor Timer event handler got exception. SomeEx: x (Some:7)");
     EXPECT_THROW(processor->Take()->Run(), int);
-    EXPECT_TRUE(processor->GetsNone()) << "a foreign exception holds its place";
+    EXPECT_TRUE(processor->GetsNone()) << "after an exception of another type it stays in flight";
     EXPECT_EQ(calls, "sink sink ");
 
     const RCPtr<TimerThread> endless(new TimerThread(processor, 0, 1, TimerThread::FOREVER));

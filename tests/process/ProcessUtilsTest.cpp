@@ -23,10 +23,10 @@ std::string NameOf(pid_t pid) {
             return process->name;
         }
     }
-    return "not there";
+    return "not listed";
 }
 
-TEST(ProcessUtilsTest, FindsAProcessInAnyCaseAndListsItInItsOwnAlone) {
+TEST(ProcessUtilsTest, FindsWithoutRegardToCaseAndListsWithRegardToIt) {
     const test::UniqueProgram program;
     const test::ChildProcess one(program.GetCommand());
     const test::ChildProcess another(program.GetCommand());
@@ -41,16 +41,16 @@ TEST(ProcessUtilsTest, FindsAProcessInAnyCaseAndListsItInItsOwnAlone) {
 
     unsigned int pid = 0;
     EXPECT_TRUE(ProcessUtils::FindProcess(otherCase, &pid));
-    EXPECT_EQ(pid, processes.front()->pid) << "the first of the listing";
+    EXPECT_EQ(pid, processes.front()->pid) << "the first listed";
     EXPECT_FALSE(ProcessUtils::FindProcess(program.name + "x", &pid));
     EXPECT_EQ(pid, processes.front()->pid);
 
     ProcessUtils::ListProcesses(&processes, "");
-    EXPECT_GT(processes.size(), 4) << "a listing adds to what is there";
+    EXPECT_GT(processes.size(), 4) << "a listing appends";
     EXPECT_EQ(NameOf(::getpid()), "process_tests");
 }
 
-TEST(ProcessUtilsTest, NamesWhatAProcessRunsHoweverThatIsCalled) {
+TEST(ProcessUtilsTest, ReportsTheNameOfADeletedExecutableAndOfOneNamedLikeIt) {
     for (const std::string name : {"runs", "ran", "runs (deleted)", "ran (deleted)"}) {
         const test::UniqueProgram program(name);
         const test::ChildProcess child(program.GetCommand());
@@ -62,19 +62,19 @@ TEST(ProcessUtilsTest, NamesWhatAProcessRunsHoweverThatIsCalled) {
     }
 }
 
-TEST(ProcessUtilsTest, ListsAProcessThatHasEndedButIsNotWaitedForAsUnknown) {
+TEST(ProcessUtilsTest, ListsAZombieAsUnknown) {
     const test::ChildProcess ended({"true"});
     siginfo_t info = {};
     ::waitid(P_PID, static_cast<id_t>(ended.GetId()), &info, WEXITED | WNOWAIT);
     EXPECT_EQ(NameOf(ended.GetId()), "unknown");
 }
 
-TEST(ProcessUtilsTest, ThrowsAndLeavesTheListWithoutAProcessFileSystem) {
-    constexpr int noRights = 77;
+TEST(ProcessUtilsTest, ThrowsAndKeepsTheListWithoutAProcessFileSystem) {
+    constexpr int notPermitted = 77;
     const int status = test::RunInChild([] {
         const int spaces = CLONE_NEWUSER | CLONE_NEWNS;
         if (::unshare(spaces) != 0 || ::mount("none", "/proc", "tmpfs", 0, nullptr) != 0) {
-            return noRights;
+            return notPermitted;
         }
         const test::ScopedLogger log;
         Processes processes{new ProcessInfo};
@@ -87,8 +87,8 @@ TEST(ProcessUtilsTest, ThrowsAndLeavesTheListWithoutAProcessFileSystem) {
         EXPECT_EQ(processes.size(), 1);
         return ::testing::Test::HasFailure() ? 1 : 0;
     });
-    if (status == noRights) {
-        GTEST_SKIP() << "the process file system can't be hidden here";
+    if (status == notPermitted) {
+        GTEST_SKIP() << "no permission to hide /proc";
     }
     EXPECT_EQ(status, 0);
 }

@@ -5,7 +5,7 @@
 
 namespace zel::test {
 
-// A shell under a name that no other program has, as tests run beside one another.
+// A shell under a unique name, as tests run concurrently.
 class UniqueProgram {
 public:
     explicit UniqueProgram(std::string programName = "zel_" + std::to_string(::getpid()))
@@ -13,7 +13,7 @@ public:
         std::filesystem::copy_file("/bin/sh", path);
     }
 
-    // That runs until the child goes.
+    // Prints a line feed and runs until it is killed.
     std::vector<std::string> GetCommand() const { return {path, "-c", "echo; kill -STOP $$"}; }
 
 private:

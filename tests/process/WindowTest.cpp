@@ -22,17 +22,17 @@ std::unique_ptr<T, Free> Own(T* memory) {
     return std::unique_ptr<T, Free>(memory);
 }
 
-// The screen can't be waited for in one place, as a manager tells by properties of many windows.
+// Polls: a window manager reports its progress by properties of many windows.
 template <class Condition>
-bool Becomes(Condition isSo) {
+bool Becomes(Condition isTrue) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!isSo() && std::chrono::steady_clock::now() < end) {
+    while (!isTrue() && std::chrono::steady_clock::now() < end) {
         std::this_thread::yield();
     }
-    return isSo();
+    return isTrue();
 }
 
-// A screen in memory, by itself or with a window manager.
+// An X server in memory, with or without a window manager.
 class Screen {
 public:
     explicit Screen(bool isManaged) : m_isManaged(isManaged) {
@@ -52,7 +52,7 @@ public:
         ::unsetenv("DISPLAY");
     }
 
-    // On top of all others.
+    // Shows a window on top of all others.
     xcb_window_t Show(unsigned int owner, const std::string& title) {
         const xcb_window_t window = xcb_generate_id(m_connection);
         xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, window, m_root, 10, 10, 200, 100, 0,
@@ -61,7 +61,7 @@ public:
         xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NAME,
                             XCB_ATOM_STRING, 8, static_cast<std::uint32_t>(title.size()),
                             title.data());
-        // A manager that is just starting may let a request lie until the next one comes.
+        // A manager that is starting may ignore the first request.
         EXPECT_TRUE(Becomes([&] {
             xcb_map_window(m_connection, window);
             return GetTop() == window;
@@ -69,7 +69,7 @@ public:
         return window;
     }
 
-    // And maximised, and with the keyboard.
+    // Returns whether the window is on top, maximised and has the focus.
     bool IsInFront(xcb_window_t window) {
         const auto focus = Own(
             xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
@@ -110,7 +110,7 @@ private:
 
 class WindowTest : public ::testing::TestWithParam<bool> {};
 
-TEST_P(WindowTest, RaisesTheUppermostOfThoseWithThatTitleAndGivesItTheKeyboard) {
+TEST_P(WindowTest, RaisesAndFocusesTheTopmostWindowWithThatTitle) {
     const char* const needed =
         GetParam() ? "command -v Xvfb openbox >/dev/null" : "command -v Xvfb >/dev/null";
     if (std::system(needed) != 0) {
@@ -149,9 +149,9 @@ TEST_P(WindowTest, RaisesTheUppermostOfThoseWithThatTitleAndGivesItTheKeyboard) 
     ProcessUtils::SwitchToProcess("zel_no_such_process", "orders");
 }
 
-INSTANTIATE_TEST_SUITE_P(WithoutAndWithAManager, WindowTest, ::testing::Bool());
+INSTANTIATE_TEST_SUITE_P(WithoutAndWithManager, WindowTest, ::testing::Bool());
 
-TEST(NoWindowTest, DoesNothingAtOnceWithoutAScreenOfThisMachine) {
+TEST(NoWindowTest, ReturnsAtOnceWithoutADisplayOfThisMachine) {
     const auto start = std::chrono::steady_clock::now();
     for (const char* display : {"", "nonsense", ":7777", "192.0.2.1:0"}) {
         ::setenv("DISPLAY", display, 1);
