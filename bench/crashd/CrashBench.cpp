@@ -17,14 +17,14 @@ namespace {
 
 using Command = std::vector<std::string>;
 
-// So that what a program leaves behind becomes a child of this process.
+// Orphans of a program become children of this process.
 const int s_isReaper = prctl(PR_SET_CHILD_SUBREAPER, 1);
 
 void ReportAverage(benchmark::State& state, const char* unit, double sum) {
     state.counters[unit] = benchmark::Counter(sum, benchmark::Counter::kAvgIterations);
 }
 
-// From a fault to the end of all that it leads to. `expected` has to stand on standard error then.
+// Measures from a fault to the end of all processes. Requires `expected` on standard error.
 template <class Program>
 void Die(benchmark::State& state, const char* expected, const Program& program) {
     double sum = 0;
@@ -34,7 +34,7 @@ void Die(benchmark::State& state, const char* expected, const Program& program) 
         std::string errors;
         sum += victim.MeasureDeath(errors);
         Require(errors.find(expected) != std::string::npos,
-                "the victim's stack is told: " + errors);
+                "the victim's stack is reported: " + errors);
     }
     ReportAverage(state, "ms", sum);
 }
@@ -48,7 +48,7 @@ void DieAlone() {
     FaultOnDemand();
 }
 
-// The same walk as ours makes, without a word to anybody else.
+// The same walk as ours, without a daemon.
 void WalkAndDie(int signal, siginfo_t*, void* context) {
     static zel_crash_msg_s s_record;
     ZelStackWalker(0, nullptr, 0, &s_record).ShowCallstack(nullptr, context);

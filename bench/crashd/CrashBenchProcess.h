@@ -7,7 +7,7 @@
 
 namespace zel::bench {
 
-// A process that is there to die. All that it leaves behind is waited for.
+// A process that crashes. Its destructor waits for all processes it has left.
 class Process : public test::ChildProcess {
 public:
     using ChildProcess::ChildProcess;
@@ -19,8 +19,8 @@ public:
         }
     }
 
-    // Lets it fault, by FaultOnDemand: how many milliseconds later nobody holds its standard error
-    // any more.
+    // Makes it fault, by FaultOnDemand, and returns the milliseconds until the last process has
+    // closed its standard error.
     double MeasureDeath(std::string& errors) const {
         using Clock = std::chrono::steady_clock;
         Write("f");

@@ -1,4 +1,4 @@
-// The least that a C++ program is, waiting.
+// The smallest C++ program, waiting.
 
 #include <cstdio>
 #include <iostream>

@@ -6,7 +6,7 @@
 
 namespace zel::bench {
 
-// What runs on both sides of a comparison: a fault ten calls deep.
+// A fault ten calls deep, for both sides of a comparison.
 [[gnu::noinline]] inline int Fault(int depth, volatile int* nowhere) {
     if (depth > 0) {
         return Fault(depth - 1, nowhere) + 1;
@@ -14,7 +14,7 @@ namespace zel::bench {
     return *nowhere;
 }
 
-// Waits for a byte on standard input, tells the time on standard output and faults.
+// Waits for a byte on standard input, prints the time on standard output and faults.
 inline void FaultOnDemand() {
     char byte = 0;
     if (read(STDIN_FILENO, &byte, 1) != 1) {

@@ -1,4 +1,4 @@
-// Sets up crash handling after it has taken so many MiB of memory, tells how many milliseconds that
+// Allocates the given number of MiB, sets up crash handling, prints how many milliseconds that
 // took, waits for a byte and faults.
 
 #include "zel/crashd/CrashHandler.h"
@@ -14,7 +14,7 @@
 int main(int argc, char** argv) {
     constexpr std::size_t mebibyte = 1 << 20;
     std::vector<char> memory;
-    // The copy of a program doesn't have to do all that the program does.
+    // The helper process doesn't need the memory.
     if (std::getenv("crashd_bench_victim_SHOULD_START_DAEMON_") == nullptr) {
         memory.assign(std::stoul(argv[1]) * mebibyte, 1);
     }

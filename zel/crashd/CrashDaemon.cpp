@@ -2,7 +2,7 @@
 
 #include "zel/core/StringUtils.h"
 #include "zel/platform/CrashChannel.h"
-#include "zel/platform/SecondCopy.h"
+#include "zel/platform/HelperProcess.h"
 #include "zel/platform/SystemErrorText.h"
 #include "zel/platform/ThreadInfo.h"
 
@@ -19,14 +19,13 @@ namespace {
 
 constinit zel_crash_msg_s s_record = {};
 
-// A text that came without an end, or one that has to fit.
 template <std::size_t Size>
 void SetText(char (&field)[Size], const std::string& text) {
     field[text.copy(field, Size - 1)] = '\0';
 }
 
 template <std::size_t Size>
-void EndText(char (&field)[Size]) {
+void TerminateText(char (&field)[Size]) {
     field[Size - 1] = '\0';
 }
 
@@ -43,20 +42,20 @@ zel_crash_msg_s MakeOwnFault(int error) {
     return record;
 }
 
-[[noreturn]] void EndWith(int code) {
+[[noreturn]] void ExitProcess(int code) {
     std::fflush(nullptr);
     std::exit(code);
 }
 
-// False if the program ended without a crash.
+// Returns false if the program ended without a crash.
 bool ReceiveCrashMessage(const char* pipeName) {
-    const platform::PoliteSignalsIgnored politeSignalsIgnored;
+    const platform::IgnoredTerminationSignals ignoredSignals;
     platform::CrashChannelReader channel;
     if (!channel.Open(pipeName)) {
         const int error = errno;
         std::cerr << "crashd: Failed to open the crash data pipe '" << pipeName << "'\n"
                   << std::flush;
-        EndWith(error);
+        ExitProcess(error);
     }
     return ReadCrashMessage(
         [&channel](void* buffer, std::size_t size) { return channel.Read(buffer, size); },
@@ -87,15 +86,15 @@ void CheckCrashMessage(zel_crash_msg_s& record, std::ostream& out) {
         record = MakeOwnFault(error);
         return;
     }
-    EndText(record.prog_name);
-    EndText(record.asserts);
-    EndText(record.ancillary);
+    TerminateText(record.prog_name);
+    TerminateText(record.asserts);
+    TerminateText(record.ancillary);
 }
 
 void crashd_main(const char* pipeName, CrashCallback callback) noexcept {
     std::cerr << "crashd_main: Win32!\n" << std::flush;
     if (!ReceiveCrashMessage(pipeName)) {
-        EndWith(EXIT_SUCCESS);
+        ExitProcess(EXIT_SUCCESS);
     }
     CheckCrashMessage(s_record, std::cerr);
     if (callback) {
@@ -103,7 +102,7 @@ void crashd_main(const char* pipeName, CrashCallback callback) noexcept {
     } else {
         PrintCrashReport(s_record, std::cerr);
     }
-    EndWith(EXIT_SUCCESS);
+    ExitProcess(EXIT_SUCCESS);
 }
 
 }  // namespace zel

@@ -4,8 +4,8 @@
 #include "zel/platform/CrashChannel.h"
 #include "zel/platform/FaultStack.h"
 #include "zel/platform/FaultTrap.h"
+#include "zel/platform/HelperProcess.h"
 #include "zel/platform/PathName.h"
-#include "zel/platform/SecondCopy.h"
 #include "zel/platform/ThreadInfo.h"
 
 #include <algorithm>
@@ -20,18 +20,18 @@ namespace {
 
 const LogArea s_log("crashd/CrashHandler", 3);
 
-// A crash finds all that it needs here.
+// Static, so that a crash needs no memory.
 constinit platform::CrashChannel s_channel;
 constinit zel_crash_msg_s s_record = {};
 
-// A program's death is put off by no more than both together.
-constexpr int MILLISECONDS_TO_WALK = 3000;
-constexpr int MILLISECONDS_TO_SEND = 1000;
+// Together the longest delay of a crashed program's end.
+constexpr int WALK_TIMEOUT = 3000;  // milliseconds
+constexpr int SEND_TIMEOUT = 1000;
 
-// A copy that waits for something that this process holds would never come so far.
-constexpr int SECONDS_TO_CONNECT = 30;
+// The daemon never gets that far if it waits for something this process holds.
+constexpr int CONNECT_TIMEOUT = 30;  // seconds
 
-std::string VariableOf(const char* program) {
+std::string VariableFor(const char* program) {
     return std::string(program) + "_SHOULD_START_DAEMON_";
 }
 
@@ -45,7 +45,7 @@ bool CreateChannel() {
     return true;
 }
 
-bool StartDaemon(const std::string& variable, char** arguments, platform::SecondCopy& daemon) {
+bool StartDaemon(const std::string& variable, char** arguments, platform::HelperProcess& daemon) {
     if (!daemon.Start(variable, s_channel, arguments)) {
         const int error = errno;
         Log(s_log, 2,
@@ -70,8 +70,8 @@ void PrepareRecord(const char* program) {
     s_record.pid = static_cast<std::uint32_t>(platform::CurrentProcessNumber());
 }
 
-bool Connect(platform::SecondCopy& daemon) {
-    if (!daemon.WaitUntilListening(s_channel, SECONDS_TO_CONNECT)) {
+bool Connect(platform::HelperProcess& daemon) {
+    if (!daemon.WaitUntilListening(s_channel, CONNECT_TIMEOUT)) {
         Log(s_log, 2,
             "[CrashHandler::Initialize] crash daemon never connected to the PIPE! Crash handling "
             "disabled.");
@@ -93,13 +93,13 @@ void FillRecord(const platform::FaultRecord& fault) {
     s_record.tid = fault.thread;
 }
 
-struct LastWalk {
+struct CrashWalk {
     ZelStackWalker walker;
     const void* context;
 };
 
 void Walk(void* argument) {
-    LastWalk& walk = *static_cast<LastWalk*>(argument);
+    CrashWalk& walk = *static_cast<CrashWalk*>(argument);
     if (walk.walker.LoadModules()) {
         walk.walker.ShowCallstack(nullptr, walk.context, nullptr, nullptr);
     }
@@ -112,7 +112,7 @@ void Send(void*) {
     s_channel.Close();
 }
 
-void OnFault(platform::FaultRecord& fault) {
+void ReportFault(platform::FaultRecord& fault) {
     CrashHandlerCustomExceptionFilter(&fault);
 }
 
@@ -129,30 +129,30 @@ bool CrashHandler::Initialize(int argc, char** argv, CrashCallback callback) {
         return true;
     }
     const char* const program = platform::FileOfPath(argv[0]);
-    const std::string variable = VariableOf(program);
+    const std::string variable = VariableFor(program);
     std::string pipeName;
     if (platform::TakeVariable(variable, pipeName)) {
         crashd_main(pipeName.c_str(), std::move(callback));
     }
     if (variable.find('=') != std::string::npos) {
         Log(s_log, 2, "[CrashHandler::Initialize] The program name '", program,
-            "' can't stand in the name of an environment variable.");
+            "' can't be part of an environment variable's name.");
         return false;
     }
-    platform::SecondCopy daemon;
+    platform::HelperProcess daemon;
     if (!CreateChannel() || !StartDaemon(variable, argv, daemon)) {
         return false;
     }
     ProtectThisThread();
-    // What a walk needs is made now, while there is memory.
+    // A walk's resources are allocated now, while there is memory.
     StackWalker().LoadModules();
     PrepareRecord(program);
-    platform::CatchFaults(OnFault);
+    platform::CatchFaults(ReportFault);
     return Connect(daemon);
 }
 
 void CrashHandler::ProtectThisThread() noexcept {
-    platform::KeepFaultStack();
+    platform::InstallFaultStack();
 }
 
 long CrashHandlerCustomExceptionFilter(ExceptionPointers* pointers) {
@@ -160,9 +160,9 @@ long CrashHandlerCustomExceptionFilter(ExceptionPointers* pointers) {
         return 0;
     }
     FillRecord(*pointers);
-    LastWalk walk = {{s_record.pid, nullptr, s_record.tid, &s_record}, pointers->context};
-    platform::DoGuarded(Walk, &walk, MILLISECONDS_TO_WALK);
-    platform::DoGuarded(Send, nullptr, MILLISECONDS_TO_SEND);
+    CrashWalk walk = {{s_record.pid, nullptr, s_record.tid, &s_record}, pointers->context};
+    platform::DoGuarded(Walk, &walk, WALK_TIMEOUT);
+    platform::DoGuarded(Send, nullptr, SEND_TIMEOUT);
     platform::EndByFault(*pointers);
 }
 

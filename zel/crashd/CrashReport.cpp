@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* VERSION = "0.1";
 
-// The end of its line stands in it.
+// The text ends with a line feed.
 std::string TimeText(std::uint32_t timestamp) {
     const auto time = static_cast<std::time_t>(timestamp);
     const char* const text = std::ctime(&time);
@@ -63,7 +63,7 @@ void PrintCrashReport(const zel_crash_msg_s& record, std::ostream& out) {
     }
     text += "\nAncillary data:\n";
     text += record.ancillary;
-    // At one stroke, so that what other processes write stays out of it.
+    // One write, so that the output of other processes doesn't mix with the report.
     out << text + '\n' << std::flush;
 }
 

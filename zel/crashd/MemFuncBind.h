@@ -8,23 +8,27 @@
 
 namespace zel {
 
-// The result of a call that gives nothing.
+/// The result of a call that returns nothing.
 struct ZelVoidT {};
 
-// A call that is passed on as an object, made of a member function or of anything callable:
-//
-//     auto callback = BindMemFunc(reporter, &Reporter::OnCrash);
-//     auto other = BindCallback<ZelVoidT, const zel_crash_msg_s*>([](auto* record) { ... });
+/// A call as an object, made from a member function or from any callable:
+///
+///     auto callback = BindMemFunc(reporter, &Reporter::OnCrash);
+///     auto other = BindCallback<ZelVoidT, const zel_crash_msg_s*>([](auto* record) { ... });
+///
+/// Guide: docs/crash.md
 template <class R, class A>
 class MemFuncBindBase : public RCObject {
 public:
-    // Makes the call, on the calling thread; what it throws passes on.
+    /// Makes the call on the calling thread. Exceptions of the bound function propagate.
     virtual R Call(A argument) = 0;
 };
 
+/// The implementation for one type of callable. Use `BindCallback` or `BindMemFunc`.
 template <class R, class A, class Callable>
 class MemFuncBindImp : public MemFuncBindBase<R, A> {
 public:
+    /// Takes over `callable`.
     explicit MemFuncBindImp(Callable callable) : m_callable(std::move(callable)) {}
 
     R Call(A argument) override {
@@ -40,22 +44,25 @@ private:
     Callable m_callable;
 };
 
-// `callable` may give nothing where R is made from nothing.
+/// Returns a call of `callable`, which may return nothing if R is default-constructible.
 template <class R, class A, class Callable>
 RCPtr<MemFuncBindBase<R, A>> BindCallback(Callable callable) {
     return RCPtr<MemFuncBindBase<R, A>>(new MemFuncBindImp<R, A, Callable>(std::move(callable)));
 }
 
-// Holds the object, which isn't null; the function may be one of a base class.
+///@{
+/// Returns a call of a member function, which may be one of a base class. The result shares
+/// ownership of `object`.
+/// Requires: `object` isn't null.
 template <class T, class Base, class R, class A>
 RCPtr<MemFuncBindBase<R, A>> BindMemFunc(RCPtr<T> object, R (Base::*function)(A)) {
     return BindCallback<R, A>(std::bind_front(function, std::move(object)));
 }
 
-// The same for a function that doesn't change its object.
 template <class T, class Base, class R, class A>
 RCPtr<MemFuncBindBase<R, A>> BindMemFunc(RCPtr<T> object, R (Base::*function)(A) const) {
     return BindCallback<R, A>(std::bind_front(function, std::move(object)));
 }
+///@}
 
 }  // namespace zel

@@ -12,7 +12,7 @@ namespace {
 
 constexpr char LINE_END[] = {' ', '\n'};
 
-const char* Known(const char* text) {
+const char* OrUnknown(const char* text) {
     return text[0] == '\0' ? "???" : text;
 }
 
@@ -20,16 +20,16 @@ const char* ChooseName(const StackWalker::CallstackEntry& entry) {
     if (entry.fullyUndecoratedName[0] != '\0') {
         return entry.fullyUndecoratedName;
     }
-    return Known(entry.undecoratedName[0] != '\0' ? entry.undecoratedName : entry.symbolName);
+    return OrUnknown(entry.undecoratedName[0] != '\0' ? entry.undecoratedName : entry.symbolName);
 }
 
 unsigned LowBits(std::uint64_t address) {
     return static_cast<unsigned>(address & 0xFFFFFFFFU);
 }
 
-// What a buffer has kept of a text whose whole length snprintf gave.
+// The number of bytes in a buffer after snprintf has returned `length`.
 template <unsigned Size>
-unsigned KeptOf(int length) {
+unsigned LengthIn(int length) {
     return std::min(static_cast<unsigned>(length), Size - 1);
 }
 
@@ -52,10 +52,10 @@ void ZelStackWalker::OnCallstackEntry(CallstackEntryType type, CallstackEntry& e
         entry.frameAddress == 0) {
         return;
     }
-    unsigned length = KeptOf<sizeof(m_line)>(
+    unsigned length = LengthIn<sizeof(m_line)>(
         std::snprintf(m_line, sizeof(m_line), "%u %s 0x%08X %s (%s:%d)", m_frameCounter++,
-                      Known(entry.moduleName), LowBits(entry.frameAddress), ChooseName(entry),
-                      platform::FileOfPath(Known(entry.sourceFile)), entry.lineNumber));
+                      OrUnknown(entry.moduleName), LowBits(entry.frameAddress), ChooseName(entry),
+                      platform::FileOfPath(OrUnknown(entry.sourceFile)), entry.lineNumber));
     unsigned used = m_ancillaryUsed + length + endSize;
     if (used > size) {
         if (m_ancillaryUsed + endSize > size - 1) {
@@ -75,7 +75,7 @@ void ZelStackWalker::OnDbgHelpErr(const char* function, unsigned long error,
     if (m_record == nullptr || m_assertsPosition == nullptr) {
         return;
     }
-    const unsigned length = KeptOf<sizeof(m_errorEntry)>(std::snprintf(
+    const unsigned length = LengthIn<sizeof(m_errorEntry)>(std::snprintf(
         m_errorEntry, sizeof(m_errorEntry), "0x%08X:%s:%lu", LowBits(address), function, error));
     if (m_assertsUsed + length + 1 > sizeof(m_record->asserts)) {
         return;

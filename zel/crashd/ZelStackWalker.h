@@ -6,35 +6,38 @@
 
 namespace zel {
 
-// Walks the stack of a crashed thread into the texts of a crash record, as far as they reach:
-//
-//     ZelStackWalker walker(processId, nullptr, threadId, &record);
-//     walker.ShowCallstack(nullptr, context, nullptr, nullptr);
-//
-// It allocates nothing, takes no lock and looks up only what the walk comes to. One thread of a
-// process uses one at a time.
+/// Walks the stack of a crashed thread and writes the functions into the texts of a crash record:
+///
+///     ZelStackWalker walker(processId, nullptr, threadId, &record);
+///     walker.ShowCallstack(nullptr, context, nullptr, nullptr);
+///
+/// It allocates nothing, takes no lock and reads symbols only of the modules on the stack. One walk
+/// of a crash runs in a process at a time.
+///
+/// Guide: docs/crash.md
 class ZEL_ADVANCED_API ZelStackWalker : public StackWalker {
 public:
-    // Appends to the record's texts from their beginning; the record is zeroed, or null, and then
-    // nothing is kept. The first two arguments are those of StackWalker.
+    /// Makes a walker that writes to the record's texts from their start. The first two arguments
+    /// are those of `StackWalker`; nothing is written if `record` is null. Requires: the record's
+    /// texts are zeroed.
     ZelStackWalker(unsigned long processId, void* process, unsigned threadId,
                    zel_crash_msg_s* record);
     ~ZelStackWalker() override;
 
-    // The thread that the walker was made for.
+    /// Returns the thread that the walker was made for.
     unsigned GetThreadId() const noexcept { return m_threadId; }
 
-    // Appends "NUMBER MODULE 0xADDRESS SYMBOL (FILE:LINE)", a blank and a line feed to `ancillary`,
-    // with "???" for what isn't known and 1024 bytes of text at the most. The last line that has
-    // any room is cut, later ones are dropped.
+    /// Appends `NUMBER MODULE 0xADDRESS SYMBOL (FILE:LINE)`, a blank and a line feed to
+    /// `ancillary`, with `???` for unknown parts and at most 1024 bytes of text. The last line that
+    /// has any room is truncated, later ones are dropped.
     void OnCallstackEntry(CallstackEntryType type, CallstackEntry& entry) override;
 
-    // Appends "0xADDRESS:FUNCTION:ERROR;" to `asserts`, if it fits there whole.
+    /// Appends `0xADDRESS:FUNCTION:ERROR;` to `asserts` if all of it fits.
     void OnDbgHelpErr(const char* function, unsigned long error,
                       unsigned long long address) override;
 
 private:
-    // Texts of these sizes, with their ends.
+    // Both with room for the terminating zero.
     char m_line[1024 + 1] = {};
     char m_errorEntry[sizeof(zel_crash_msg_s::asserts) + 1] = {};
     unsigned m_threadId;

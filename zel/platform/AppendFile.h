@@ -5,9 +5,11 @@
 
 namespace zel::platform {
 
-// Appends to whatever file a path names at the moment: when the file that was opened has been
-// renamed or removed, the next Append begins a new one. Each Append goes out as one write, so that
-// lines of several processes don't mix. Not for several threads at once.
+/// Appends to the file that a path currently names: after the opened file has been renamed or
+/// removed, the next `Append` starts a new one. Each `Append` is one write, so that lines of
+/// several processes don't mix.
+///
+/// Not thread-safe.
 class AppendFile {
 public:
     explicit AppendFile(std::string path);
@@ -15,10 +17,10 @@ public:
     AppendFile(const AppendFile&) = delete;
     AppendFile& operator=(const AppendFile&) = delete;
 
-    // False if there is no open file, at the start or after a failed reopening.
+    /// Returns false if opening failed, at the start or after a rotation.
     bool IsOpen() const noexcept;
 
-    // False if the text couldn't be written whole.
+    /// Returns false if the text wasn't written completely.
     bool Append(std::string_view text) noexcept;
 
 private:

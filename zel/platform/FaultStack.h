@@ -1,12 +1,15 @@
 #pragma once
 
+#include "zel/core/Export.h"
+
 namespace zel::platform {
 
-// A stack on which a thread's fatal faults are handled, so that even the overflow of its own can
-// be told. A new system must offer these; none of them throws, and without memory the thread goes
-// without.
+/// A separate stack on which a thread's fatal faults are handled, so that an overflow of its own
+/// stack can be reported. Each system implements these. They don't throw; if memory is missing, the
+/// thread has no such stack.
 
-// Serves the thread that makes it, until the same thread destroys it.
+/// Gives the calling thread a fault stack for the lifetime of the object.
+/// Requires: the thread that constructs the object destroys it.
 class FaultStack {
 public:
     FaultStack() noexcept;
@@ -18,8 +21,8 @@ private:
     void* m_memory = nullptr;
 };
 
-// Gives the calling thread a stack of that kind until it ends, unless it has one. The main thread
-// keeps it past the end of main, for the destructors of static objects.
-void KeepFaultStack() noexcept;
+/// Gives the calling thread a fault stack until the thread ends, unless it has one. The main thread
+/// keeps it after the end of `main`, for the destructors of static objects.
+ZEL_CORE_API void InstallFaultStack() noexcept;
 
 }  // namespace zel::platform

@@ -5,21 +5,19 @@
 
 namespace zel::platform {
 
-// Puts threads to sleep on a 32-bit word and wakes them: what a lock needs of the system once it
-// is contended. A new system must offer these three; none of them allocates, throws or changes
-// errno.
+/// Blocks threads on a 32-bit word and wakes them: the system's part of a contended lock. Each
+/// system implements these. They don't allocate, don't throw and leave `errno` unchanged.
 
-// Sleeps while `word` holds `expected`. Returns on UnparkOne for that word, at once when the word
-// has another value, and now and then for no reason: the caller looks again. Where
-// ProcessWideBarrier has no effect, it also returns after a millisecond at the most.
+/// Blocks while `word` holds `expected`. Returns after `UnparkOne` for that word, at once if the
+/// word has another value, and sometimes without a reason: the caller checks again. If
+/// `ProcessWideBarrier` is unsupported, it also returns after at most one millisecond.
 void Park(std::atomic<std::uint32_t>& word, std::uint32_t expected) noexcept;
 
-// Wakes one thread that sleeps on `word`, if there is one.
+/// Wakes one thread that is blocked on `word`, if there is one.
 void UnparkOne(std::atomic<std::uint32_t>& word) noexcept;
 
-// Acts as a full memory fence on every running thread of the process. It lets the frequent side of
-// a hand-shake go without a fence of its own while the rare side calls this between its store and
-// its load.
+/// Acts as a full memory fence on every running thread of the process. The frequent side of a
+/// handshake then needs no fence if the rare side calls this between its store and its load.
 void ProcessWideBarrier() noexcept;
 
 }  // namespace zel::platform

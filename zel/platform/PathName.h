@@ -2,8 +2,8 @@
 
 namespace zel::platform {
 
-// The name behind the directories of a path, which is a part of it; all of it if it has none. For
-// the handler of a fault, which can't ask for memory as FileUtils does.
+/// Returns the part of `path` after its last separator, all of it if it has none. Allocates
+/// nothing, so that the handler of a fault can call it.
 const char* FileOfPath(const char* path) noexcept;
 
 }  // namespace zel::platform

@@ -2,8 +2,8 @@
 
 namespace zel::platform {
 
-// What the system says to one of its error numbers, in no particular language of the user's; an
-// empty text for a number that it doesn't know. The text stays.
+/// Returns the system's text for one of its error numbers, independent of the user's language; an
+/// empty text for an unknown number. The text lives as long as the process.
 const char* SystemErrorText(int number) noexcept;
 
 }  // namespace zel::platform

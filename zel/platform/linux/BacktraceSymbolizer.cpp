@@ -15,13 +15,13 @@
 #include <unistd.h>
 #include <unwind.h>
 
-// The linker leads the library's calls of dl_iterate_phdr and backtrace_open here.
+// The linker redirects the library's calls of dl_iterate_phdr and backtrace_open to these.
 extern "C" {
 int __real_dl_iterate_phdr(int (*take)(dl_phdr_info*, std::size_t, void*), void* argument);
 int __wrap_dl_iterate_phdr(int (*take)(dl_phdr_info*, std::size_t, void*), void* argument);
-int __real_backtrace_open(const char* file, backtrace_error_callback tell, void* data,
+int __real_backtrace_open(const char* file, backtrace_error_callback onError, void* data,
                           int* isMissing);
-int __wrap_backtrace_open(const char* file, backtrace_error_callback tell, void* data,
+int __wrap_backtrace_open(const char* file, backtrace_error_callback onError, void* data,
                           int* isMissing);
 }
 
@@ -32,13 +32,13 @@ namespace {
 constexpr int THREADED = 1;
 constexpr int NO_SUCH_DATA = -1;
 
-// Made once and never freed: the library has no way to.
+// Created once and never freed, because the library can't.
 std::atomic<backtrace_state*> s_state{nullptr};
 
 void IgnoreError(void*, const char*, int) {}
 
-// To the kernel a program that was started by way of the loader is the loader, and one whose first
-// thread has ended is nothing.
+// /proc/self/exe names the dynamic loader if the program was started through it, and is unreadable
+// after the main thread has exited.
 const char* ProgramFile() noexcept {
     if (getauxval(AT_BASE) == 0) {
         return reinterpret_cast<const char*>(getauxval(AT_EXECFN));
@@ -47,12 +47,12 @@ const char* ProgramFile() noexcept {
     return access(file, R_OK) == 0 ? file : "/proc/thread-self/exe";
 }
 
-// What is known of one address.
+// Looks up one address.
 class Lookup {
 public:
     Lookup(const StackFrame& frame, StackTraceSink& sink) : m_frame(frame), m_sink(sink) {}
 
-    void TellBy(backtrace_state* state) {
+    void ReportWith(backtrace_state* state) {
         const auto address = static_cast<std::uintptr_t>(m_frame.address);
         m_service = "backtrace_pcinfo";
         backtrace_pcinfo(state, address, CountFunction, OnError, this);
@@ -97,11 +97,11 @@ private:
         }
     }
 
-    // Debug data has no more than the bare name of a function that no other file sees; the symbol
-    // table has its scope and its arguments too.
+    // Debug data has only the bare name of a function with internal linkage; the symbol table has
+    // its scope and arguments.
     const char* ChooseName(const char* function) const {
-        const bool isWhole = function != nullptr && std::strncmp(function, "_Z", 2) == 0;
-        return isWhole || m_symbol == nullptr ? function : m_symbol;
+        const bool isMangled = function != nullptr && std::strncmp(function, "_Z", 2) == 0;
+        return isMangled || m_symbol == nullptr ? function : m_symbol;
     }
 
     StackFrame m_frame;
@@ -111,14 +111,14 @@ private:
     std::size_t m_functions = 0;
 };
 
-// The one module that the library sees meanwhile; null: all that are loaded. Left to itself it
-// reads them all at the first look-up, and asks for them under the loader's lock.
+// The only module that the library sees; null for all loaded ones. By default it reads all of them
+// at the first look-up, under the loader's lock.
 constinit std::atomic<const link_map*> s_onlyModule{nullptr};
 
-// The modules that the last walk of a crash has come to, each in a state of its own.
+// The modules that the walk of a crash has reached, each with a state of its own.
 class CrashModules {
 public:
-    // Null if nothing can be read, with the system's error number.
+    // Returns null, with the system's error number, if the module can't be read.
     backtrace_state* Find(const link_map* module) {
         const auto end = m_modules.begin() + static_cast<std::ptrdiff_t>(m_count);
         const auto found = std::find_if(m_modules.begin(), end, [module](const Module& known) {
@@ -135,7 +135,7 @@ private:
 
     backtrace_state* Add(const link_map* module) {
         const char* const file = module->l_name[0] == '\0' ? ProgramFile() : module->l_name;
-        // For a file that has gone the library would take the program's.
+        // For a missing file the library would use the program's.
         if (m_count == m_modules.size() || access(file, R_OK) != 0) {
             return nullptr;
         }
@@ -160,8 +160,8 @@ bool Holds(const link_map& module, Function* function) {
     return ModuleOf(reinterpret_cast<void*>(function)) == &module;
 }
 
-// Debug data of the language's runtime lies in files of its own, if it is installed at all. To read
-// it takes a tenth of a second, and the last thing that a crash has to tell is a line in there.
+// Reading the separate debug data of the C and C++ runtime takes a tenth of a second, and a crash
+// report rarely needs its lines.
 bool IsRuntime(const link_map& module) {
     return module.l_name[0] != '\0' &&
            (Holds(module, std::abort) || Holds(module, std::terminate) ||
@@ -181,17 +181,17 @@ bool Symbolizer::Prepare() noexcept {
     backtrace_state* const state =
         backtrace_create_state(ProgramFile(), THREADED, IgnoreError, nullptr);
     backtrace_state* none = nullptr;
-    // Of two threads that come here at once the second finds the state of the first.
+    // Of two concurrent callers the second finds the state of the first.
     return state != nullptr &&
            (s_state.compare_exchange_strong(none, state, std::memory_order_acq_rel) ||
             none != nullptr);
 }
 
-void Symbolizer::Tell(const StackFrame& frame, StackTraceSink& sink) {
-    Lookup(frame, sink).TellBy(s_state.load(std::memory_order_acquire));
+void Symbolizer::Report(const StackFrame& frame, StackTraceSink& sink) {
+    Lookup(frame, sink).ReportWith(s_state.load(std::memory_order_acquire));
 }
 
-void Symbolizer::TellOfCrash(const StackFrame& frame, StackTraceSink& sink) {
+void Symbolizer::ReportOfCrash(const StackFrame& frame, StackTraceSink& sink) {
     const link_map* const module = ModuleOf(reinterpret_cast<void*>(frame.address));
     if (module == nullptr) {
         sink.OnFrame(frame);
@@ -204,7 +204,7 @@ void Symbolizer::TellOfCrash(const StackFrame& frame, StackTraceSink& sink) {
         return;
     }
     s_onlyModule = module;
-    Lookup(frame, sink).TellBy(state);
+    Lookup(frame, sink).ReportWith(state);
     s_onlyModule = nullptr;
 }
 
@@ -215,19 +215,19 @@ int __wrap_dl_iterate_phdr(int (*take)(dl_phdr_info*, std::size_t, void*), void*
     if (module == nullptr) {
         return __real_dl_iterate_phdr(take, argument);
     }
-    // Without a name it is the file that the state was made with.
+    // An empty name means the file that the state was made with.
     dl_phdr_info info = {};
     info.dlpi_name = "";
     info.dlpi_addr = module->l_addr;
     return take(&info, sizeof(info), argument);
 }
 
-int __wrap_backtrace_open(const char* file, backtrace_error_callback tell, void* data,
+int __wrap_backtrace_open(const char* file, backtrace_error_callback onError, void* data,
                           int* isMissing) {
     const link_map* const module = zel::platform::s_onlyModule.load();
     if (module == nullptr || !std::string_view(file).starts_with("/usr/lib/debug/") ||
         !zel::platform::IsRuntime(*module)) {
-        return __real_backtrace_open(file, tell, data, isMissing);
+        return __real_backtrace_open(file, onError, data, isMissing);
     }
     if (isMissing != nullptr) {
         *isMissing = 1;

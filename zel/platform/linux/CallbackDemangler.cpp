@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-// Part of the C++ runtime of GCC, and the only form of its demangler that takes no memory.
+// Part of GCC's C++ runtime; the only form of its demangler that doesn't allocate.
 extern "C" int __gcclibcxx_demangle_callback(const char* name,
                                              void (*take)(const char* text, std::size_t length,
                                                           void* argument),
@@ -13,7 +13,7 @@ namespace zel::platform {
 
 namespace {
 
-// It lies on the stack, and its work takes as much of that as a name is long.
+// The demangler's stack use grows with the length of the name.
 constexpr std::size_t LONGEST_NAME = 1023;
 
 struct Text {
@@ -32,7 +32,7 @@ void Append(const char* part, std::size_t length, void* argument) {
 
 bool UndecorateName(const char* name, bool, char* buffer, std::size_t size) {
     Text text = {buffer, size - 1};
-    // Without the mark of a function's name it would be read as that of a type.
+    // A name without this prefix would be read as that of a type.
     const bool isKnown = std::strncmp(name, "_Z", 2) == 0 && std::strlen(name) <= LONGEST_NAME &&
                          __gcclibcxx_demangle_callback(name, Append, &text) == 0;
     (isKnown ? text.position : buffer)[0] = '\0';

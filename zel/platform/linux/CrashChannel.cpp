@@ -1,6 +1,6 @@
 #include "zel/platform/CrashChannel.h"
 
-#include "zel/platform/linux/CrashChannelPlace.h"
+#include "zel/platform/linux/InheritedChannel.h"
 
 #include <cerrno>
 #include <csignal>
@@ -15,8 +15,8 @@ namespace zel::platform {
 
 namespace {
 
-// A program that was started without standard streams would lose its channel to one of them.
-constexpr int LOWEST = 10;
+// A program started without standard streams may later open one of them at a low number.
+constexpr int LOWEST_DESCRIPTOR = 10;
 
 void CloseDescriptor(int& descriptor) noexcept {
     if (descriptor >= 0) {
@@ -25,28 +25,27 @@ void CloseDescriptor(int& descriptor) noexcept {
     }
 }
 
-// Moves a descriptor out of the way of the standard streams.
-bool Raise(int& descriptor) noexcept {
-    const int raised = fcntl(descriptor, F_DUPFD_CLOEXEC, LOWEST);
+// Moves a descriptor above those of the standard streams.
+bool MoveUp(int& descriptor) noexcept {
+    const int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, LOWEST_DESCRIPTOR);
     const int error = errno;
     CloseDescriptor(descriptor);
-    descriptor = raised;
+    descriptor = moved;
     errno = error;
-    return raised >= 0;
+    return moved >= 0;
 }
 
-// Keeps the signal of a pipe without a reader from the calling thread, which may be the one of a
-// crash or any other.
-class WithoutPipeSignal {
+// Suppresses the signal of a pipe without a reader for the calling thread.
+class SuppressedPipeSignal {
 public:
-    WithoutPipeSignal() noexcept {
+    SuppressedPipeSignal() noexcept {
         sigemptyset(&m_pipe);
         sigaddset(&m_pipe, SIGPIPE);
         sigpending(&m_before);
         sigprocmask(SIG_BLOCK, &m_pipe, &m_mask);
     }
 
-    ~WithoutPipeSignal() {
+    ~SuppressedPipeSignal() {
         const timespec now = {};
         const int error = errno;
         if (sigismember(&m_before, SIGPIPE) == 0) {
@@ -56,8 +55,8 @@ public:
         errno = error;
     }
 
-    WithoutPipeSignal(const WithoutPipeSignal&) = delete;
-    WithoutPipeSignal& operator=(const WithoutPipeSignal&) = delete;
+    SuppressedPipeSignal(const SuppressedPipeSignal&) = delete;
+    SuppressedPipeSignal& operator=(const SuppressedPipeSignal&) = delete;
 
 private:
     sigset_t m_pipe;
@@ -65,9 +64,8 @@ private:
     sigset_t m_mask;
 };
 
-// The process that made a channel, as a descriptor that can be waited for; -1 if nobody is known
-// or the system has no such. A dead process owns nothing, so a number that was given anew is found
-// out.
+// Returns the process that made a channel as a descriptor to poll, -1 if it is unknown or can't be
+// had. The owner of a pipe is reset when that process ends, so a reused number is detected.
 int OpenOwner(int reader) noexcept {
     const pid_t owner = fcntl(reader, F_GETOWN);
     if (owner <= 0) {
@@ -80,7 +78,7 @@ int OpenOwner(int reader) noexcept {
     return process;
 }
 
-// Whoever started this process waits for its end, and would have to wait for a daemon's too.
+// The program waits for the end of the process that it started, so the daemon is a child of that.
 bool HandOver() noexcept {
     const pid_t daemon = fork();
     if (daemon > 0) {
@@ -93,15 +91,15 @@ bool HandOver() noexcept {
 
 bool CrashChannel::Create() noexcept {
     int ends[2] = {-1, -1};
-    // A full pipe must not keep a crashed program waiting.
+    // A full pipe must not block a crashed program.
     if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
         return false;
     }
     m_reader = ends[0];
     m_writer = ends[1];
-    const bool isRaised = Raise(m_reader) && Raise(m_writer);
-    // The second copy asks whose channel it is.
-    if (!isRaised || fcntl(m_reader, F_SETOWN, getpid()) != 0) {
+    const bool isMovedUp = MoveUp(m_reader) && MoveUp(m_writer);
+    // The helper process asks for the channel's owner.
+    if (!isMovedUp || fcntl(m_reader, F_SETOWN, getpid()) != 0) {
         const int error = errno;
         CloseReader();
         Close();
@@ -112,7 +110,7 @@ bool CrashChannel::Create() noexcept {
 }
 
 const char* CrashChannel::GetName() noexcept {
-    return CRASH_CHANNEL_NAME;
+    return INHERITED_CHANNEL_NAME;
 }
 
 void CrashChannel::CloseReader() noexcept {
@@ -127,7 +125,7 @@ bool CrashChannel::HasReader() const noexcept {
 }
 
 bool CrashChannel::Send(const void* data, std::size_t size) const noexcept {
-    const WithoutPipeSignal withoutPipeSignal;
+    const SuppressedPipeSignal suppressedPipeSignal;
     const auto* position = static_cast<const char*>(data);
     while (size > 0) {
         const ssize_t written = write(m_writer, position, size);
@@ -150,15 +148,15 @@ CrashChannelReader::~CrashChannelReader() {
 }
 
 bool CrashChannelReader::Open(const char* name) noexcept {
-    if (std::strcmp(name, CRASH_CHANNEL_NAME) != 0) {
+    if (std::strcmp(name, INHERITED_CHANNEL_NAME) != 0) {
         m_reader = open(name, O_RDONLY | O_CLOEXEC);
         return m_reader >= 0;
     }
-    // Opening it by its path would wait for ever if the program has ended since.
-    if (fcntl(CRASH_CHANNEL_PLACE, F_SETFD, FD_CLOEXEC) != 0) {
+    // Opening the path would block if the program has ended.
+    if (fcntl(INHERITED_CHANNEL, F_SETFD, FD_CLOEXEC) != 0) {
         return false;
     }
-    m_reader = CRASH_CHANNEL_PLACE;
+    m_reader = INHERITED_CHANNEL;
     m_program = OpenOwner(m_reader);
     return HandOver();
 }
@@ -166,8 +164,8 @@ bool CrashChannelReader::Open(const char* name) noexcept {
 std::size_t CrashChannelReader::Read(void* buffer, std::size_t size) noexcept {
     bool hasEnded = false;
     for (;;) {
-        // A child that the program has forked off may hold the writing end for longer than the
-        // program lives, so its end is waited for as well. What it has sent is read all the same.
+        // A child forked from the program may hold the writing end after the program has ended, so
+        // the program's end is polled too. Data that was sent before is still read.
         pollfd sources[] = {{m_reader, POLLIN, 0}, {m_program, POLLIN, 0}};
         if (poll(sources, 2, hasEnded ? 0 : -1) < 0 && errno != EINTR) {
             return 0;

@@ -20,12 +20,11 @@ constexpr std::uint32_t NONCONTINUABLE = 0xC0000025;
 constexpr std::uint32_t PRIVILEGED_INSTRUCTION = 0xC0000096;
 constexpr std::uint32_t STACK_OVERFLOW = 0xC00000FD;
 
-// How far behind its position a thread touches its stack, and how far before it at most, where a
-// large frame lies.
-constexpr std::uintptr_t REACH = 64 * 1024;
+// The farthest accesses below the stack pointer, and above it, within a large frame.
+constexpr std::uintptr_t LARGEST_OFFSET = 64 * 1024;
 constexpr std::uintptr_t LARGEST_FRAME = 16 * 1024 * 1024;
 
-// Asks the kernel to read there, for a call that it refuses anyway.
+// The kernel reads the address, then refuses the call.
 bool IsReadable(std::uintptr_t address) {
     constexpr int noSuchChange = -1;
     constexpr std::size_t size = 8;
@@ -33,15 +32,14 @@ bool IsReadable(std::uintptr_t address) {
            errno != EFAULT;
 }
 
-// Where the thread stands on its stack there is no memory any more, or it has just touched what
-// comes next.
+// True if there is no memory at the stack pointer, or the access was just below it.
 bool IsAtStackEnd(const siginfo_t& signal, const ucontext_t& context) {
     if (signal.si_code != SEGV_MAPERR && signal.si_code != SEGV_ACCERR) {
         return false;
     }
     const auto address = reinterpret_cast<std::uintptr_t>(signal.si_addr);
     const std::uintptr_t position = GetStackPosition(context);
-    if (position < REACH || address < position - REACH) {
+    if (position < LARGEST_OFFSET || address < position - LARGEST_OFFSET) {
         return false;
     }
     return address < position ||

@@ -6,7 +6,7 @@
 
 namespace zel::platform {
 
-// The code of FaultRecord for a signal; 0 if there is none that fits.
+/// Returns the code of FaultRecord for a signal, 0 if none fits.
 std::uint32_t CodeOfSignal(const siginfo_t& signal, const ucontext_t& context) noexcept;
 
 }  // namespace zel::platform

@@ -13,18 +13,18 @@ namespace zel::platform {
 
 namespace {
 
-// The kernel's frame takes up to 12 KiB, the walk with its look-ups and a readable name of the
-// longest kind the rest. What isn't touched costs no memory.
+// The kernel's frame takes up to 12 KiB, the walk with its look-ups and the longest readable names
+// the rest. Untouched pages cost no memory.
 constexpr std::size_t USABLE_SIZE = 256 * 1024;
-constexpr std::uint64_t OURS = 0x7A656C5374616B31;
+constexpr std::uint64_t HEADER_MARK = 0x7A656C5374616B31;
 
-// Stands at the lowest address of the stack, where the kernel's own record of it leads.
+// Stored at the lowest address of the stack, which the kernel reports as its start.
 struct Header {
     std::uint64_t mark;
-    stack_t before;
+    stack_t previous;
 };
 
-// Stacks that were given back. To map and unmap one costs more than the start of a thread does.
+// Returned stacks. Mapping and unmapping one costs more than starting a thread.
 constinit std::array<std::atomic<void*>, 16> s_free = {};
 
 std::size_t GuardSize() {
@@ -46,9 +46,9 @@ void* MapStack() {
 }
 
 void* TakeStack() {
-    for (std::atomic<void*>& place : s_free) {
-        if (place.load(std::memory_order_relaxed) != nullptr) {
-            if (void* const memory = place.exchange(nullptr)) {
+    for (std::atomic<void*>& slot : s_free) {
+        if (slot.load(std::memory_order_relaxed) != nullptr) {
+            if (void* const memory = slot.exchange(nullptr)) {
                 return memory;
             }
         }
@@ -56,10 +56,10 @@ void* TakeStack() {
     return MapStack();
 }
 
-void GiveBack(void* memory) {
-    for (std::atomic<void*>& place : s_free) {
+void ReturnStack(void* memory) {
+    for (std::atomic<void*>& slot : s_free) {
         void* none = nullptr;
-        if (place.compare_exchange_strong(none, memory)) {
+        if (slot.compare_exchange_strong(none, memory)) {
             return;
         }
     }
@@ -68,7 +68,7 @@ void GiveBack(void* memory) {
 
 bool IsOurs(const stack_t& stack) {
     return (stack.ss_flags & SS_DISABLE) == 0 && stack.ss_size == USABLE_SIZE &&
-           static_cast<const Header*>(stack.ss_sp)->mark == OURS;
+           static_cast<const Header*>(stack.ss_sp)->mark == HEADER_MARK;
 }
 
 bool IsMainThread() {
@@ -79,11 +79,11 @@ bool IsMainThread() {
 
 FaultStack::FaultStack() noexcept : m_memory(TakeStack()) {
     if (m_memory != nullptr) {
-        auto* const header = new (HeaderIn(m_memory)) Header{OURS, {}};
+        auto* const header = new (HeaderIn(m_memory)) Header{HEADER_MARK, {}};
         stack_t stack = {};
         stack.ss_sp = header;
         stack.ss_size = USABLE_SIZE;
-        sigaltstack(&stack, &header->before);
+        sigaltstack(&stack, &header->previous);
     }
 }
 
@@ -93,18 +93,18 @@ FaultStack::~FaultStack() {
     }
     const Header* const header = HeaderIn(m_memory);
     stack_t current = {};
-    // It refuses on the very stack, which stays then.
-    if (sigaltstack(&header->before, &current) != 0) {
+    // The call fails on that very stack, which then remains.
+    if (sigaltstack(&header->previous, &current) != 0) {
         return;
     }
-    // Whoever has set another behind ours keeps it.
+    // A stack that was set after this one remains set.
     if (current.ss_sp != header) {
         sigaltstack(&current, nullptr);
     }
-    GiveBack(m_memory);
+    ReturnStack(m_memory);
 }
 
-void KeepFaultStack() noexcept {
+void InstallFaultStack() noexcept {
     stack_t current = {};
     if (sigaltstack(nullptr, &current) == 0 && IsOurs(current)) {
         return;

@@ -19,37 +19,37 @@ namespace zel::platform {
 namespace {
 
 constexpr std::array FAULT_SIGNALS = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS};
-constexpr int PATIENCE = 5000;
+constexpr int OWNER_TIMEOUT = 5000;
 
-// Who handles the one fault of the process, from then to its end.
+// The thread that handles the one fault of the process.
 constinit std::atomic<pid_t> s_owner{0};
 
-// Set ahead of the first fault.
+// Set before the first fault.
 constinit pid_t s_process = 0;
 constinit FaultHandler s_handler = nullptr;
-constinit std::array<struct sigaction, FAULT_SIGNALS.size()> s_before = {};
+constinit std::array<struct sigaction, FAULT_SIGNALS.size()> s_previousActions = {};
 
-// The owner's alone.
+// Used by the owner only.
 constinit volatile std::sig_atomic_t s_isGuarded = 0;
-sigjmp_buf s_wayOut;
+sigjmp_buf s_recoveryPoint;
 siginfo_t* s_info = nullptr;
 
 pid_t ThisThread() noexcept {
     return static_cast<pid_t>(syscall(SYS_gettid));
 }
 
-const struct sigaction* HandlerBefore(int signal) noexcept {
+const struct sigaction* FindPreviousAction(int signal) noexcept {
     for (std::size_t i = 0; i < FAULT_SIGNALS.size(); ++i) {
         if (FAULT_SIGNALS[i] == signal) {
-            return &s_before[i];
+            return &s_previousActions[i];
         }
     }
     return nullptr;
 }
 
-// A signal that somebody sent, in a program that doesn't want to know of such.
-bool IsUnwanted(int signal, const siginfo_t& info) noexcept {
-    return info.si_code <= 0 && HandlerBefore(signal)->sa_handler == SIG_IGN;
+// True for a signal that was sent, in a program that ignores such signals.
+bool IsIgnored(int signal, const siginfo_t& info) noexcept {
+    return info.si_code <= 0 && FindPreviousAction(signal)->sa_handler == SIG_IGN;
 }
 
 [[noreturn]] void EndBySignal(int signal) noexcept {
@@ -61,24 +61,24 @@ bool IsUnwanted(int signal, const siginfo_t& info) noexcept {
     sigaddset(&open, signal);
     sigprocmask(SIG_UNBLOCK, &open, nullptr);
     syscall(SYS_tgkill, getpid(), ThisThread(), signal);
-    // The first process of a system isn't ended by a signal.
-    constexpr int shellsWord = 128;
-    _exit(shellsWord + signal);
+    // Signals don't end the first process of a container.
+    constexpr int signalExitCode = 128;
+    _exit(signalExitCode + signal);
 }
 
 void LeaveGuardedWork() noexcept {
     if (s_isGuarded != 0) {
         s_isGuarded = 0;
-        siglongjmp(s_wayOut, 1);
+        siglongjmp(s_recoveryPoint, 1);
     }
 }
 
-void OnFault(int signal, siginfo_t* info, void* context) noexcept {
+void HandleFault(int signal, siginfo_t* info, void* context) noexcept {
     const int error = errno;
     if (getpid() != s_process) {
         EndBySignal(signal);
     }
-    if (IsUnwanted(signal, *info)) {
+    if (IsIgnored(signal, *info)) {
         return;
     }
     const pid_t self = ThisThread();
@@ -87,7 +87,7 @@ void OnFault(int signal, siginfo_t* info, void* context) noexcept {
         if (owner == self) {
             LeaveGuardedWork();
         } else {
-            poll(nullptr, 0, PATIENCE);
+            poll(nullptr, 0, OWNER_TIMEOUT);
         }
         EndBySignal(signal);
     }
@@ -100,8 +100,8 @@ void OnFault(int signal, siginfo_t* info, void* context) noexcept {
     EndByFault(fault);
 }
 
-// The timer's signal comes to any thread of the process.
-void OnTimeOut(int signal) noexcept {
+// Any thread of the process can get the timer's signal.
+void HandleTimeout(int signal) noexcept {
     const pid_t owner = s_owner.load();
     if (ThisThread() == owner) {
         LeaveGuardedWork();
@@ -111,16 +111,16 @@ void OnTimeOut(int signal) noexcept {
 }
 
 void SetTimer(int milliseconds) noexcept {
-    constexpr int thousand = 1000;
+    constexpr int millisecondsPerSecond = 1000;
     itimerval timer = {};
-    timer.it_value.tv_sec = milliseconds / thousand;
-    timer.it_value.tv_usec = milliseconds % thousand * thousand;
+    timer.it_value.tv_sec = milliseconds / millisecondsPerSecond;
+    timer.it_value.tv_usec = milliseconds % millisecondsPerSecond * millisecondsPerSecond;
     setitimer(ITIMER_REAL, &timer, nullptr);
 }
 
 void LimitTime(int milliseconds) noexcept {
     struct sigaction action = {};
-    action.sa_handler = OnTimeOut;
+    action.sa_handler = HandleTimeout;
     action.sa_flags = SA_ONSTACK | SA_NODEFER;
     sigaction(SIGALRM, &action, nullptr);
     sigset_t alarm;
@@ -136,24 +136,24 @@ void CatchFaults(FaultHandler handler) noexcept {
     s_process = getpid();
     s_handler = handler;
     struct sigaction action = {};
-    action.sa_sigaction = OnFault;
-    // A fault in the handler of a fault has to come through as well.
+    action.sa_sigaction = HandleFault;
+    // A fault in the handler of a fault must be delivered too.
     action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
     sigfillset(&action.sa_mask);
     for (const int signal : FAULT_SIGNALS) {
         sigdelset(&action.sa_mask, signal);
     }
     for (std::size_t i = 0; i < FAULT_SIGNALS.size(); ++i) {
-        sigaction(FAULT_SIGNALS[i], nullptr, &s_before[i]);
+        sigaction(FAULT_SIGNALS[i], nullptr, &s_previousActions[i]);
         sigaction(FAULT_SIGNALS[i], &action, nullptr);
     }
 }
 
 bool DoGuarded(void (*work)(void*), void* argument, int milliseconds) noexcept {
-    // It may be no fault that has led here, but a call.
-    pid_t nobody = 0;
-    s_owner.compare_exchange_strong(nobody, ThisThread());
-    if (sigsetjmp(s_wayOut, 1) != 0) {
+    // The caller may have been called directly, without a fault.
+    pid_t none = 0;
+    s_owner.compare_exchange_strong(none, ThisThread());
+    if (sigsetjmp(s_recoveryPoint, 1) != 0) {
         SetTimer(0);
         return false;
     }
@@ -166,7 +166,7 @@ bool DoGuarded(void (*work)(void*), void* argument, int milliseconds) noexcept {
 }
 
 void EndByFault(const FaultRecord& fault) noexcept {
-    const struct sigaction* const before = HandlerBefore(fault.flags);
+    const struct sigaction* const before = FindPreviousAction(fault.flags);
     if (before != nullptr && s_info != nullptr && before->sa_handler != SIG_DFL &&
         before->sa_handler != SIG_IGN) {
         if ((before->sa_flags & SA_SIGINFO) != 0) {

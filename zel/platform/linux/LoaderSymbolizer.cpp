@@ -12,7 +12,7 @@ bool Symbolizer::Prepare() noexcept {
     return true;
 }
 
-void Symbolizer::Tell(const StackFrame& frame, StackTraceSink& sink) {
+void Symbolizer::Report(const StackFrame& frame, StackTraceSink& sink) {
     StackFrame named = frame;
     Dl_info info = {};
     if (dladdr(reinterpret_cast<const void*>(frame.address), &info) != 0) {
@@ -21,8 +21,8 @@ void Symbolizer::Tell(const StackFrame& frame, StackTraceSink& sink) {
     sink.OnFrame(named);
 }
 
-void Symbolizer::TellOfCrash(const StackFrame& frame, StackTraceSink& sink) {
-    Tell(frame, sink);
+void Symbolizer::ReportOfCrash(const StackFrame& frame, StackTraceSink& sink) {
+    Report(frame, sink);
 }
 
 }  // namespace zel::platform

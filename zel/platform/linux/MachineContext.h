@@ -5,8 +5,8 @@
 
 namespace zel::platform {
 
-// The registers of a machine context that a walk needs, under the names that each processor has for
-// them. The caller's address is right while nothing but the call has been executed.
+// The registers of a machine context that a walk needs, by processor. The return address is valid
+// while no instruction of the called function has been executed.
 
 #if defined(__x86_64__) || defined(__i386__)
 
@@ -73,7 +73,7 @@ inline void ReturnToCaller(ucontext_t& context) noexcept {
 }
 
 #else
-#error "Tell here where this processor keeps its program counter and a call's return address."
+#error "Add this processor's program counter, stack pointer and return address."
 #endif
 
 }  // namespace zel::platform

@@ -11,20 +11,20 @@ namespace zel::platform {
 
 namespace {
 
-// Cleared for good once the kernel has refused the barrier: sleepers then look for themselves.
+// Cleared for good after the kernel has refused the barrier; blocked threads then poll.
 std::atomic<bool> s_barrierWorks{true};
 
 long Membarrier(int command) noexcept {
     return syscall(SYS_membarrier, command, 0, 0);
 }
 
-// Locks are taken between a failed call and the look at its error, so they leave that alone.
-class ErrorKeeper {
+// A lock may be taken between a failed call and the check of its error number.
+class SavedError {
 public:
-    ErrorKeeper() noexcept : m_error(errno) {}
-    ~ErrorKeeper() { errno = m_error; }
-    ErrorKeeper(const ErrorKeeper&) = delete;
-    ErrorKeeper& operator=(const ErrorKeeper&) = delete;
+    SavedError() noexcept : m_error(errno) {}
+    ~SavedError() { errno = m_error; }
+    SavedError(const SavedError&) = delete;
+    SavedError& operator=(const SavedError&) = delete;
 
 private:
     const int m_error;
@@ -34,7 +34,7 @@ bool IssueBarrier() noexcept {
     if (Membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED) == 0) {
         return true;
     }
-    // A process registers once; the first caller does it here.
+    // A process must register before its first barrier.
     return errno == EPERM && Membarrier(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED) == 0 &&
            Membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED) == 0;
 }
@@ -42,19 +42,19 @@ bool IssueBarrier() noexcept {
 }  // namespace
 
 void Park(std::atomic<std::uint32_t>& word, std::uint32_t expected) noexcept {
-    const ErrorKeeper keeper;
+    const SavedError saved;
     const timespec limit{0, 1'000'000};
     const timespec* wait = s_barrierWorks.load(std::memory_order_relaxed) ? nullptr : &limit;
     syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, expected, wait, nullptr, 0);
 }
 
 void UnparkOne(std::atomic<std::uint32_t>& word) noexcept {
-    const ErrorKeeper keeper;
+    const SavedError saved;
     syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
 }
 
 void ProcessWideBarrier() noexcept {
-    const ErrorKeeper keeper;
+    const SavedError saved;
     if (s_barrierWorks.load(std::memory_order_relaxed) && !IssueBarrier()) {
         s_barrierWorks.store(false, std::memory_order_relaxed);
     }

@@ -9,7 +9,7 @@
 namespace zel::platform {
 
 bool UndecorateName(const char* name, bool mayAllocate, char* buffer, std::size_t size) {
-    // Without the mark of a function's name it would be read as that of a type.
+    // A name without this prefix would be read as that of a type.
     const bool isMangled = mayAllocate && std::strncmp(name, "_Z", 2) == 0;
     const std::unique_ptr<char, decltype(&std::free)> text(
         isMangled ? abi::__cxa_demangle(name, nullptr, nullptr, nullptr) : nullptr, &std::free);

@@ -18,12 +18,12 @@ namespace {
 
 constexpr std::size_t HEAD_FRAMES = 32;
 constexpr std::size_t TAIL_FRAMES = 32;
-// A destroyed stack can lead in a circle.
-constexpr std::size_t MOST_STEPS = 1'000'000;
+// A corrupt stack can contain a cycle.
+constexpr std::size_t MAX_STEPS = 1'000'000;
 
-// The start of the function around an instruction; null where the tables for unwinding have none.
+// Returns the start of the function around an instruction, null if the unwind tables have none.
 void* FindFunction(std::uintptr_t instruction) {
-    // The unwinder takes a return address and looks one byte ahead of it.
+    // The unwinder expects a return address and looks up the byte before it.
     return _Unwind_FindEnclosingFunction(reinterpret_cast<void*>(instruction + 1));
 }
 
@@ -44,23 +44,23 @@ StackFrame LocateFrame(std::uintptr_t address) {
     return frame;
 }
 
-// Tells the first frames as they come, so that what is known is out before a destroyed stack ends
-// the walk by a fault, and the last ones when the walk is over.
+// Reports the first frames at once, so that they are kept if a corrupt stack ends the walk by a
+// fault, and the last ones after the walk.
 class StackWalk {
 public:
     StackWalk(bool isOfCrash, StackTraceSink& sink)
-        : m_tell(isOfCrash ? Symbolizer::TellOfCrash : Symbolizer::Tell), m_sink(sink) {}
+        : m_report(isOfCrash ? Symbolizer::ReportOfCrash : Symbolizer::Report), m_sink(sink) {}
 
     void Add(std::uintptr_t address) {
         if (m_count < HEAD_FRAMES) {
-            m_tell(LocateFrame(address), m_sink);
+            m_report(LocateFrame(address), m_sink);
         } else {
             m_tail[m_count % TAIL_FRAMES] = address;
         }
         ++m_count;
     }
 
-    // Adds the callers of the function that is, or stands in a call, at `instruction`.
+    // Adds the callers of the function that is executing `instruction`.
     void AddCallersOf(std::uintptr_t instruction) {
         m_start = instruction;
         m_startFunction = FindFunction(instruction);
@@ -74,7 +74,7 @@ public:
             m_sink.OnGap(late - kept);
         }
         for (std::size_t i = m_count - kept; i < m_count; ++i) {
-            m_tell(LocateFrame(m_tail[i % TAIL_FRAMES]), m_sink);
+            m_report(LocateFrame(m_tail[i % TAIL_FRAMES]), m_sink);
         }
         return m_count != 0;
     }
@@ -87,37 +87,37 @@ private:
     _Unwind_Reason_Code Follow(_Unwind_Context* context) {
         int isInterrupted = 0;
         const std::uintptr_t next = _Unwind_GetIPInfo(context, &isInterrupted);
-        // What the caller of a function is executing is the call, not what comes behind it.
+        // The caller is executing the call, not the instruction after it.
         const std::uintptr_t current = isInterrupted != 0 ? next : next - 1;
-        if (next == 0 || ++m_steps > MOST_STEPS) {
+        if (next == 0 || ++m_steps > MAX_STEPS) {
             return _URC_END_OF_STACK;
         }
-        if (m_isBehindStart) {
+        if (m_isPastStart) {
             Add(current);
         } else {
-            m_isBehindStart = next == m_start || IsInStartFunction(current);
+            m_isPastStart = next == m_start || IsInStartFunction(current);
         }
         return _URC_NO_REASON;
     }
 
-    // A context that no signal made doesn't stand on the stack itself; its function does.
+    // Without a signal the context isn't on the stack, but its function is.
     bool IsInStartFunction(std::uintptr_t instruction) const {
         return m_startFunction != nullptr && FindFunction(instruction) == m_startFunction;
     }
 
-    void (*const m_tell)(const StackFrame&, StackTraceSink&);
+    void (*const m_report)(const StackFrame&, StackTraceSink&);
     StackTraceSink& m_sink;
     std::uintptr_t m_start = 0;
     void* m_startFunction = nullptr;
-    bool m_isBehindStart = false;
+    bool m_isPastStart = false;
     std::size_t m_steps = 0;
     std::size_t m_count = 0;
     std::array<std::uintptr_t, TAIL_FRAMES> m_tail = {};
 };
 
-// Unwinding passes the context that the kernel left on the stack, so a step back that is made in it
-// is seen there.
-void WalkFromNowhere(ucontext_t& context, StackWalk& walk) {
+// Unwinding reads the context that the kernel left on the stack, so a step back that is made in the
+// context affects it.
+void WalkFromUnknownCode(ucontext_t& context, StackWalk& walk) {
     const std::uintptr_t caller = GetReturnAddress(context);
     if (FindFunction(caller - 1) == nullptr) {
         return;
@@ -133,7 +133,7 @@ void WalkFromFault(ucontext_t& context, StackWalk& walk) {
     const std::uintptr_t fault = GetInstruction(context);
     walk.Add(fault);
     if (FindFunction(fault) == nullptr) {
-        WalkFromNowhere(context, walk);
+        WalkFromUnknownCode(context, walk);
     } else {
         walk.AddCallersOf(fault);
     }
@@ -143,7 +143,7 @@ bool IsThisProcess(unsigned long processId) {
     return processId == 0 || processId == static_cast<unsigned long>(::getpid());
 }
 
-int TellModule(dl_phdr_info* module, std::size_t, void* sink) {
+int ReportModule(dl_phdr_info* module, std::size_t, void* sink) {
     static_cast<StackTraceSink*>(sink)->OnModule(ModuleFile(module->dlpi_name), module->dlpi_addr);
     return 0;
 }
@@ -162,7 +162,7 @@ bool PrepareStackTrace(unsigned long processId, StackTraceSink& sink) {
     if (!IsThisProcess(processId)) {
         return false;
     }
-    dl_iterate_phdr(TellModule, &sink);
+    dl_iterate_phdr(ReportModule, &sink);
     return Symbolizer::Prepare();
 }
 
@@ -171,7 +171,7 @@ bool PrepareStackTrace(unsigned long processId, StackTraceSink& sink) {
     if (context == nullptr) {
         walk.AddCallersOf(reinterpret_cast<std::uintptr_t>(__builtin_return_address(0)));
     } else {
-        // It is as it was when this returns.
+        // Unchanged again when this returns.
         WalkFromFault(*static_cast<ucontext_t*>(const_cast<void*>(context)), walk);
     }
     return walk.Finish();

@@ -4,21 +4,20 @@
 
 namespace zel::platform {
 
-// Looks up functions and lines. It has two bodies, and the build takes the one that it can: by
-// GCC's libbacktrace with lines and inlined functions, or by the dynamic loader with exported names
-// alone.
+/// Looks up functions and lines. The build selects one of two implementations: GCC's libbacktrace,
+/// with lines and inlined functions, or the dynamic loader, with exported names only.
 class Symbolizer {
 public:
     static const char* GetName() noexcept;
 
-    // False if the service can't be had.
+    /// Returns false if the service is unavailable.
     static bool Prepare() noexcept;
 
-    // Tells `frame` with its names, and ahead of it the functions that were inlined there.
-    static void Tell(const StackFrame& frame, StackTraceSink& sink);
+    /// Reports `frame` with its names, after the functions that were inlined there.
+    static void Report(const StackFrame& frame, StackTraceSink& sink);
 
-    // The same at the end of a crash, as WalkStack says.
-    static void TellOfCrash(const StackFrame& frame, StackTraceSink& sink);
+    /// The same in the walk of a crash, see WalkStack.
+    static void ReportOfCrash(const StackFrame& frame, StackTraceSink& sink);
 };
 
 }  // namespace zel::platform

@@ -1,7 +1,7 @@
-#include "zel/platform/SecondCopy.h"
+#include "zel/platform/HelperProcess.h"
 
-#include "zel/platform/linux/CrashChannelPlace.h"
 #include "zel/platform/linux/Descriptor.h"
+#include "zel/platform/linux/InheritedChannel.h"
 
 #include <cerrno>
 #include <csignal>
@@ -23,14 +23,14 @@ namespace zel::platform {
 namespace {
 
 constexpr const char* OWN_PROGRAM = "/proc/self/exe";
-constexpr int POLITE_SIGNALS[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2,
-                                  SIGALRM, SIGTSTP, SIGTTIN, SIGTTOU, SIGPIPE};
+constexpr int TERMINATION_SIGNALS[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2,
+                                       SIGALRM, SIGTSTP, SIGTTIN, SIGTTOU, SIGPIPE};
 
-bool HasForeignRights() noexcept {
+bool IsPrivileged() noexcept {
     return getauxval(AT_SECURE) != 0;
 }
 
-// The texts of a block, each with its zero.
+// Returns the zero-terminated texts in a block.
 std::vector<char*> Split(std::string& block) {
     std::vector<char*> texts;
     for (std::size_t i = 0; i < block.size(); i += std::string_view(&block[i]).size() + 1) {
@@ -39,10 +39,10 @@ std::vector<char*> Split(std::string& block) {
     return texts;
 }
 
-// A copy that goes by another name than its program doesn't find its variable, and would start the
-// next copy, and that one more.
-bool IsStrayCopy(const std::string& variable) {
-    const std::string end = variable.back() + std::string("=") + CRASH_CHANNEL_NAME;
+// A helper process with another name than its program doesn't find its variable; it must not start
+// a helper of its own.
+bool IsLostHelper(const std::string& variable) {
+    const std::string end = variable.back() + std::string("=") + INHERITED_CHANNEL_NAME;
     for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
         if (std::string_view(*entry).ends_with(end)) {
             return true;
@@ -69,8 +69,8 @@ std::vector<char*> EnvironmentWith(const std::string& variable, std::string& set
     return environment;
 }
 
-// The path, as tools that run a program in their own process lead "/proc/self/exe" elsewhere, and
-// process listings would show the program under that name.
+// The link's target, because the link names the tool in programs that run under one, and because
+// process listings show the path.
 std::string FindProgram() {
     std::string path(256, '\0');
     for (;;) {
@@ -86,10 +86,10 @@ std::string FindProgram() {
     }
 }
 
-// What happens in the copy ahead of the program.
-class Preparation {
+// The actions in the helper process before its program starts.
+class SpawnSettings {
 public:
-    explicit Preparation(int reader) noexcept {
+    explicit SpawnSettings(int reader) noexcept {
         posix_spawnattr_init(&m_attributes);
         posix_spawn_file_actions_init(&m_actions);
         sigset_t none;
@@ -100,24 +100,24 @@ public:
         m_error |= posix_spawnattr_setsigdefault(&m_attributes, &all);
         m_error |= posix_spawnattr_setflags(
             &m_attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-        m_error |= posix_spawn_file_actions_adddup2(&m_actions, reader, CRASH_CHANNEL_PLACE);
-        m_error |= posix_spawn_file_actions_addclosefrom_np(&m_actions, CRASH_CHANNEL_PLACE + 1);
-        Silence(STDIN_FILENO);
-        Silence(STDOUT_FILENO);
+        m_error |= posix_spawn_file_actions_adddup2(&m_actions, reader, INHERITED_CHANNEL);
+        m_error |= posix_spawn_file_actions_addclosefrom_np(&m_actions, INHERITED_CHANNEL + 1);
+        OpenNullDevice(STDIN_FILENO);
+        OpenNullDevice(STDOUT_FILENO);
         if (fcntl(STDERR_FILENO, F_GETFD) < 0) {
-            Silence(STDERR_FILENO);
+            OpenNullDevice(STDERR_FILENO);
         }
     }
 
-    ~Preparation() {
+    ~SpawnSettings() {
         posix_spawn_file_actions_destroy(&m_actions);
         posix_spawnattr_destroy(&m_attributes);
     }
 
-    Preparation(const Preparation&) = delete;
-    Preparation& operator=(const Preparation&) = delete;
+    SpawnSettings(const SpawnSettings&) = delete;
+    SpawnSettings& operator=(const SpawnSettings&) = delete;
 
-    // The error number.
+    // Returns the error number.
     int Start(const char* program, char** arguments, char** environment, pid_t& process) {
         return m_error != 0 ? ENOMEM
                             : posix_spawn(&process, program, &m_actions, &m_attributes, arguments,
@@ -125,7 +125,7 @@ public:
     }
 
 private:
-    void Silence(int stream) noexcept {
+    void OpenNullDevice(int stream) noexcept {
         m_error |= posix_spawn_file_actions_addopen(&m_actions, stream, "/dev/null", O_RDWR, 0);
     }
 
@@ -134,41 +134,41 @@ private:
     int m_error = 0;
 };
 
-// True if the process ended in time.
+// Returns false after the time limit.
 bool WaitForEnd(pid_t process, int seconds) noexcept {
     const Descriptor descriptor(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
     if (!descriptor.IsOpen()) {
         return true;
     }
-    constexpr int thousand = 1000;
+    constexpr int millisecondsPerSecond = 1000;
     pollfd end = {descriptor.Get(), POLLIN, 0};
     int ready = 0;
     do {
-        ready = poll(&end, 1, seconds * thousand);
+        ready = poll(&end, 1, seconds * millisecondsPerSecond);
     } while (ready < 0 && errno == EINTR);
     return ready != 0;
 }
 
 }  // namespace
 
-bool SecondCopy::Start(const std::string& variable, CrashChannel& channel, char** arguments) {
-    if (HasForeignRights() || IsStrayCopy(variable)) {
+bool HelperProcess::Start(const std::string& variable, CrashChannel& channel, char** arguments) {
+    if (IsPrivileged() || IsLostHelper(variable)) {
         errno = EPERM;
         return false;
     }
     std::string commandLine = ReadCommandLine();
     std::vector<char*> ownArguments = Split(commandLine);
     ownArguments.push_back(nullptr);
-    std::string setting = variable + '=' + CRASH_CHANNEL_NAME;
+    std::string setting = variable + '=' + INHERITED_CHANNEL_NAME;
     std::vector<char*> environment = EnvironmentWith(variable, setting);
     char** const used = ownArguments[0] != nullptr ? ownArguments.data() : arguments;
 
-    Preparation preparation(channel.GetReader());
+    SpawnSettings settings(channel.GetReader());
     pid_t process = 0;
-    int error = preparation.Start(FindProgram().c_str(), used, environment.data(), process);
+    int error = settings.Start(FindProgram().c_str(), used, environment.data(), process);
     if (error != 0) {
-        // The file may have been removed or replaced since the program began.
-        error = preparation.Start(OWN_PROGRAM, used, environment.data(), process);
+        // The file may have been removed or replaced since the program started.
+        error = settings.Start(OWN_PROGRAM, used, environment.data(), process);
     }
     channel.CloseReader();
     m_process = static_cast<unsigned long>(process);
@@ -176,26 +176,26 @@ bool SecondCopy::Start(const std::string& variable, CrashChannel& channel, char*
     return error == 0;
 }
 
-bool SecondCopy::HasFailed(const CrashChannel& channel) const noexcept {
+bool HelperProcess::HasFailed(const CrashChannel& channel) const noexcept {
     siginfo_t end = {};
     const int found =
         waitid(P_PID, static_cast<id_t>(m_process), &end, WEXITED | WNOHANG | WNOWAIT);
     return (found != 0 || end.si_pid != 0) && !channel.HasReader();
 }
 
-bool SecondCopy::WaitUntilListening(const CrashChannel& channel, int seconds) noexcept {
+bool HelperProcess::WaitUntilListening(const CrashChannel& channel, int seconds) noexcept {
     const auto process = static_cast<pid_t>(m_process);
     if (!WaitForEnd(process, seconds)) {
         kill(process, SIGKILL);
     }
-    // Somebody else may have asked for any child's end and have got this one.
+    // Another thread that waits for any child may have reaped it.
     while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
     }
     return channel.HasReader();
 }
 
 bool TakeVariable(const std::string& variable, std::string& value) {
-    const char* const found = HasForeignRights() ? nullptr : std::getenv(variable.c_str());
+    const char* const found = IsPrivileged() ? nullptr : std::getenv(variable.c_str());
     if (found == nullptr) {
         return false;
     }
@@ -204,14 +204,14 @@ bool TakeVariable(const std::string& variable, std::string& value) {
     return true;
 }
 
-PoliteSignalsIgnored::PoliteSignalsIgnored() noexcept {
-    for (const int signal : POLITE_SIGNALS) {
+IgnoredTerminationSignals::IgnoredTerminationSignals() noexcept {
+    for (const int signal : TERMINATION_SIGNALS) {
         std::signal(signal, SIG_IGN);
     }
 }
 
-PoliteSignalsIgnored::~PoliteSignalsIgnored() {
-    for (const int signal : POLITE_SIGNALS) {
+IgnoredTerminationSignals::~IgnoredTerminationSignals() {
+    for (const int signal : TERMINATION_SIGNALS) {
         std::signal(signal, SIG_DFL);
     }
 }
