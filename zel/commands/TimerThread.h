@@ -37,9 +37,8 @@ public:
     /// - `processor` is where ticks are posted. It is held weakly.
     /// - `period` is the number of seconds between ticks. 0, a negative value and a NaN mean about
     ///   10 milliseconds, with the first tick at once.
-    /// - `pendingLimit` is the number of ticks that may be in flight, posted and not finished. A
-    /// tick
-    ///   due beyond that is dropped and not counted.
+    /// - `pendingLimit` is the number of ticks that may be in flight: posted and not finished. A
+    ///   tick that is due when they are is dropped and not counted.
     /// - `repeatCount` is the number of ticks after which the thread exits, or `FOREVER`.
     TimerThread(WeakPtr<CommandProcessor> processor, double period, int pendingLimit,
                 int repeatCount);

@@ -43,9 +43,9 @@ struct ZEL_ADVANCED_API StrcmpiPred {
 /// each level.
 ///
 /// Sinks are called on the watcher's thread, or on the thread that calls `Tick`, with the watcher's
-/// own lock held. An exception from a sink passes through `Tick`, and the listing that was being
-/// reported counts as not made. On the watcher's thread that exception is logged at level 2 and
-/// ends the thread: nothing more is reported.
+/// own lock held. An exception from a sink passes through `Tick`, and the listing being reported is
+/// discarded: the next one reports its changes again. On the watcher's thread that exception is
+/// logged at level 2 and ends the thread: nothing more is reported.
 ///
 /// Guide: docs/watching.md
 class ZEL_ADVANCED_API FileWatcher : public Thread {
@@ -64,8 +64,7 @@ public:
     ///
     /// - `path` is the directory to watch. It need not exist.
     /// - `reportExisting` makes the first `Tick` report all existing entries as added. Otherwise
-    /// the
-    ///   existing entries are listed here and not reported.
+    ///   the existing entries are listed here and not reported.
     /// - `recursive` includes the subdirectories at every depth.
     /// - `pollInterval` is the number of seconds after which the directory is listed without a
     ///   notice, for file systems that send none, such as those of other hosts. 0 lists it in every
@@ -78,9 +77,10 @@ public:
     /// Calls `Tick` until the thread is asked to stop. Called by the thread.
     void Run() override;
 
-    /// Makes one pass: waits up to 50 milliseconds for a notice, and lists and reports if there is
-    /// cause. The first pass lists without waiting. May be called instead of running the thread.
-    /// Thread-safe: concurrent calls run one after the other. A sink may call it.
+    /// Makes one pass: waits up to 50 milliseconds for a notice, then lists the directory and
+    /// reports the changes if a notice was received or the poll interval has elapsed. The first
+    /// pass lists without waiting. May be called instead of running the thread. Thread-safe:
+    /// concurrent calls run one after the other. A sink may call it.
     void Tick();
 
     /// Makes the next listing report all existing entries as added. Doesn't cause a listing.
