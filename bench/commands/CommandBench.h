@@ -6,14 +6,14 @@
 
 namespace zel::bench {
 
-// What posting to one worker thread is compared by. A `Poster` has Post(object, function), which
-// calls the object's member function with an int on that thread.
+// Comparisons of posting to one worker thread. A `Poster` has GetWork(), and Post(function), which
+// calls that member function of the work with an int on the worker thread.
 namespace Commands {
 inline constexpr const char* MANY = "post 10,000 commands and run them";
 inline constexpr const char* ONE = "post a command and wait for it";
 }  // namespace Commands
 
-// What commands count down.
+// A counter that commands decrement.
 class Work {
 public:
     void SetCount(int count) { m_left = count; }

@@ -8,8 +8,8 @@
 
 namespace zel::bench {
 
-// What timers are compared by. A `Service` runs timers on a thread of its own. It has a type Timer,
-// which holds one, Timer Arm(interval, callable), and Cancel(Timer&).
+// Comparisons of timers. A `Service` runs timers on its own thread. It has a type Timer, which owns
+// one timer, Timer Arm(interval, callable), and Cancel(Timer&).
 namespace Timers {
 inline constexpr const char* FIRE_10000 = "arm 10,000 timers elsewhere and fire them";
 inline constexpr const char* FIRE_100000 = "arm 100,000 timers elsewhere and fire them";
@@ -18,24 +18,24 @@ inline constexpr const char* LATENESS = "lateness of a 5 ms timer, median";
 inline constexpr const char* WORST_LATENESS = "lateness of a 5 ms timer, 99th percentile";
 }  // namespace Timers
 
-// A side whose work is done by the timers' thread.
+// Returns a side whose work is done by the timers' thread.
 inline Side TimerSide(const char* name, void (*run)(benchmark::State&), double aim = Side::NO_AIM) {
     return {name, run, aim, 1, true};
 }
 
 using Clock = std::chrono::steady_clock;
 
-// The processor time that all threads of the process have taken since the construction.
+// Measures the processor time used by all threads of the process since the construction.
 class ProcessorTime {
 public:
-    // Reports what fell to each of `timers` in each iteration.
+    // Reports the time for each of `timers` in each iteration.
     void Report(benchmark::State& state, int timers) const;
 
 private:
     const std::clock_t m_start = std::clock();
 };
 
-// How late timers were.
+// Collects the lateness of timers.
 class Lateness {
 public:
     static constexpr std::chrono::milliseconds INTERVAL{5};
@@ -43,7 +43,7 @@ public:
 
     void Add(Clock::time_point due) { m_all.push_back(Clock::now() - due); }
 
-    // Reports what `percent` of them stayed below.
+    // Reports the percentile `percent`.
     void Report(benchmark::State& state, int percent);
 
 private:

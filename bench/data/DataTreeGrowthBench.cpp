@@ -23,7 +23,7 @@ std::string Children(std::size_t nodes) {
     return "[\"root\"" + Repeat(".\"child\"=\"1\"", nodes - 1) + "]";
 }
 
-// Makes a tree in every iteration and drops it. Only one of the two is measured.
+// Creates a tree in every iteration and destroys it. Only one of the two is measured.
 enum class Measured { Make, Drop };
 
 template <class Make>
@@ -62,7 +62,7 @@ void Write(benchmark::State& state, const std::string& text) {
     for (auto _ : state) {
         MemOS out;
         tree->WriteTo(out, -1);
-        Require(out.GetText() == text, "what is written is what was read");
+        Require(out.GetText() == text, "the written text equals the input");
     }
 }
 
@@ -76,7 +76,7 @@ Side OfSize(const std::string& name, std::size_t nodes, Work work, Shape shape) 
             }};
 }
 
-// Whether the time of a node is the same in a tree of a hundred times the size.
+// Compares the time of a node with that in a tree a hundred times the size.
 Comparison Growth(const std::string& verb, Work work, const std::string& things, Shape shape) {
     return {verb + " 1,000,000 " + things,
             {OfSize(Side::OURS, 1'000'000, work, shape),

@@ -35,7 +35,7 @@ constexpr std::array<const char*, 16> VALUES{"0",
 
 class Generator {
 public:
-    // Adds so many nodes below `parent`, as a few values and sections that share the rest.
+    // Adds `nodes` nodes below `parent`: a few values, and sections that share the remaining nodes.
     void Fill(Node& parent, std::size_t nodes) {
         const std::size_t values = 4 + Random(5);
         if (nodes <= values + 2) {

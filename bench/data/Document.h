@@ -6,22 +6,23 @@
 
 namespace zel::bench {
 
-// One logical document, from which each side gets the same in its own format: a value or children
-// below a name. Names have 3 to 20 characters and are unique among siblings, values have 1 to 30,
-// and none has a character that any of the formats would escape.
+// A node of a document that each side reads in its own format: a name with a value or with
+// children. Names have 3 to 20 characters and are unique among siblings, values have 1 to 30, and
+// no format needs to escape any of their characters.
 struct Node {
     std::string name;
     std::string value;
     std::vector<Node> children;
 };
 
-// A settings document of so many nodes, nested sections of a few values each; the same every time.
+// Returns a settings document of `nodes` nodes in nested sections of a few values each. The result
+// is deterministic.
 Node MakeSettings(std::size_t nodes);
 
-// A node of so many values.
+// Returns a node with `values` values.
 Node MakeList(std::size_t values);
 
-// How a format writes a document without white space; %n and %v stand for name and value.
+// The compact syntax of a format; %n and %v are replaced by name and value.
 struct Syntax {
     std::string before;
     std::string open;

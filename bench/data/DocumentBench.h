@@ -9,11 +9,11 @@
 
 namespace zel::bench {
 
-// What kinds of documents are compared by. A `Kind` has a Tree that moves, and of these static
-// members what the comparison needs: the SYNTAX that Read takes, Tree Read(const std::string&),
+// Comparisons of document libraries. A `Kind` has a movable Tree and those of these static members
+// that a comparison uses: the SYNTAX that Read parses, Tree Read(const std::string&),
 // std::size_t CountNodes(const Tree&), Tree Clone(const Tree&), std::size_t Write(const Tree&),
-// which gives the length of the compact text, and Find(const Tree&, const std::string&), which
-// gives a child of the root that converts to true.
+// which returns the length of the compact text, and Find(const Tree&, const std::string&), which
+// returns a child of the root that converts to true.
 namespace Documents {
 inline constexpr std::size_t SMALL = 78;
 inline constexpr std::size_t LARGE = 100'000;
@@ -31,7 +31,7 @@ inline constexpr const char* FIND = "find one of 100 children by name";
 template <class Kind>
 std::string SettingsText(std::size_t nodes) {
     std::string text = Write(MakeSettings(nodes), Kind::SYNTAX);
-    Require(Kind::CountNodes(Kind::Read(text)) == nodes, "a document is read as a whole");
+    Require(Kind::CountNodes(Kind::Read(text)) == nodes, "the whole document is read");
     return text;
 }
 
@@ -66,7 +66,7 @@ template <class Kind, std::size_t nodes>
 void WriteCompact(benchmark::State& state) {
     const std::string text = SettingsText<Kind>(nodes);
     const auto tree = Kind::Read(text);
-    Require(Kind::Write(tree) == text.size(), "what is written is what was read");
+    Require(Kind::Write(tree) == text.size(), "the written text has the length of the input");
     for (auto _ : state) {
         benchmark::DoNotOptimize(Kind::Write(tree));
     }

@@ -5,8 +5,8 @@
 
 #include <fstream>
 
-// The reading and writing of a file of delimited text, for any kind of table: a Kind has a Table,
-// and Read, Write and CountRows for it.
+// Comparisons of reading and writing a file of delimited text. A `Kind` has a type Table, and Read,
+// Write and CountRows for it.
 namespace zel::bench::Rows {
 
 inline const std::string READ_SMALL = "read a file of 100 rows of 10 cells";
@@ -35,10 +35,10 @@ void WriteFile(benchmark::State& state) {
         std::ofstream out(target.GetPath());
         Kind::Write(table, out);
     }
-    Require(file.GetText() == target.GetText(), "what is written is what was read");
+    Require(file.GetText() == target.GetText(), "the written file equals the input");
 }
 
-// Puts a peer's way of reading beside ours.
+// Registers a peer's reader.
 template <class Kind>
 class ReadPeer {
 public:

@@ -8,8 +8,8 @@ namespace zel::bench {
 
 using PlainRows = std::vector<std::vector<std::string>>;
 
-// A file of so many rows of ten cells, each followed by a comma, that is gone with the object.
-// Cells have 1 to 23 characters and are the same every time; there is no header.
+// A temporary file with a number of rows of ten cells, each followed by a comma, removed with the
+// object. Cells have 1 to 23 characters and are deterministic; there is no header.
 class RowsFile {
 public:
     static constexpr std::size_t CELLS = 10;

@@ -4,8 +4,8 @@
 
 namespace zel::bench {
 
-// What event sources are compared by. A `Source` is made with a number of Sinks and has Fire(int)
-// and, for the last, AddAndRemove().
+// Comparisons of event sources. A `Source` is constructed with a number of Sinks and has Fire(int)
+// and, for CHANGE, AddAndRemove().
 namespace Events {
 inline constexpr const char* FIRE_10 = "fire, 10 sinks";
 inline constexpr const char* FIRE_100 = "fire, 100 sinks";
@@ -15,7 +15,7 @@ inline constexpr const char* CHANGE = "add and remove a sink beside 10";
 
 inline constinit thread_local int t_seen = 0;
 
-// Does next to nothing, but on a thread's own memory.
+// Changes only thread-local memory.
 struct Sink {
     void operator()(int value) const { t_seen += value; }
 };

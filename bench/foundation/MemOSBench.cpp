@@ -55,7 +55,7 @@ struct Chunks {
     std::string_view chunk = "16 more of those";
 };
 
-// What `Text` writes, to a new stream that it knows as an `Out`.
+// Writes a `Text` to a new stream through a reference of type `Out`.
 template <class Stream, class Out, class Text>
 void Write(benchmark::State& state) {
     Text text;

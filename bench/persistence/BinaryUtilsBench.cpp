@@ -9,7 +9,7 @@ namespace zel::bench {
 
 namespace {
 
-// A field of two bytes and one of one byte make a pair.
+// A pair is a field of two bytes and one of one byte.
 constexpr std::size_t PAIRS = 500'000;
 constexpr std::size_t PAIR_BYTES = 3;
 

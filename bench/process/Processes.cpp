@@ -18,7 +18,7 @@ std::size_t CountProcesses() {
     return processes.size();
 }
 
-// Processes that do nothing.
+// Idle processes.
 class Crowd {
 public:
     Crowd() {

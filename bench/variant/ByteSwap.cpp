@@ -23,7 +23,7 @@ void SwapEach(const char* from, char* to, std::size_t bytes) {
 
 #ifdef __x86_64__
 
-// Which byte of its half of a register each byte of it comes from.
+// Returns the source index of each byte within its half of a register.
 template <std::size_t width>
 constexpr auto MakeOrder() {
     std::array<char, sizeof(__m256i)> order{};

@@ -4,8 +4,8 @@
 
 namespace zel::bench {
 
-// Reverses the bytes of each of `count` numbers, by AVX2 where the processor has it. The blocks
-// don't overlap, or are the same.
+// Reverses the bytes of each of `count` numbers, with AVX2 if the processor supports it. The blocks
+// must be disjoint or the same.
 template <class T>
 void SwapBytes(const T* from, T* to, std::size_t count);
 

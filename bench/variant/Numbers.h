@@ -7,7 +7,8 @@
 
 namespace zel::bench {
 
-// Numbers of any size that T has room for, with all their digits; the same every time.
+// Returns deterministic random numbers: integers of the full range of T, or floating-point numbers
+// between -1000 and 1000.
 template <class T>
 std::vector<T> MakeNumbers(std::size_t count) {
     std::mt19937_64 random(count);

@@ -33,7 +33,7 @@ void CompareBytes(benchmark::State& state) {
     CompareEqual(state, [&] { return HaveSameBytes(left, right); });
 }
 
-// What it takes not to hold two locks at once.
+// The minimum cost without holding two locks at once.
 template <class T>
 void CopyAndCompareBytes(benchmark::State& state) {
     const std::vector<T> left = MakeNumbers<T>(COUNT);

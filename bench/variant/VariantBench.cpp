@@ -27,7 +27,7 @@ private:
     RCPtr<VariantBase> m_variant{new Variant<T>};
 };
 
-// A value behind an interface, locked as a variant is: what a program would write for itself.
+// A polymorphic value with a lock, as a program would write it by hand.
 class Value {
 public:
     virtual ~Value() = default;
@@ -105,7 +105,7 @@ struct VariantsByMap {
     }
 };
 
-// A maker for each array of the one size.
+// Returns a factory function for each array type of the size in TYPE_NAME, by type name.
 template <class Kind>
 std::map<std::string, typename Kind::Made (*)()> MakeMakers() {
     std::map<std::string, typename Kind::Made (*)()> makers;

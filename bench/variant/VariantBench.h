@@ -6,7 +6,7 @@
 
 namespace zel::bench {
 
-// What variants are compared by. The holder of a task has Set(const In&) and Get(Out*).
+// Comparisons of variants. A `Holder` has Set(const In&) and Get(Out*).
 namespace Variants {
 
 struct Int {
@@ -32,7 +32,7 @@ struct String {
 
 inline constexpr const char* INT_AS_TEXT = "int from text and to text";
 
-// Text is what the holder's own library takes for it.
+// `Text` is the string class of the holder's library.
 template <class Text>
 struct IntAsText {
     using In = Text;
@@ -55,7 +55,7 @@ void SetAndGet(benchmark::State& state) {
         holder.Get(&out);
         benchmark::DoNotOptimize(out);
     }
-    Require(out == in, "what is got is what was set");
+    Require(out == in, "the value read equals the value set");
 }
 
 template <class Compare>

@@ -40,7 +40,7 @@ void Swap(const std::vector<T>& from, std::vector<T>& to) {
     }
 }
 
-// Reads into a new vector, as a variant does, which keeps its value until all is read.
+// Reads into a new vector, as a variant does: it keeps its old value until reading succeeds.
 template <class T>
 class Loop {
 public:
@@ -79,7 +79,7 @@ void Write(benchmark::State& state) {
     }
     Loop<T> check(numbers);
     check.Read(buffer);
-    Require(check.Get() == numbers, "what is written can be read");
+    Require(check.Get() == numbers, "the written bytes can be read");
 }
 
 template <class Kind, class T, std::size_t count>
@@ -93,7 +93,7 @@ void Read(benchmark::State& state) {
         benchmark::DoNotOptimize(kind.Get().data());
         benchmark::ClobberMemory();
     }
-    Require(kind.Get() == numbers, "what is read is what was written");
+    Require(kind.Get() == numbers, "the numbers read equal those written");
 }
 
 template <class T>

@@ -78,7 +78,7 @@ void Write(benchmark::State& state) {
     }
     Blocks check;
     check.Read(stream);
-    Require(check.Get() == numbers, "what is written can be read");
+    Require(check.Get() == numbers, "the written bytes can be read");
 }
 
 template <class Kind, std::size_t count>
@@ -91,7 +91,7 @@ void Read(benchmark::State& state) {
         stream.seekg(0);
         kind.Read(stream);
     }
-    Require(kind.Get() == numbers, "what is read is what was written");
+    Require(kind.Get() == numbers, "the numbers read equal those written");
 }
 
 template <std::size_t count>

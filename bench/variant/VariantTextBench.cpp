@@ -67,7 +67,7 @@ void ReadVariant(benchmark::State& state) {
         variant.ReadValueFromString(text, false);
         benchmark::DoNotOptimize(variant.GetValue().data());
     }
-    Require(variant.GetValue() == numbers, "what is read is what was written");
+    Require(variant.GetValue() == numbers, "the numbers read equal those written");
 }
 
 template <class T>
@@ -79,7 +79,7 @@ void ReadBare(benchmark::State& state) {
         read = NumbersOf<T>(text);
         benchmark::DoNotOptimize(read.data());
     }
-    Require(read == numbers, "what is read is what was written");
+    Require(read == numbers, "the numbers read equal those written");
 }
 
 template <class T>

@@ -10,7 +10,7 @@ namespace zel::bench {
 
 namespace {
 
-// Both sides keep the listing before while they make the next, as a watcher has to.
+// Both sides keep the previous listing while they build the next, as a watcher must.
 template <class Listing, class List>
 void KeepListing(benchmark::State& state, List list) {
     Listing files[2];
@@ -19,7 +19,7 @@ void KeepListing(benchmark::State& state, List list) {
     for (auto _ : state) {
         list(files[next], dirs[next]);
         Require(files[next].size() == Trees::FILES && dirs[next].size() == Trees::DIRECTORIES,
-                "all are met");
+                "all entries are listed");
         next = 1 - next;
         files[next].clear();
         dirs[next].clear();
@@ -45,7 +45,7 @@ void ListByIterator(benchmark::State& state) {
     });
 }
 
-// Between two listings; while there is one the next stands beside it.
+// Measured between two listings; during a listing both the old and the new one exist.
 void MeasureHeapOfWatcher(benchmark::State& state) {
     const std::string root = LargeTree();
     std::size_t bytes = 0;

@@ -23,7 +23,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Each way of watching a directory has a WaitForEvent that comes back when a file has appeared.
+// Each way of watching a directory has WaitForEvent, which returns when a file has been added.
 
 class ByUs {
 public:
@@ -57,7 +57,7 @@ public:
 
     ~ByInotify() {
         m_stop = true;
-        ::inotify_rm_watch(m_instance, m_watch);  // is an event, which wakes the thread
+        ::inotify_rm_watch(m_instance, m_watch);  // generates an event, which wakes the thread
         m_thread.join();
         ::close(m_instance);
     }
@@ -90,14 +90,14 @@ private:
     std::thread m_thread;
 };
 
-// The program of that name, which writes a line for each event.
+// The program inotifywait, which writes a line for each event.
 class ByInotifyWait {
 public:
     static bool IsThere() { return std::system("command -v inotifywait >/dev/null") == 0; }
 
     explicit ByInotifyWait(const fs::path& directory) {
         int ends[2] = {};
-        Require(::pipe(ends) == 0, "there is a pipe");
+        Require(::pipe(ends) == 0, "a pipe is created");
         m_program = ::fork();
         if (m_program == 0) {
             ::dup2(ends[1], STDOUT_FILENO);
@@ -118,8 +118,8 @@ public:
         std::fclose(m_lines);
     }
 
-    void WaitForEvent() { Require(ReadLine(), "inotifywait tells of a file"); }
-    void WaitUntilGone() { Require(ReadLine(), "inotifywait tells that it is gone"); }
+    void WaitForEvent() { Require(ReadLine(), "inotifywait reports the file"); }
+    void WaitUntilGone() { Require(ReadLine(), "inotifywait reports its removal"); }
 
 private:
     bool ReadLine() {
@@ -131,7 +131,7 @@ private:
     std::array<char, 4096> m_line{};
 };
 
-// The time from before the creation of a file to its event.
+// Measures the time from before the creation of a file to its event.
 template <class Way>
 void MeasureEvents(benchmark::State& state, const fs::path& directory) {
     Way way(directory);
@@ -158,7 +158,7 @@ void InEmptyDirectory(benchmark::State& state) {
 
 void ByProgram(benchmark::State& state) {
     if (!ByInotifyWait::IsThere()) {
-        state.SkipWithError("no inotifywait here");
+        state.SkipWithError("inotifywait is not installed");
         return;
     }
     InEmptyDirectory<ByInotifyWait>(state);

@@ -34,7 +34,7 @@ public:
 
 Folder::Folder() {
     std::string name = fs::temp_directory_path() / "zel_bench_XXXXXX";
-    Require(::mkdtemp(name.data()) != nullptr, "there is room for a directory");
+    Require(::mkdtemp(name.data()) != nullptr, "a temporary directory is created");
     m_path = name;
 }
 

@@ -5,7 +5,7 @@
 
 namespace zel::bench {
 
-// A directory of its own, for the time of the object.
+// A temporary directory, removed with the object.
 class Folder {
 public:
     Folder();
@@ -24,8 +24,8 @@ inline constexpr std::size_t FILES = 100'000;
 inline constexpr std::size_t DIRECTORIES = 1'110;
 }  // namespace Trees
 
-// A tree of that many directories, ten in each of them on three levels, and files spread over the
-// lowest thousand. It is made at the first call and goes with the program.
+// Returns a tree of DIRECTORIES directories, ten in each on three levels, with the files in the
+// lowest thousand. Created by the first call and removed at the end of the program.
 const std::filesystem::path& LargeTree();
 
 }  // namespace zel::bench
