@@ -1,4 +1,5 @@
-// Prints which files and directories appear and disappear in directories until it is interrupted.
+// Prints the files and directories that appear in or disappear from directories, until it is
+// interrupted.
 
 #include "zel/watch/FileWatcher.h"
 
@@ -18,7 +19,7 @@ namespace {
 constexpr const char* USAGE = R"(usage: directory_monitor PATH...
 
 Prints a line for each file and directory that appears (+) or disappears (-) below the paths, which
-need not exist yet. Ctrl-C ends it.
+need not exist yet. Ctrl-C stops it.
 )";
 
 volatile std::sig_atomic_t s_isInterrupted = 0;
@@ -27,14 +28,14 @@ void OnInterrupt(int) {
     s_isInterrupted = 1;
 }
 
-// One line, whatever the name holds.
+// Replaces control characters, so that a path takes one line.
 std::string Printable(std::string path) {
     std::ranges::replace_if(
         path, [](unsigned char c) { return c < ' ' || c == '\x7F'; }, '?');
     return path;
 }
 
-// Gives a sink that prints; the watchers' threads print at once.
+// Returns a sink that prints. The watchers' threads print concurrently.
 auto Print(const char* mark) {
     return [mark](const std::string& path) {
         std::osyncstream(std::cout) << mark << Printable(path) << std::endl;

@@ -17,11 +17,11 @@ namespace {
 
 constexpr const char* USAGE = R"(usage: processes [NAME]
 
-Lists the identifiers and names of all processes, or of those with exactly that name. Ends with 1 if
-there is none.
+Lists the identifiers and names of all processes, or of those with exactly that name. Exits with 1
+if there is none.
 )";
 
-// One line, whatever a name holds.
+// Replaces control characters, so that a name takes one line.
 std::string Printable(std::string name) {
     std::ranges::replace_if(
         name, [](unsigned char c) { return c < ' ' || c == '\x7F'; }, '?');
@@ -38,12 +38,12 @@ void Print(const std::list<RCPtr<ProcessInfo>>& processes) {
     std::cout.flush();
 }
 
-// What comes nearest to a name that no process has.
-void PrintNearest(const std::string& name) {
+// Suggests a process whose name differs only in case.
+void PrintSuggestion(const std::string& name) {
     unsigned int pid = 0;
     std::cerr << "processes: there is no process named " << Printable(name);
     if (ProcessUtils::FindProcess(name, &pid)) {
-        std::cerr << ", but for one that is written otherwise: " << pid;
+        std::cerr << ", but one in another case: " << pid;
     }
     std::cerr << std::endl;
 }
@@ -62,7 +62,7 @@ int main(int argc, char** argv) {
         std::list<RCPtr<ProcessInfo>> processes;
         ProcessUtils::ListProcesses(&processes, name);
         if (processes.empty()) {
-            PrintNearest(name);
+            PrintSuggestion(name);
             return failed;
         }
         Print(processes);

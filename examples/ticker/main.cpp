@@ -1,5 +1,5 @@
-// Ticks four times a second for some seconds while one-shot timers go off, and tells at the end
-// when each of them was due and when it came.
+// Ticks four times a second while one-shot timers fire, and prints at the end when each tick and
+// timer was due and when it arrived.
 
 #include "zel/commands/ThreadCommandProcessor.h"
 #include "zel/commands/TimerEventThread.h"
@@ -23,29 +23,28 @@ namespace {
 
 constexpr const char* USAGE = R"(usage: ticker SECONDS
 
-Prints a tick every quarter of a second for SECONDS, at most 3600, while five one-shot timers go off
-within them, and then a table of all that came: when it was due and when it was there, in
-milliseconds.
+Prints a tick every quarter of a second for SECONDS, at most 3600, while five one-shot timers fire,
+and then a table of all ticks and timers: when each was due and when it arrived, in milliseconds.
 )";
 
 constexpr double PERIOD = 0.25;
 constexpr int LONGEST = 3600;
 
-// When something was due and when it came, in seconds from the start.
+// When a tick or timer was due and when it arrived, in seconds from the start.
 struct Arrival {
     std::string name;
     double due;
     double actual;
 };
 
-// Collects ticks on the processor's thread and one-shot timers on theirs. Each list belongs to its
-// thread until that one has ended.
+// Records ticks on the processor's thread and timers on the timer thread. Each list is used by its
+// thread alone until that thread has exited.
 class Ticker {
 public:
     explicit Ticker(int seconds)
         : m_seconds(seconds),
           m_ticks(new TimerThread(m_processor, PERIOD, 1, static_cast<int>(seconds / PERIOD))) {
-        m_ticks->GetEvent().Connect([this](TimerThread* const&) { TakeTick(); });
+        m_ticks->GetEvent().Connect([this](TimerThread* const&) { RecordTick(); });
     }
 
     ~Ticker() { Stop(); }
@@ -74,7 +73,7 @@ public:
     }
 
 private:
-    // No thread that calls back may outlive this object.
+    // The threads call back into this object, so it stops them before it is destroyed.
     void Stop() {
         m_ticks->RequestStop();
         m_ticks->Join();
@@ -83,7 +82,7 @@ private:
         m_timers->Join();
     }
 
-    void TakeTick() {
+    void RecordTick() {
         const double now = m_clock.GetElapsedTime();
         const std::size_t number = m_tickArrivals.size() + 1;
         const std::string name = "tick " + StringUtils::AsString(number);
