@@ -10,8 +10,8 @@ namespace zel::fuzz {
 
 using Value = RCPtr<VariantBase>;
 
-// A variant of any of the 22 types, or an array of a fixed size, as the next byte chooses; it has a
-// value that is seen to change.
+// Returns a variant of one of the 22 types, or a fixed-size array, selected by the next byte. Its
+// value differs from the default, so that a change is detected.
 inline Value TakeVariant(Input& input) {
     static constexpr const char* elements[] = {
 #define ZEL_NAME(Type, Name, ...) Name,
@@ -24,11 +24,11 @@ inline Value TakeVariant(Input& input) {
     const unsigned shape = choice / 16 % 3;
     const Value value = VariantBase::CreateByTypeName(
         std::string(elements[choice % std::size(elements)]) + shapes[shape]);
-    Require(value->ReadValueFromString(texts[shape], false), "plain numbers are a value");
+    Require(value->ReadValueFromString(texts[shape], false), "plain numbers are valid values");
     return value;
 }
 
-// The value in bytes, which are the same for the same bits and no others.
+// Returns the value as bytes, which are equal only for identical values.
 inline std::string BytesOf(const Value& value) {
     std::ostringstream out;
     Require(value->WriteValueToStream(out), "every value has a stream form");

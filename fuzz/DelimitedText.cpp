@@ -15,7 +15,7 @@ struct Reading {
     unsigned flags;
 };
 
-// The table with what is read ahead of a failure.
+// Returns the table with the rows read before a failure, if any.
 Table TableOf(std::istream& in, const Reading& how, bool* isWhole = nullptr) {
     const Table table(new DataTable);
     const auto outcome = Try<Exception>([&] {
@@ -37,8 +37,8 @@ std::string TextOf(const Table& table, char separator) {
 
 }  // namespace
 
-// The first line has a byte for the flags, one for the size of the pieces in which a stream brings
-// the text, and the separators.
+// The first line consists of a byte for the flags, one for the size of the pieces in which the text
+// is read, and the separators.
 void Run(Input input) {
     Input choices(input.TakeLine());
     Reading how{{}, choices.TakeByte()};
@@ -49,7 +49,8 @@ void Run(Input input) {
     const Table table = TableOf(in, how);
     const char separator = how.separators.c_str()[0];
     const std::string text = TextOf(table, separator);
-    Require(TextOf(TableOf(whole, how), separator) == text, "a table comes whole or in pieces");
+    Require(TextOf(TableOf(whole, how), separator) == text,
+            "a table is the same if read in pieces");
     if (separator == '\0' || separator == '\r') {
         return;
     }
@@ -58,9 +59,9 @@ void Run(Input input) {
     PieceStream written(text, piece);
     bool isWhole = false;
     const Table back = TableOf(written, again, &isWhole);
-    Require(isWhole, "what is written is read, with as many cells as fields");
-    Require(back->GetRowCount() == table->GetRowCount(), "there are as many rows again");
-    Require(TextOf(back, separator) == text, "they come back as they were");
+    Require(isWhole, "written text can be read, with as many cells as fields");
+    Require(back->GetRowCount() == table->GetRowCount(), "the number of rows is the same");
+    Require(TextOf(back, separator) == text, "the cells are the same");
 }
 
 }  // namespace zel::fuzz

@@ -13,11 +13,11 @@ std::string Encoded(std::string_view bytes) {
     StringUtils::Encode(bytes, text);
     std::ostringstream out;
     StringUtils::Encode(bytes.data(), static_cast<int>(bytes.size()), out);
-    Require(out.str() == text, "text goes to a stream as it goes to a string");
+    Require(out.str() == text, "encoding to a stream and to a string is the same");
     return text;
 }
 
-// The segments that stand in a row, joined; nothing if one of them is malformed.
+// Returns the joined values of adjacent segments, or nothing if a segment is malformed.
 std::optional<std::string> Joined(std::string_view segments, std::size_t piece) {
     StreamScanner scanner(segments);
     PieceStream in(segments, piece);
@@ -25,8 +25,8 @@ std::optional<std::string> Joined(std::string_view segments, std::size_t piece) 
     do {
         std::string value = "kept";
         if (!StringUtils::Decode(in, &value)) {
-            Require(value == "kept", "a malformed segment leaves the value alone");
-            Require(!StringUtils::Decode(scanner, &text), "both readers refuse it");
+            Require(value == "kept", "a malformed segment leaves the value unchanged");
+            Require(!StringUtils::Decode(scanner, &text), "both readers reject it");
             return std::nullopt;
         }
         const std::string joined = text + value;
@@ -37,13 +37,14 @@ std::optional<std::string> Joined(std::string_view segments, std::size_t piece) 
 
 }  // namespace
 
-// The first byte is the size of the pieces in which a stream brings the segments.
+// The first byte is the size of the pieces in which the segments are read.
 void Run(Input input) {
     const std::size_t piece = input.TakeByte() + 1;
     const std::string_view bytes = input.GetRest();
-    Require(Joined(Encoded(bytes), piece) == bytes, "any bytes come back from their segments");
+    Require(Joined(Encoded(bytes), piece) == bytes, "encoded bytes decode to the same bytes");
     const auto text = Joined(bytes, piece);
-    Require(!text || Joined(Encoded(*text), piece) == text, "what was read comes back");
+    Require(!text || Joined(Encoded(*text), piece) == text,
+            "decoded text survives another encoding");
 }
 
 }  // namespace zel::fuzz

@@ -16,7 +16,7 @@ std::string Compact(const Tree& tree) {
     return out.str();
 }
 
-// The tree in compact form, or what is wrong with the document and where.
+// Returns the tree in compact form, or the error with its position.
 template <class Read>
 std::string Outcome(Read read) {
     try {
@@ -28,21 +28,22 @@ std::string Outcome(Read read) {
 
 }  // namespace
 
-// The first byte is the size of the pieces in which a stream brings the document.
+// The first byte is the size of the pieces in which the document is read.
 void Run(Input input) {
     const std::size_t piece = input.TakeByte() + 1;
     const std::string text(input.GetRest());
     PieceStream in(text, piece);
     const auto fromString = [&] { return DataTree::FromString(text); };
     Require(Outcome(fromString) == Outcome([&] { return DataTree::ReadFrom(in); }),
-            "a document is the same from a string and from a stream");
+            "a string and a stream yield the same tree or error");
     const auto tree = Try<DataTreeEx>(fromString);
     if (!tree) {
         return;
     }
     const std::string compact = Compact(*tree);
     Require(Compact(DataTree::FromString(compact)) == compact, "the compact form reads back");
-    Require(Compact(DataTree::FromString((*tree)->ToString())) == compact, "so does the indented");
+    Require(Compact(DataTree::FromString((*tree)->ToString())) == compact,
+            "the indented form reads back");
     Require(Compact((*tree)->Clone()) == compact, "a clone is the same tree");
 }
 

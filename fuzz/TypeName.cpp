@@ -7,8 +7,8 @@ namespace zel::fuzz {
 
 namespace {
 
-// A name may ask for more elements than a fuzzer's memory has, and is served.
-bool AsksForTooMuch(const std::string& name) {
+// A valid name may request more elements than fit into the fuzzer's memory limit.
+bool RequestsTooMuch(const std::string& name) {
     constexpr unsigned int most = 100'000;
     const std::size_t open = std::min(name.find('['), name.size() - 1) + 1;
     const std::size_t close = std::min(name.find(']', open), name.size());
@@ -20,7 +20,7 @@ bool AsksForTooMuch(const std::string& name) {
 
 void Run(Input input) {
     const std::string name(input.GetRest());
-    if (name.empty() || AsksForTooMuch(name)) {
+    if (name.empty() || RequestsTooMuch(name)) {
         return;
     }
     const auto value = Try<Exception>([&] { return VariantBase::CreateByTypeName(name); });
@@ -30,11 +30,12 @@ void Run(Input input) {
     const std::string ownName = (*value)->GetTypeName();
     const RCPtr<VariantBase> again = VariantBase::CreateByTypeName(ownName);
     Require(name.compare(0, name.find('['), ownName, 0, ownName.find('[')) == 0,
-            "a variant has the element type that was asked for");
-    Require(again->GetTypeID() == (*value)->GetTypeID(), "its own name makes the same type");
-    Require(again->IsEqual(*value, true, false, true), "with the same elements");
+            "a variant has the requested element type");
+    Require(again->GetTypeID() == (*value)->GetTypeID(), "its own name creates the same type");
+    Require(again->IsEqual(*value, true, false, true), "its own name creates the same elements");
     const RCPtr<VariantBase> byID = VariantBase::CreateByID((*value)->GetTypeID());
-    Require(byID && byID->GetTypeID() == (*value)->GetTypeID(), "so does its identifier");
+    Require(byID && byID->GetTypeID() == (*value)->GetTypeID(),
+            "its identifier creates the same type");
 }
 
 }  // namespace zel::fuzz

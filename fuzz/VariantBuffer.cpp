@@ -4,7 +4,7 @@
 
 namespace zel::fuzz {
 
-// The first bytes choose the type and whether the count of an array is there.
+// The first bytes select the type and whether the buffer contains the count of an array.
 void Run(Input input) {
     const Value value = TakeVariant(input);
     const bool withSize = input.TakeByte() % 2 != 0;
@@ -14,21 +14,23 @@ void Run(Input input) {
     unsigned long long left = block.size();
     void* const end = value->ReadValueFromBuffer(block.data(), left, withSize);
     if (end == nullptr) {
-        Require(left == block.size(), "a failed read takes nothing");
-        Require(BytesOf(value) == before, "and changes nothing");
+        Require(left == block.size(), "a failed read consumes nothing");
+        Require(BytesOf(value) == before, "a failed read changes nothing");
         return;
     }
     const std::size_t taken = block.size() - static_cast<std::size_t>(left);
-    Require(end == block.data() + taken, "the address goes with the bytes that are left");
+    Require(end == block.data() + taken, "the returned address matches the remaining bytes");
     std::vector<char> written(taken);
-    unsigned long long room = taken;
-    Require(value->WriteValueToBuffer(written.data(), room, withSize) != nullptr && room == 0,
-            "what was read has the size that it took");
-    Require(std::equal(written.begin(), written.end(), block.begin()), "and the same bytes");
+    unsigned long long remaining = taken;
+    Require(
+        value->WriteValueToBuffer(written.data(), remaining, withSize) != nullptr && remaining == 0,
+        "the value is written in the same size");
+    Require(std::equal(written.begin(), written.end(), block.begin()),
+            "the value is written in the same bytes");
     if (withSize || !value->IsArray()) {
         std::istringstream in(std::string(block.begin(), block.end()));
         Require(fromStream->ReadValueFromStream(in) && BytesOf(fromStream) == BytesOf(value),
-                "a stream of these bytes gives the same value");
+                "a stream of these bytes yields the same value");
     }
 }
 

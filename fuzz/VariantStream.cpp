@@ -4,8 +4,8 @@
 
 namespace zel::fuzz {
 
-// The first bytes choose the type, the size of the pieces in which the stream brings its bytes, and
-// whether an array's count is of two bytes: most others fail, and take their time to do so.
+// The first bytes select the type, the size of the pieces in which the stream is read, and whether
+// an array's count is limited to two bytes: most larger counts fail, and slowly.
 void Run(Input input) {
     const Value value = TakeVariant(input);
     const std::string before = BytesOf(value);
@@ -17,7 +17,7 @@ void Run(Input input) {
     if (isRead.value_or(false)) {
         const std::size_t taken = bytes.size() - in.GetLeft();
         Require(in.good(), "a read that succeeds leaves the stream good");
-        Require(BytesOf(value) == bytes.substr(0, taken), "just its own bytes are taken");
+        Require(BytesOf(value) == bytes.substr(0, taken), "a read consumes only its own bytes");
     } else {
         Require(BytesOf(value) == before, "a failed read changes nothing");
     }

@@ -4,23 +4,23 @@ namespace zel::fuzz {
 
 namespace {
 
-// What comes into an array as text goes out of it again.
+// Adds an element as text and removes it again.
 void AddAndRemove(const Value& array, int index, const char* text) {
     const std::string before = BytesOf(array);
     const int count = array->GetNumberOfElements();
     if (!array->AddElementToVectorAsString(index, text, false)) {
-        Require(BytesOf(array) == before, "a refused element changes nothing");
+        Require(BytesOf(array) == before, "a rejected element changes nothing");
         return;
     }
-    Require(array->GetNumberOfElements() == count + 1, "an element is one more");
+    Require(array->GetNumberOfElements() == count + 1, "adding increases the count by one");
     Require(
         array->RemoveElementFromVector(index < 0 ? count : index, true) && BytesOf(array) == before,
-        "an element that came goes again");
+        "removing restores the array");
 }
 
 }  // namespace
 
-// The first bytes choose the type, whether the count of an array is there, and a place in it.
+// The first bytes select the type, whether the text contains the count of an array, and an index.
 void Run(Input input) {
     const Value value = TakeVariant(input);
     const std::string before = BytesOf(value);
@@ -31,8 +31,9 @@ void Run(Input input) {
         const Value back = value->Clone();
         back->SetMaximumValue();
         const std::string written = value->WriteValueToString(withSize);
-        Require(back->ReadValueFromString(written, withSize), "what is written can be read");
-        Require(back->WriteValueToString(withSize) == written, "and is the same value");
+        Require(back->ReadValueFromString(written, withSize), "written text can be read");
+        Require(back->WriteValueToString(withSize) == written,
+                "written text reads back as the same value");
     } else {
         Require(BytesOf(value) == before, "a failed read changes nothing");
     }

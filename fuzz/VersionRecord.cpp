@@ -4,7 +4,7 @@
 
 namespace zel::fuzz {
 
-// The first byte is the size of the pieces in which the stream brings its bytes.
+// The first byte is the size of the pieces in which the stream is read.
 void Run(Input input) {
     using ObjectPersistence::BinaryPersistenceReader;
     const std::size_t piece = input.TakeByte() + 1;
@@ -15,12 +15,12 @@ void Run(Input input) {
         for (int shift = 0; shift < 32; shift += 8) {
             bytes += static_cast<char>(static_cast<unsigned>(*version) >> shift);
         }
-        Require(in.good(), "a version that is there leaves the stream good");
+        Require(in.good(), "a successful read leaves the stream good");
     }
     constexpr std::size_t size = 4;
     const std::size_t whole = input.GetRest().size() / size * size;
-    Require(bytes == input.GetRest().substr(0, whole), "every whole record is a version");
-    Require(in.GetLeft() == 0, "a failure takes what was left");
+    Require(bytes == input.GetRest().substr(0, whole), "every complete record is a version");
+    Require(in.GetLeft() == 0, "a failure consumes the remaining bytes");
 }
 
 }  // namespace zel::fuzz
