@@ -1,5 +1,4 @@
-// A program for a measuring station that dies in the way it is asked to, so that its crash report
-// can be seen.
+// Crashes in a selectable way to show its crash report.
 
 #include "zel/core/Thread.h"
 #include "zel/crashd/CrashHandler.h"
@@ -13,17 +12,17 @@ namespace {
 
 constexpr std::string_view USAGE = R"(usage: crash_report [KIND]
 
-Dies and leaves a crash report on standard error. KIND is one of
-  null      a write through a null pointer, and what happens without KIND
+Crashes, with a crash report on standard error. KIND is one of
+  null      a write through a null pointer (the default)
   abort     a call of abort
-  overflow  a recursion without end
+  overflow  an endless recursion
   divide    a division by zero
-  throw     an exception that nobody catches
-  thread    a write through a null pointer on a thread of its own
+  throw     an uncaught exception
+  thread    a write through a null pointer on another thread
   pure      a call of a pure virtual function
 )";
 
-// The compiler can't know their values, and so not what goes wrong.
+// Volatile, so that the compiler can't detect the faults.
 int* volatile s_value = nullptr;
 volatile int s_count = 0;
 
@@ -31,7 +30,7 @@ void StoreValue() {
     *s_value = 1;
 }
 
-void GiveUp() {
+void CallAbort() {
     std::abort();
 }
 
@@ -40,7 +39,7 @@ int CountParents(int station) {
     return station < 0 ? 0 : CountParents(station + 1) + path[0];
 }
 
-void CountForEver() {
+void RecurseEndlessly() {
     s_count = CountParents(0);
 }
 
@@ -64,18 +63,18 @@ void Sample() {
 
 }  // namespace
 
-// Had the namespace no name, the compiler would know that every station is a buoy.
+// Not in an unnamed namespace, where the compiler could resolve the call of GetHeight.
 namespace stations {
 
 class Station {
 public:
-    // While this runs, the object isn't yet of a class that can tell its height.
+    // The derived class isn't constructed yet, so GetHeight is still pure virtual.
     Station() { Describe(); }
     virtual ~Station() = default;
     virtual int GetHeight() const = 0;
 
 private:
-    // What is warned of is what is to happen here.
+    // The fault is intended.
     void Describe() const { s_count = GetHeight(); }  // NOLINT(*PureVirtualCall)
 };
 
@@ -93,22 +92,23 @@ void BuildStation() {
 
 constexpr struct {
     std::string_view name;
-    void (*die)();
+    void (*crash)();
 } KINDS[] = {
-    {"null", StoreValue}, {"abort", GiveUp},  {"overflow", CountForEver}, {"divide", TakeMean},
-    {"throw", AskSensor}, {"thread", Sample}, {"pure", BuildStation},
+    {"null", StoreValue},   {"abort", CallAbort}, {"overflow", RecurseEndlessly},
+    {"divide", TakeMean},   {"throw", AskSensor}, {"thread", Sample},
+    {"pure", BuildStation},
 };
 
 }  // namespace
 
 int main(int argc, char** argv) {
     if (!zel::CrashHandler::Initialize(argc, argv, nullptr)) {
-        std::cerr << "crash_report: there will be no report\n";
+        std::cerr << "crash_report: crash handling is not available\n";
     }
     const std::string_view wanted = argc > 1 ? argv[1] : "null";
     for (const auto& kind : KINDS) {
         if (kind.name == wanted) {
-            kind.die();
+            kind.crash();
         }
     }
     std::cerr << USAGE;
