@@ -9,45 +9,35 @@
 #include <thread>
 #include <vector>
 
-// Writes every float there is as text, reads it back and compares the bits.
+// Converts every float to text and back and compares the bits.
 
 namespace {
 
-constexpr std::uint64_t COUNT = std::uint64_t(1) << 32;
-constexpr std::uint64_t BLOCK = std::uint64_t(1) << 20;
-
-bool ComesBack(float value) {
-    float back = 0;
-    if (!zel::StringUtils::FromString(zel::StringUtils::AsString(value), back, 0)) {
-        return false;
-    }
-    return std::isnan(value)
-               ? std::isnan(back)
-               : std::bit_cast<std::uint32_t>(back) == std::bit_cast<std::uint32_t>(value);
+bool IsRestored(std::uint32_t bits) {
+    const auto value = std::bit_cast<float>(bits);
+    float restored = 0;
+    return zel::StringUtils::FromString(zel::StringUtils::AsString(value), restored, 0) &&
+           (std::isnan(value) ? std::isnan(restored)
+                              : std::bit_cast<std::uint32_t>(restored) == bits);
 }
 
 }  // namespace
 
 int main() {
-    std::atomic<std::uint64_t> next{0};
+    constexpr std::uint64_t count = std::uint64_t(1) << 32;
+    const unsigned step = std::max(1U, std::thread::hardware_concurrency());
     std::atomic<std::uint64_t> lost{0};
-    const auto work = [&] {
-        for (std::uint64_t begin = next.fetch_add(BLOCK); begin < COUNT;
-             begin = next.fetch_add(BLOCK)) {
-            for (std::uint64_t bits = begin; bits < begin + BLOCK; ++bits) {
-                if (!ComesBack(std::bit_cast<float>(static_cast<std::uint32_t>(bits)))) {
+    std::vector<std::jthread> threads;
+    for (unsigned first = 0; first < step; ++first) {
+        threads.emplace_back([&lost, first, step] {
+            for (std::uint64_t bits = first; bits < count; bits += step) {
+                if (!IsRestored(static_cast<std::uint32_t>(bits))) {
                     ++lost;
                 }
             }
-        }
-    };
-    std::vector<std::thread> workers(std::max(1U, std::thread::hardware_concurrency()));
-    for (std::thread& worker : workers) {
-        worker = std::thread(work);
+        });
     }
-    for (std::thread& worker : workers) {
-        worker.join();
-    }
-    std::cout << COUNT - lost << " of " << COUNT << " floats come back from their text\n";
+    threads.clear();
+    std::cout << count - lost << " of " << count << " floats are restored from their text\n";
     return lost == 0 ? 0 : 1;
 }

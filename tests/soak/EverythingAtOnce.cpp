@@ -9,7 +9,8 @@
 #include "zel/variant/Variant.h"
 #include "zel/watch/FileWatcher.h"
 
-#include <atomic>
+#include "tests/support/TemporaryFolder.h"
+
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -21,18 +22,17 @@
 #include <unistd.h>
 #include <vector>
 
-// All families at work at the same time, each on a thread of its own, for the minutes that the
-// first argument says (30 without one): memory and descriptors are at the end what they were once
-// everything had run for a tenth of the time.
+// Uses all families at the same time, each on its own thread, for the minutes of the first argument
+// (default 30). Memory must not grow after a tenth of the time, nor descriptors leak.
 
 namespace {
 
 using namespace zel;
 namespace fs = std::filesystem;
 
-void Require(bool condition, const char* what) {
+void Require(bool condition, const char* requirement) {
     if (!condition) {
-        throw std::runtime_error(what);
+        throw std::runtime_error(requirement);
     }
 }
 
@@ -40,10 +40,10 @@ void UseTrees() {
     const RCPtr<DataTree> tree = DataTree::FromString(R"(["a" ."b"="1" ["c" ."d"="2"]])");
     tree->GetChild("c")->AppendChild(tree->GetChild("b")->Clone());
     const std::string text = tree->ToString();
-    Require(DataTree::FromString(text)->ToString() == text, "a tree reads back");
+    Require(DataTree::FromString(text)->ToString() == text, "a tree is restored from its text");
     try {
         DataTree::FromString(text.substr(0, text.size() / 2));
-        Require(false, "half a tree is refused");
+        Require(false, "half a tree is rejected");
     } catch (const DataTreeEx&) {
     }
 }
@@ -58,7 +58,7 @@ void UseTables() {
 }
 
 void UseVariants() {
-    // Shared by all who come here, so that each value is read while it is written.
+    // Shared by two threads, so that it is read while it is written.
     static const RCPtr<VariantBase> s_shared = VariantBase::CreateByTypeName("S32[]");
     s_shared->ReadValueFromString("1`2`3", false);
     std::vector<double> values;
@@ -72,7 +72,7 @@ void UseVariants() {
 }
 
 void UsePersistence() {
-    std::stringstream out;
+    std::ostringstream out;
     BinaryUtils::DataPacker(&out, false).Insert(static_cast<unsigned short>(571));
     const std::string bytes = out.str();
     BinaryUtils::DataUnpacker unpacker(bytes, false);
@@ -91,21 +91,12 @@ void UseBridge() {
     Require(sum == 5, "a function is called");
 }
 
-void UseCommandsAndTimers() {
-    class Signal : public Command {
-    public:
-        explicit Signal(RCPtr<Event> event) : m_event(std::move(event)) {}
-        void Run() override { m_event->Set(true); }
+constexpr int TIMEOUT = 60'000;
 
-    private:
-        const RCPtr<Event> m_event;
-    };
-    constexpr int patience = 60'000;
-    const RCPtr<Event> isRun(new Event(Event::ManualReset));
+void UseCommandsAndTimers() {
     const RCPtr<Event> isTicked(new Event(Event::ManualReset));
     const RCPtr<Event> isDue(new Event(Event::ManualReset));
     const RCPtr<ThreadCommandProcessor> processor(new ThreadCommandProcessor);
-    processor->PostCommand(new Signal(isRun));
     const RCPtr<TimerThread> ticker(new TimerThread(processor, 0, 1, 3));
     ticker->GetEvent().Connect([&](TimerThread* const&) { isTicked->Set(true); });
     ticker->Start();
@@ -113,8 +104,7 @@ void UseCommandsAndTimers() {
     timers->Start();
     timers->AddTimer(new CallbackTimer(0.001, [&] { isDue->Set(true); }));
     timers->AddTimer(new CallbackTimer(1e9, [] {}));
-    Require(Event::WaitMultiple({isRun, isTicked, isDue}, true, patience) == 0,
-            "a command, a tick and a timer");
+    Require(Event::WaitMultiple({isTicked, isDue}, true, TIMEOUT) == 0, "a tick and a timer");
     timers->RequestStop();
     timers->Join();
     ticker->Join();
@@ -122,24 +112,23 @@ void UseCommandsAndTimers() {
 }
 
 void UseWatcher() {
-    const fs::path folder =
-        fs::temp_directory_path() / ("zel_everything_" + std::to_string(::getpid()));
-    fs::create_directories(folder / "deep");
-    const RCPtr<FileWatcher> watcher(new FileWatcher(folder.c_str(), false, true, -1));
+    const test::TemporaryFolder folder;
+    const fs::path watched = folder / "watched";
+    const RCPtr<FileWatcher> watcher(new FileWatcher(watched.c_str(), false, true, -1));
     const RCPtr<Event> isSeen(new Event(Event::ManualReset));
     watcher->FileAdded.Connect([&](const std::string&) { isSeen->Set(true); });
     watcher->Start();
-    std::ofstream(folder / "deep/file") << "text";
-    Require(isSeen->Wait(60'000), "a file is seen");
+    fs::create_directories(watched / "deep");
+    std::ofstream(watched / "deep/file") << "text";
+    Require(isSeen->Wait(TIMEOUT), "a file is reported");
     watcher->RequestStop();
     watcher->Join();
-    fs::remove_all(folder);
 }
 
 void UseProcesses() {
     std::list<RCPtr<ProcessInfo>> processes;
     ProcessUtils::ListProcesses(&processes, "");
-    Require(!processes.empty(), "there are processes");
+    Require(!processes.empty(), "processes are listed");
 }
 
 std::size_t CountDescriptors() {
@@ -147,71 +136,52 @@ std::size_t CountDescriptors() {
     return static_cast<std::size_t>(std::distance(begin(all), end(all)));
 }
 
-// Kilobytes that the process has in memory.
-std::size_t GetMemory() {
+std::size_t GetResidentKilobytes() {
     malloc_trim(0);
     std::ifstream in("/proc/self/statm");
-    std::size_t whole = 0;
+    std::size_t total = 0;
     std::size_t resident = 0;
-    in >> whole >> resident;
+    in >> total >> resident;
     return resident * static_cast<std::size_t>(::getpagesize()) / 1024;
 }
 
-struct Work {
-    const char* name;
-    void (*run)();
-    std::atomic<long> rounds{0};
-};
-
-Work s_works[] = {{"trees", UseTrees},
-                  {"tables", UseTables},
-                  {"variants", UseVariants},
-                  {"variants again", UseVariants},
-                  {"persistence", UsePersistence},
-                  {"bridge", UseBridge},
-                  {"commands and timers", UseCommandsAndTimers},
-                  {"watching", UseWatcher},
-                  {"processes", UseProcesses}};
-
-std::atomic<bool> s_isOver{false};
-
-void RunUntilOver(Work& work) {
+void RunUntilStop(const std::stop_token& stop, const std::string& name, void (*run)()) {
+    long rounds = 0;
     try {
-        for (; !s_isOver; ++work.rounds) {
-            work.run();
+        for (; !stop.stop_requested(); ++rounds) {
+            run();
         }
     } catch (const std::exception& ex) {
-        std::cerr << work.name << ": " << ex.what() << std::endl;
+        std::cerr << name << ": " << ex.what() << std::endl;
         std::_Exit(1);
     }
+    std::cout << name + ": " + std::to_string(rounds) + " rounds\n";
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const double minutes = argc > 1 ? std::stod(argv[1]) : 30;
-    const std::chrono::duration<double> time(60 * minutes);
+    const std::chrono::duration<double> time(60 * (argc > 1 ? std::stod(argv[1]) : 30));
     const auto begin = std::chrono::steady_clock::now();
     const std::size_t descriptorsBefore = CountDescriptors();
-    std::vector<std::thread> threads;
-    for (Work& work : s_works) {
-        threads.emplace_back([&work] { RunUntilOver(work); });
-    }
+    std::vector<std::jthread> threads;
+    threads.emplace_back(RunUntilStop, "trees", UseTrees);
+    threads.emplace_back(RunUntilStop, "tables", UseTables);
+    threads.emplace_back(RunUntilStop, "variants", UseVariants);
+    threads.emplace_back(RunUntilStop, "variants again", UseVariants);
+    threads.emplace_back(RunUntilStop, "persistence", UsePersistence);
+    threads.emplace_back(RunUntilStop, "bridge", UseBridge);
+    threads.emplace_back(RunUntilStop, "commands and timers", UseCommandsAndTimers);
+    threads.emplace_back(RunUntilStop, "watching", UseWatcher);
+    threads.emplace_back(RunUntilStop, "processes", UseProcesses);
     std::this_thread::sleep_until(begin + time / 10);
-    const std::size_t memoryBefore = GetMemory();
+    const std::size_t memoryBefore = GetResidentKilobytes();
     std::this_thread::sleep_until(begin + time);
-    const std::size_t memoryAfter = GetMemory();
-    s_isOver = true;
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    for (const Work& work : s_works) {
-        std::cout << work.name << ": " << work.rounds << " rounds\n";
-    }
-    constexpr std::size_t allowance = 4096;
-    const std::size_t descriptors = CountDescriptors();
+    const std::size_t memoryAfter = GetResidentKilobytes();
+    threads.clear();
+    const std::size_t descriptorsAfter = CountDescriptors();
     std::cout << memoryBefore << " KB after a tenth of the time, " << memoryAfter
-              << " KB at its end; " << descriptorsBefore << " descriptors before, " << descriptors
-              << " after\n";
-    return memoryAfter < memoryBefore + allowance && descriptors == descriptorsBefore ? 0 : 1;
+              << " KB at the end; " << descriptorsBefore << " descriptors before, "
+              << descriptorsAfter << " after\n";
+    return memoryAfter < memoryBefore + 4096 && descriptorsAfter == descriptorsBefore ? 0 : 1;
 }
