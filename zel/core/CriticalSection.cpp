@@ -26,8 +26,8 @@ std::string CriticalSection::GetName() const {
 }
 
 bool CriticalSection::TryEnter() noexcept {
-    const void* nobody = nullptr;
-    return m_owner.compare_exchange_strong(nobody, &t_threadIdentity, std::memory_order_acquire,
+    const void* none = nullptr;
+    return m_owner.compare_exchange_strong(none, &t_threadIdentity, std::memory_order_acquire,
                                            std::memory_order_relaxed);
 }
 
@@ -46,7 +46,7 @@ void CriticalSection::EnterContended() noexcept {
         return;
     }
     for (;;) {
-        // The mark is set anew on every round: the one who woke us has cleared it for all.
+        // Set on every round, as the thread that woke this one has cleared the mark for all.
         m_hasSleepers.store(1, std::memory_order_relaxed);
         platform::ProcessWideBarrier();
         if (TryEnter()) {

@@ -9,61 +9,66 @@
 
 namespace zel {
 
-// The address of this variable tells threads apart; its value means nothing.
+/// Identifies the calling thread by its address; its value is not used.
 extern constinit thread_local char t_threadIdentity ZEL_CORE_THREAD_LOCAL;
 
-// A lock that one thread holds at a time and may enter again while it holds it. It is made for
-// short, mostly uncontended sections: entering costs one atomic instruction, leaving a plain store,
-// entering again a comparison. A thread that waits spins briefly, then sleeps.
-//
-//     CriticalSection cs("settings");
-//     cs.Enter();
-//     ...
-//     cs.Leave();  // as often as entered; CriticalSectionLock does it by scope
-//
-// Any thread may call Enter. Leave is for the thread that is inside. The object may go once no
-// thread is in a call on it. After a fork the child may use locks that no other thread held.
+/// A recursive mutual-exclusion lock for short, mostly uncontended sections. Entering costs one
+/// atomic instruction, leaving a plain store, and entering again on the same thread a comparison.
+/// A thread that has to wait spins briefly and then sleeps.
+///
+///     CriticalSection cs("settings");
+///     cs.Enter();
+///     ...
+///     cs.Leave();  // once for each Enter; CriticalSectionLock does it by scope
+///
+/// Thread-safe. Requires: no thread is in a call on the object when it is destroyed. After a fork
+/// the child process may use locks that no other thread held at the time.
+///
+/// Guide: docs/core.md
 class ZEL_CORE_API CriticalSection {
 public:
     constexpr CriticalSection() noexcept = default;
 
-    // The name, which may be empty, is for whoever looks at the object in a debugger.
+    /// Makes a lock with a name, which may be empty. The name is shown in debuggers only.
     explicit CriticalSection(const std::string& name);
 
     ~CriticalSection() = default;
     CriticalSection(const CriticalSection&) = delete;
     CriticalSection& operator=(const CriticalSection&) = delete;
 
-    // Enters, once more if the calling thread is inside already, else after whoever is.
+    /// Acquires the lock, or increments its depth if the calling thread already holds it. Blocks
+    /// while another thread holds it.
     void Enter() noexcept {
         const void* const self = &t_threadIdentity;
         if (m_owner.load(std::memory_order_relaxed) == self) {
             ++m_depth;
             return;
         }
-        const void* nobody = nullptr;
-        if (!m_owner.compare_exchange_strong(nobody, self, std::memory_order_acquire,
+        const void* none = nullptr;
+        if (!m_owner.compare_exchange_strong(none, self, std::memory_order_acquire,
                                              std::memory_order_relaxed)) {
             EnterContended();
         }
     }
 
-    // Takes back one Enter of the calling thread; the last one frees the lock.
+    /// Undoes one `Enter`; the last one releases the lock. Requires: the calling thread holds the
+    /// lock.
     void Leave() noexcept {
         if (m_depth != 0) {
             --m_depth;
             return;
         }
         m_owner.store(nullptr, std::memory_order_release);
-        // No fence stands between the two: whoever sets the mark issues a process-wide barrier
-        // before it goes to sleep, so that either it sees the lock free or we see the mark.
+        // No memory fence is needed between the store and the load: a thread that sets the mark
+        // issues a process-wide barrier before it sleeps, so that either it sees the lock free or
+        // this thread sees the mark.
         std::atomic_signal_fence(std::memory_order_seq_cst);
         if (m_hasSleepers.load(std::memory_order_relaxed) != 0) {
             WakeSleeper();
         }
     }
 
-    // The name that it was made with; empty without.
+    /// Returns the name given to the constructor, or an empty string.
     std::string GetName() const;
 
 private:
@@ -73,7 +78,7 @@ private:
     void WakeSleeper() noexcept;
 
     std::atomic<const void*> m_owner{nullptr};
-    // How many times the owner is inside beyond the first; only the owner touches it.
+    // The number of nested entries beyond the first; accessed by the owner only.
     std::uint32_t m_depth = 0;
     std::atomic<std::uint32_t> m_hasSleepers{0};
     std::unique_ptr<const std::string> m_name;

@@ -9,8 +9,8 @@ namespace zel {
 
 namespace {
 
-// One lock and one list of waiting threads for all events: a wait for several of them has to see
-// and clear their states in one step, and events are set far less often than locks are taken.
+// All events share one mutex and one list of waiting threads: WaitMultiple must check and clear
+// several events atomically, and events are set far less often than locks are taken.
 struct Waiter {
     std::span<Event* const> events;
     std::condition_variable wake;
@@ -22,7 +22,7 @@ struct WaitState {
     Waiter* waiters = nullptr;
 };
 
-// Never destroyed: static objects of a program may use events to its very end.
+// Never destroyed, as static objects may use events until the process ends.
 WaitState& State() {
     static WaitState* const state = new WaitState;
     return *state;

@@ -7,36 +7,45 @@
 
 namespace zel {
 
-// A flag that threads wait for. Times are milliseconds on the monotonic clock; -1 is without limit.
-//
-//     RCPtr<Event> done(new Event(Event::ManualReset, false));
-//     done->Set(true);     // on one thread
-//     done->Wait(-1);      // on another
-//
-// Any thread may call anything at any time.
+/// A flag that threads can wait for.
+///
+///     RCPtr<Event> done(new Event(Event::ManualReset, false));
+///     done->Set(true);     // on one thread
+///     done->Wait(-1);      // on another
+///
+/// Times are in milliseconds on the monotonic clock; -1 waits without a limit. Thread-safe.
+///
+/// Guide: docs/core.md
 class ZEL_CORE_API Event : public RCObject {
 public:
-    // A manual event stays signalled until it is cleared. An automatic one is cleared by the wait
-    // that sees it: one signal lets one waiter go.
+    /// Event type: the event stays signalled until `Set(false)`.
     static constexpr int ManualReset = 0;
+
+    /// Event type: a wait that sees the event signalled clears it, so that each signal releases one
+    /// waiting thread.
     static constexpr int AutomaticReset = 1;
 
-    // `type` is one of the two above.
+    /// Makes an event of one of the two types.
     explicit Event(int type, bool signalled = false);
     ~Event() override;
 
-    // Signals or clears the event.
+    /// Signals or clears the event.
     virtual void Set(bool signalled);
 
-    // Tells the state and never clears it.
+    /// Returns true if the event is signalled. Never clears it.
     bool IsSet() const;
 
-    // True if the event was signalled within the time.
+    /// Blocks until the event is signalled. Returns false if the time expired first.
     bool Wait(int milliseconds);
 
-    // Waits for any of `events`, none of them null, and gives the index of the one seen, the lowest
-    // if several are set. With `all` it waits until all are set at one moment and gives 0; a wait
-    // for all clears nothing before that moment. -1 when the time ran out, and for an empty list.
+    /// Blocks until one of `events` is signalled, or all of them at the same moment if `all` is
+    /// true. Requires: no element is null.
+    ///
+    /// | Case | Result | Automatic events cleared |
+    /// |---|---|---|
+    /// | any | the lowest index that is signalled | that one |
+    /// | `all` | 0 | all |
+    /// | time expired, or `events` is empty | -1 | none |
     static int WaitMultiple(const std::vector<RCPtr<Event>>& events, bool all, int milliseconds);
 
 private:

@@ -8,41 +8,49 @@
 
 namespace zel {
 
-// Base of every exception that the libraries throw. Each family derives one class from it, which
-// adds nothing but its type name. Copying an exception never fails.
+/// Base class of the exceptions that the libraries throw. Each family derives one class from it
+/// that adds only its type name. Copies share their content and never throw.
+///
+/// Thread-compatible: const calls may run concurrently.
+///
+/// Guide: docs/core.md
 class ZEL_CORE_API Exception : public std::exception {
 public:
-    // `type` is the class's name, `file` and `line` the place in the source that throws. `info` is
-    // what more is known about the cause, a position in a document for instance.
+    /// Makes an exception. `type` is the name of the class, `file` and `line` the source location
+    /// that throws, and `info` any further detail about the cause, for example a position in a
+    /// document.
     Exception(std::string type, std::string message, std::string file, int line,
               std::string info = {});
     ~Exception() override;
 
-    // The message alone.
+    /// Returns the message alone, up to its first zero byte.
     const char* what() const noexcept override;
 
-    // What more is known than the message says; empty for most.
+    /// Returns the further detail; empty for most exceptions.
     virtual std::string GetInfo() const;
 
-    // "type: message".
+    /// Returns "type: message".
     virtual std::string AsString() const;
 
-    // The same with file, line and, if there is any, the info.
+    /// Returns "type: message (file:line)", or "type: message (file:line, info)" if there is
+    /// further detail.
     virtual std::string AsStringEx() const;
 
-    // What the constructor was given.
+    ///@{
+    /// Returns the type, message, file or line passed to the constructor.
     const std::string& GetType() const noexcept;
     const std::string& GetText() const noexcept;
     const std::string& GetFile() const noexcept;
     int GetLine() const noexcept;
+    ///@}
 
 private:
     struct Details;
     std::shared_ptr<const Details> m_details;
 };
 
-// What is known of the exception that is being handled, of whatever type: AsStringEx of an
-// Exception, what() of a standard one. For the log of whoever can't let it pass.
+/// Describes the exception that is being handled, of any type: `AsStringEx` of an Exception,
+/// `what` of a standard exception. Requires: called from a catch block.
 ZEL_CORE_API std::string DescribeCurrentException();
 
 }  // namespace zel

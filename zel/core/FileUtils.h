@@ -6,23 +6,32 @@
 #include <istream>
 #include <string>
 
-// Small helpers for paths and for the reading of text streams.
+/// Helper functions for paths and for reading text streams.
+///
+/// Thread-safe; a stream must be used by one thread at a time.
+///
+/// Guide: docs/core.md
 namespace zel::FileUtils {
 
-// The name behind the directories of a path; the whole path if it has none.
+/// Returns the part of `path` after the last directory separator; all of it if there is none.
 ZEL_CORE_API std::string GetFileFromPath(const std::string& path);
 
-// Takes white space (the six characters of the C locale) up to the next other byte.
+/// Skips white space (the six characters of the C locale).
 ZEL_CORE_API void EatWhite(std::istream& in);
 
-// Reads a line into `buffer`, which holds `size` bytes, the terminating zero included, and drops or
-// keeps its line feed. A last line without a line feed is a line too. False at the end of the
-// input, with an empty text in the buffer. A line that doesn't fit raises Exception, whose message
-// names the limit; the buffer holds its beginning then, and the stream stands at the first byte
-// that found no place. A zero byte stays in its line: only `length` tells where that ends.
+///@{
+/// Reads a line into `buffer`, which has `size` bytes including the terminating zero. The line feed
+/// is removed unless `keepLineFeed` is true. A last line without a line feed is a line.
+///
+/// Returns false at the end of the input, with an empty text in `buffer`. A line may contain zero
+/// bytes: the second form stores its length in `*length`.
+///
+/// Throws Exception, whose message contains the limit, if the line doesn't fit. `buffer` then holds
+/// the beginning of the line, and the next byte read from `in` is the first one that didn't fit.
 ZEL_CORE_API bool ReadLine(std::istream& in, char* buffer, std::size_t size,
                            bool keepLineFeed = false);
 ZEL_CORE_API bool ReadLine(std::istream& in, char* buffer, std::size_t size, std::size_t* length,
                            bool keepLineFeed);
+///@}
 
 }  // namespace zel::FileUtils

@@ -7,7 +7,7 @@ namespace zel {
 LineReader::Result LineReader::Read(std::string_view* line, bool keepLineFeed) {
     *line = {};
     if (m_scanner.Peek() == StreamScanner::End) {
-        // Asking for a byte that isn't there puts the stream in the state that ends readers' loops.
+        // Reading past the end sets failbit, which callers' loops test.
         m_scanner.Get();
         return Result::End;
     }

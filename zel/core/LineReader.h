@@ -8,27 +8,35 @@
 
 namespace zel {
 
-// Takes lines from a stream, and copies only those that don't lie in the stream's own buffer whole.
-//
-//     char block[4096];
-//     LineReader reader(in, block, sizeof block);
-//     while (reader.Read(&line) == LineReader::Result::Line) { ... }
-//
-// While a reader lives, the stream is its own; what it hasn't taken is in the stream again once it
-// has gone. The stream's state follows as with StreamScanner.
+/// Reads lines from a stream. A line is copied only if it isn't contiguous in the stream's own
+/// buffer.
+///
+///     char block[4096];
+///     LineReader reader(in, block, sizeof block);
+///     while (reader.Read(&line) == LineReader::Result::Line) { ... }
+///
+/// The reader has exclusive use of the stream until it is destroyed; the stream then continues
+/// after the last line read. The stream's state bits are set as by StreamScanner. Not thread-safe.
+///
+/// Guide: docs/core.md
 class ZEL_CORE_API LineReader {
 public:
-    // What a Read came to.
-    enum class Result { Line, End, TooLong };
+    /// The result of a `Read`.
+    enum class Result {
+        Line,     ///< A line was read.
+        End,      ///< The input has ended.
+        TooLong,  ///< The line is longer than the limit.
+    };
 
-    // `block`, which outlives the reader, holds `limit` bytes: the longest line that is taken.
+    /// Reads lines of at most `limit` bytes. `block` has `limit` bytes and must outlive the reader.
     LineReader(std::istream& in, char* block, std::size_t limit)
         : m_scanner(in), m_block(block), m_limit(limit) {}
 
-    // The next line, zero bytes and all, with or without its line feed. A last line without a line
-    // feed is a line too. `line` stays good until the next call; it is empty at the end of the
-    // input, and the beginning of a line that is too long, whose first byte behind that is the
-    // next to be read.
+    /// Reads the next line, with its line feed if `keepLineFeed` is true. A last line without a
+    /// line feed is a line; zero bytes are kept. `*line` is valid until the next call.
+    ///
+    /// At the end of the input `*line` is empty. If the line is too long, `*line` is its first
+    /// `limit` bytes, and the next call continues with the byte after them.
     Result Read(std::string_view* line, bool keepLineFeed = false);
 
 private:

@@ -14,7 +14,7 @@ namespace {
 
 const LoggingRegisterHelper s_log("LogSink", -1, nullptr);
 
-// Control characters go as escapes: a message may hold anybody's text, which can't end the line.
+// Escapes control characters, so that untrusted text in a message can't forge a log line.
 void AppendOnOneLine(std::string& text, std::string_view part) {
     for (const char c : part) {
         const auto byte = static_cast<unsigned char>(c);

@@ -10,41 +10,48 @@
 
 namespace zel {
 
-// One log message. The views are good for the time of the call that passes it.
+/// A log message. The views are valid only during the call that passes the record.
 struct LogRecord {
-    int level;                                   // as Logger tells
-    std::string_view area;                       // its name
-    int line;                                    // in the source file
-    std::string_view text;                       // any bytes
-    std::chrono::system_clock::time_point time;  // of the call
-    std::uint64_t thread;                        // the number that the system's tools show
+    int level;                                   ///< The level, 1 to 6; see Logger.
+    std::string_view area;                       ///< The name of the log area.
+    int line;                                    ///< The source line.
+    std::string_view text;                       ///< The message; may contain any bytes.
+    std::chrono::system_clock::time_point time;  ///< The time of the call.
+    std::uint64_t thread;                        ///< The thread's number in the system's tools.
 };
 
-// Receives what a Logger lets through. Write may be called from several threads at once, with no
-// lock of the logger held; the thread that logs may hold locks of its own, so a sink doesn't wait
-// for other threads. What it throws ends there, and what it logs itself is dropped.
+/// Base class of the outputs of a Logger.
+///
+/// Thread-safe: `Write` may be called by several threads at once, with no lock of the logger held.
+/// The calling thread may hold locks of its own, so a sink must not wait for other threads.
+/// Exceptions that a sink throws are caught by the logger, and messages that it logs are discarded.
+///
+/// Guide: docs/core.md
 class ZEL_CORE_API LogSink : public RCObject {
 public:
-    // Takes a message. `record` is good for the time of the call.
+    /// Writes a message. `record` is valid only during the call.
     virtual void Write(const LogRecord& record) = 0;
 };
 
-// "2026-03-01T12:00:00.123456Z 2 DataTree:123 [4711] text" in UTC, on one line: control characters
-// of the text are written as escapes.
+/// Formats a record as one line in UTC, without a line feed:
+///
+///     2026-03-01T12:00:00.123456Z 2 DataTree:123 [4711] text
+///
+/// Control characters of the text are escaped.
 ZEL_CORE_API std::string FormatLogRecord(const LogRecord& record);
 
-// Writes each record as one line to standard error.
+/// Writes each record as one line to standard error. Thread-safe.
 class ZEL_CORE_API StandardErrorLogSink : public LogSink {
 public:
     void Write(const LogRecord& record) override;
 };
 
-// Appends each record as one line to a file, which is made when there is none. When the file has
-// been renamed or removed, the next record begins a new one under the path. Throws Exception when
-// the path can't be opened; a line that can't be written later is lost without a word.
+/// Appends each record as one line to a log file, which is created if it doesn't exist. If the file
+/// has been renamed or removed, the next record starts a new file at the path, so that log rotation
+/// needs no signal. A line that can't be written is discarded. Thread-safe.
 class ZEL_CORE_API FileLogSink : public LogSink {
 public:
-    // Opens the file.
+    /// Opens the file. Throws Exception if that fails.
     explicit FileLogSink(const std::string& path);
     ~FileLogSink() override;
 

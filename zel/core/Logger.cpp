@@ -13,7 +13,7 @@ namespace {
 
 thread_local bool t_insideSink = false;
 
-// Marks the calling thread as being inside a sink, so that what the sink logs is dropped.
+// Marks the calling thread as being inside a sink, so that messages of the sink are discarded.
 class SinkScope {
 public:
     SinkScope() noexcept { t_insideSink = true; }
@@ -26,7 +26,7 @@ void WriteToSink(LogSink& sink, const LogRecord& record) noexcept {
     try {
         sink.Write(record);
     } catch (...) {
-        // Whoever logs has nothing to do with a sink that fails.
+        // A failing sink must not affect the caller that logs.
     }
 }
 
@@ -76,7 +76,7 @@ void Logger::AddSink(RCPtr<LogSink> sink) {
 }
 
 void Logger::RemoveSink(LogSink* sink) {
-    // The list that is replaced goes after the lock, and with it perhaps the sink.
+    // Declared before the lock, so that a sink is destroyed after the lock is left.
     std::shared_ptr<const Sinks> replaced;
     CriticalSectionLock lock(&m_cs);
     auto sinks = std::make_shared<Sinks>(*m_sinks);

@@ -14,63 +14,83 @@
 
 namespace zel {
 
-// Receives the log messages of the whole process and hands them to its sinks. A process logs to the
-// one instance that is set; without one, and before Start and after Stop, nothing is written.
-//
-//     RCPtr<Logger> logger(new Logger);
-//     logger->AddSink(new StandardErrorLogSink);
-//     logger->SetGlobalLogLevel(3);
-//     logger->Start();
-//     Logger::SetInstance(logger);
-//
-// Levels: 1 misuse that will crash, 2 exceptions and failed set-up, 3 failures that are only
-// logged, 4 progress, 5 debug lines, 6 traces. A message of level N is written if the level of its
-// area is at least N or, when the area has none of its own (-1), the global level is.
-//
-// Every call is safe from any thread, at load and at unload too. Sinks are called with no lock of
-// the logger held.
+/// Passes the log messages of the process to its sinks. There is one instance in use per process;
+/// nothing is written if none is set, before `Start` and after `Stop`.
+///
+///     RCPtr<Logger> logger(new Logger);
+///     logger->AddSink(new StandardErrorLogSink);
+///     logger->SetGlobalLogLevel(3);
+///     logger->Start();
+///     Logger::SetInstance(logger);
+///
+/// | Level | Meaning |
+/// |---|---|
+/// | 1 | misuse that will crash |
+/// | 2 | exceptions and failed set-up |
+/// | 3 | failures that are only logged |
+/// | 4 | progress |
+/// | 5 | debug messages |
+/// | 6 | traces |
+///
+/// A message is written if its level is not greater than the level of its log area, or than the
+/// global level if the area has none of its own (-1).
+///
+/// Thread-safe, also during static initialisation and destruction. Sinks are called with no lock of
+/// the logger held.
+///
+/// Guide: docs/core.md
 class ZEL_CORE_API Logger : public RCObject {
 public:
-    // Not started, global level 3, no sinks.
+    /// Makes a logger that is not started, has global level 3 and no sinks.
     Logger();
     ~Logger() override;
 
-    // The logger in use; null if none is set. The one that is set is held until another one is.
+    /// Returns the logger in use, or null.
     static RCPtr<Logger> GetInstance();
+
+    /// Sets the logger in use, which may be null, and releases the previous one.
     static void SetInstance(RCPtr<Logger> logger);
 
-    // Begin and end the writing of messages, and tell whether they are written. Sinks and levels
-    // stay as they are.
+    ///@{
+    /// Starts or stops writing messages. Sinks and levels are unchanged.
     void Start();
     void Stop();
+    ///@}
+
+    /// Returns true between `Start` and `Stop`.
     bool IsStarted() const;
 
-    // The level of every area that has none of its own.
+    /// Returns the level of all areas that have none of their own.
     int GetGlobalLogLevel() const;
+
+    /// Sets the level of all areas that have none of their own.
     void SetGlobalLogLevel(int level);
 
-    // Overrides an area's level in this logger; -1 makes the area follow the global level.
+    /// Overrides an area's level in this logger; -1 makes the area follow the global level.
     void SetAreaLevel(const std::string& area, int level);
 
-    // `sink` isn't null.
+    /// Adds a sink. Requires: `sink` is not null.
     void AddSink(RCPtr<LogSink> sink);
 
-    // The sink may still be in a call that began earlier.
+    /// Removes a sink. Calls of it that began before may still be running.
     void RemoveSink(LogSink* sink);
 
-    // Hands a message to the sinks if the logger is started. It doesn't look at levels: its callers
-    // have. Messages that a sink logs are dropped, and so is what it throws.
+    /// Passes a message to the sinks if the logger is started, whatever its level is. Messages
+    /// logged by a sink are discarded, and exceptions thrown by one are caught.
     void AppendData(int level, std::string_view area, int line, const char* text,
                     std::size_t length);
 
-    // True if there is an instance, it is started and its global level is at least `level`.
+    /// Returns true if there is an instance, it is started and its global level is at least
+    /// `level`.
     static bool ShouldLog(int level);
 
-    // The log area of a source file, and the area's level in the instance in use. The area is named
-    // for the file without its directories, and without its extension if that is how it was
-    // registered; a file that nobody registered is an area of its own, at level -1.
+    ///@{
+    /// Finds the log area of a source file and its level in the logger in use. The area's name is
+    /// the file's name without directories; without the extension as well if an area is registered
+    /// under that name. The level of an area that isn't registered is -1.
     static void GetAreaNameAndLevel(const std::string& file, std::string& name, int& level);
     static int GetLevelFromFileName(const std::string& file);
+    ///@}
 
 private:
     friend class LoggingState;
@@ -80,33 +100,38 @@ private:
 
     std::atomic<bool> m_started{false};
     std::atomic<int> m_globalLevel{3};
-    // Guarded by the lock of the logging state, as the levels of the areas follow from them.
+    // Guarded by the mutex of LoggingState, which computes the thresholds of the areas from it.
     std::map<std::string, int, std::less<>> m_areaLevels;
     mutable CriticalSection m_cs;
     std::shared_ptr<const Sinks> m_sinks;
 };
 
-// One registered log area; its threshold is kept true to the logger in use.
 struct LogAreaState;
 
-// Registers a log area for as long as the process lives, and logs in it. A name that is registered
-// already keeps its first level.
+/// Registers a log area and logs to it. The registration lasts until the process ends. If the name
+/// is already registered, the level of the first registration is kept.
+///
+/// The texts of the library's messages are part of its interface, misspellings included: programs
+/// search for them and compare them. Don't correct them.
+///
+/// Thread-safe.
 class ZEL_CORE_API LoggingRegisterHelper {
 public:
-    // The directories of a path are cut off. The last argument has no meaning.
+    /// Registers the area `name`, without its directories, with the level `level` (-1: follows the
+    /// global level). The last argument is ignored.
     LoggingRegisterHelper(const char* name, int level, std::nullptr_t);
     LoggingRegisterHelper(const LoggingRegisterHelper&) = delete;
     LoggingRegisterHelper& operator=(const LoggingRegisterHelper&) = delete;
 
-    // The area's name.
+    /// Returns the area's name.
     const std::string& GetName() const noexcept;
 
-    // Whether a message of this level would be written now: a load and a comparison.
+    /// Returns true if a message of this level would be written now. Costs a load and a comparison.
     bool IsEnabled(int level) const noexcept {
         return level <= m_threshold->load(std::memory_order_relaxed);
     }
 
-    // Writes the message if its level is on.
+    /// Writes the message if its level is enabled.
     void Write(int level, int line, std::string_view text) const;
 
 private:
@@ -114,10 +139,10 @@ private:
     const std::atomic<int>* m_threshold;
 };
 
-// Writes the line that stands before every throw, at level 2.
+/// Logs an exception at level 2, as is done before each throw.
 ZEL_CORE_API void LogException(const LoggingRegisterHelper& area, const Exception& exception);
 
-// Writes that line and throws.
+/// Logs an exception at level 2 and throws it.
 template <class Ex>
 [[noreturn]] void LogAndThrow(const LoggingRegisterHelper& area, const Ex& exception) {
     LogException(area, exception);

@@ -15,7 +15,8 @@ RCPtr<Logger> LoggingState::GetInstance() {
 }
 
 void LoggingState::SetInstance(RCPtr<Logger> logger) {
-    // The old logger goes at the end of the scope, after the lock: its sinks may log as they go.
+    // The previous logger is released with the parameter, after the lock is left: the destructors
+    // of its sinks may log.
     const std::lock_guard lock(m_mutex);
     m_instance.Swap(logger);
     UpdateThresholds();

@@ -6,15 +6,16 @@
 
 namespace zel {
 
+// A registered log area.
 struct LogAreaState {
     LogAreaState(std::string areaName, int level) : name(std::move(areaName)), ownLevel(level) {}
 
     const std::string name;
     const int ownLevel;
-    std::atomic<int> threshold{-1};  // the highest level that is written now, -1 for none
+    std::atomic<int> threshold{-1};  // the highest level that is enabled; -1 for none
 };
 
-// The log areas of the process and the logger in use. Made at the first use, never destroyed.
+// The log areas of the process and the logger in use. Created on first use and never destroyed.
 class LoggingState {
 public:
     static LoggingState& Get();
@@ -24,11 +25,11 @@ public:
 
     LogAreaState& Register(const std::string& name, int level);
 
-    // The area that a source file logs in, by its path.
+    // Returns the name of the area of a source file.
     std::string AreaNameOfFile(const std::string& file);
     int GetLevel(const std::string& area);
 
-    // Changes `logger` by `change` and brings the thresholds up to date, in one step.
+    // Calls `change`, which modifies `logger`, and updates the thresholds under the same lock.
     template <class Change>
     void Reconfigure(const Logger& logger, Change change) {
         const std::lock_guard lock(m_mutex);

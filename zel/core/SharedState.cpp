@@ -4,7 +4,7 @@ namespace zel {
 
 namespace {
 
-// A lock that is there before any constructor runs and after every destructor has.
+// A lock that needs no constructor and is never destroyed.
 union PermanentLock {
     constexpr PermanentLock() noexcept : cs() {}
     ~PermanentLock() {}

@@ -4,25 +4,28 @@
 
 namespace zel {
 
-// Guards all strong and weak counts of all objects of the process. Read at every use. The lock
-// stands from before the first use to the end of the process; a program that sets the pointer to
-// null runs without a lock, and then on one thread only.
+/// Holds the lock that guards the strong and weak counts of all objects of the process. The pointer
+/// is read at every use. The lock exists before any constructor of a static object runs and until
+/// the process ends. A single-threaded program may set the pointer to null to run without a lock.
+///
+/// Guide: docs/foundation.md
 class ZEL_CORE_API RCUtils {
 public:
-    // The lock; null for none.
+    /// The lock, or null for none.
     static CriticalSection* s_cs;
 };
 
-// Guards every replacement of a sink list, by the rules of RCUtils. Taken before RCUtils::s_cs,
-// never after.
+/// Holds the lock that guards the replacement of sink lists, with the same rules as RCUtils. Lock
+/// order: before `RCUtils::s_cs`.
 class ZEL_CORE_API EventSourceUtils {
 public:
-    // The lock; null for none.
+    /// The lock, or null for none.
     static CriticalSection* s_cs;
 };
 
-// A file-scope object of a source file that counts references at load or unload. The locks need no
-// set-up, so it is only the mark that a file relies on them.
+/// A file-scope object of each source file that counts references while static objects are
+/// initialised or destroyed. It does nothing, as the lock needs no set-up; it documents the
+/// dependency.
 class ZEL_CORE_API RefCountInit {
 public:
     RefCountInit() noexcept;
@@ -31,7 +34,7 @@ public:
     RefCountInit& operator=(const RefCountInit&) = delete;
 };
 
-// What RefCountInit is, for a file that uses events.
+/// The same as RefCountInit for a source file that uses events.
 class ZEL_CORE_API EventSourceInit {
 public:
     EventSourceInit() noexcept;
@@ -43,14 +46,19 @@ public:
 class LoggingState;
 class DynamicObjectStatics;
 
-// Counts who relies on a piece of shared state. The state is made at the first use and stays to
-// the end of the process, so that static objects may use it in whatever order they come and go.
+/// Counts the users of a piece of shared state. The state is created on first use and exists until
+/// the process ends, so that static objects may use it in any order of construction and
+/// destruction. Thread-safe.
 template <class T>
 class StaticsRefCount {
 public:
-    // Count those who rely on the state, and tell how many do. Any thread may call them.
+    ///@{
+    /// Adds or removes a user.
     static void Increment() noexcept;
     static void Decrement() noexcept;
+    ///@}
+
+    /// Returns the number of users.
     static int GetCount() noexcept;
 
 private:
@@ -60,7 +68,7 @@ private:
 extern template class ZEL_CORE_API StaticsRefCount<LoggingState>;
 extern template class ZEL_CORE_API StaticsRefCount<DynamicObjectStatics>;
 
-// Relies on a piece of shared state from its construction to its destruction.
+/// A user of a piece of shared state from its construction to its destruction.
 template <class T>
 class StaticInit {
 public:

@@ -16,7 +16,8 @@ void CopyText(char (&target)[Size], const char* text) {
     target[source.copy(target, Size - 1)] = '\0';
 }
 
-// Where the last pair of brackets begins, which holds the parameters, if there is one.
+// Returns the index of the opening parenthesis of the parameter list, or the size of the name if
+// there is none.
 std::size_t FindParameters(std::string_view name) {
     int depth = 0;
     for (std::size_t i = name.size(); i > 0; --i) {
@@ -28,13 +29,13 @@ std::size_t FindParameters(std::string_view name) {
     return name.size();
 }
 
-const char* Known(const char* text) {
+const char* OrUnknown(const char* text) {
     return text[0] == '\0' ? "???" : text;
 }
 
 }  // namespace
 
-// Makes the platform's frames into entries.
+// Converts the platform's frames to entries.
 class StackWalker::Reporter : public platform::StackTraceSink {
 public:
     Reporter(StackWalker& walker, bool mayAllocate)
@@ -112,9 +113,9 @@ bool StackWalker::ShowCallstack(void*, const void* context, void*, void*) {
         return false;
     }
     Reporter reporter(*this, context == nullptr);
-    const bool isAnyKnown = platform::WalkStack(context, m_isOfCrash, reporter);
+    const bool hasFrames = platform::WalkStack(context, m_isOfCrash, reporter);
     reporter.Close();
-    return isAnyKnown;
+    return hasFrames;
 }
 
 void StackWalker::OnSymInit(const char*) {}
@@ -128,8 +129,8 @@ void StackWalker::OnCallstackEntry(CallstackEntryType type, CallstackEntry& entr
     const bool isReadable = entry.fullyUndecoratedName[0] != '\0';
     const char* const name = isReadable ? entry.fullyUndecoratedName : entry.symbolName;
     char line[2560];
-    std::snprintf(line, sizeof(line), "%s (%s:%d) %s+0x%" PRIx64, Known(name),
-                  Known(entry.sourceFile), entry.lineNumber, Known(entry.moduleName),
+    std::snprintf(line, sizeof(line), "%s (%s:%d) %s+0x%" PRIx64, OrUnknown(name),
+                  OrUnknown(entry.sourceFile), entry.lineNumber, OrUnknown(entry.moduleName),
                   entry.moduleOffset);
     OnOutput(line);
 }

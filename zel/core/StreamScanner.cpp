@@ -8,8 +8,8 @@ namespace zel {
 
 namespace {
 
-// Reaches the get area of any stream buffer: the members are protected, and a pointer to one of
-// them, formed in a derived class, works on every object.
+// Accesses the get area of any stream buffer. The members are protected, but a pointer to one of
+// them that is formed in a derived class can be applied to every object.
 class GetArea : public std::streambuf {
 public:
     static char* Next(const std::streambuf& buffer) { return (buffer.*&GetArea::gptr)(); }
@@ -25,7 +25,7 @@ public:
     }
 };
 
-// In sums of one byte over blocks of a fixed size, of which compilers make wide instructions.
+// Sums of one byte over blocks of a fixed size, which compilers vectorise.
 std::size_t CountLineFeeds(std::string_view text) {
     constexpr std::size_t block = 128;
     std::size_t feeds = 0;
@@ -52,7 +52,7 @@ StreamScanner::~StreamScanner() {
     try {
         Commit();
     } catch (...) {
-        // Only a buffer without a get area can fail here, on a byte that it gave before.
+        // Only a buffer without a get area can throw here, for a byte that it has returned before.
     }
 }
 

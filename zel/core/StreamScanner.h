@@ -8,40 +8,52 @@
 
 namespace zel {
 
-// Reads bytes from the buffer of a stream, or from a text in memory, and knows line and column. It
-// is what the readers of text formats stand on: no formatted input, a run of bytes at a time.
-//
-//     StreamScanner scanner(in);
-//     scanner.SkipWhite();
-//     if (scanner.Peek() == '[') { scanner.Get(); ... }
-//
-// While a scanner lives, the stream is its own; what the scanner hasn't taken is in the stream
-// again once it has gone. The stream's state follows as with its own unformatted input: looking at
-// the end sets eofbit, taking from it failbit as well; a stream that isn't good to begin with has
-// no bytes. An exception of the stream's buffer sets badbit, and passes on if the stream is asked
-// to throw then.
+/// Reads bytes directly from the buffer of a stream, or from a text in memory, and tracks line and
+/// column. The readers of text formats are built on it.
+///
+///     StreamScanner scanner(in);
+///     scanner.SkipWhite();
+///     if (scanner.Peek() == '[') { scanner.Get(); ... }
+///
+/// The scanner has exclusive use of the stream until it is destroyed; the stream then continues
+/// with the first byte that the scanner has not consumed. The state of the stream is set as by its
+/// own unformatted input functions:
+///
+/// | Case | Effect on the stream |
+/// |---|---|
+/// | `Peek` or `GetRun` at the end of the input | sets `eofbit` |
+/// | `Get` at the end of the input | sets `eofbit` and `failbit` |
+/// | the stream isn't good at construction | sets `failbit`; the input is empty |
+/// | the stream's buffer throws | sets `badbit`; the input ends; rethrows if `exceptions()` has
+/// `badbit` |
+///
+/// Not thread-safe.
+///
+/// Guide: docs/core.md
 class ZEL_CORE_API StreamScanner {
 public:
-    // What Peek and Get give behind the last byte.
+    /// Returned by `Peek` and `Get` at the end of the input.
     static constexpr int End = -1;
 
-    // A place in the input.
+    /// A position in the input.
     struct Position {
-        std::size_t line;    // from 1
-        std::size_t column;  // from 1, in bytes
+        std::size_t line;    ///< From 1.
+        std::size_t column;  ///< From 1, in bytes.
     };
 
-    // Begins at the stream's next byte, or at the first of a text, which outlives the scanner.
+    /// Starts at the next byte of the stream.
     explicit StreamScanner(std::istream& in);
+
+    /// Starts at the first byte of `text`, which must outlive the scanner.
     explicit StreamScanner(std::string_view text) noexcept;
     ~StreamScanner();
     StreamScanner(const StreamScanner&) = delete;
     StreamScanner& operator=(const StreamScanner&) = delete;
 
-    // The next byte as 0 to 255, or End; it stays where it is.
+    /// Returns the next byte (0 to 255) without consuming it, or `End`.
     int Peek() { return m_next != m_end || Refill() ? static_cast<unsigned char>(*m_next) : End; }
 
-    // The same, and the byte is taken.
+    /// Returns and consumes the next byte (0 to 255), or returns `End`.
     int Get() {
         if (m_next != m_end || Refill()) {
             return static_cast<unsigned char>(*m_next++);
@@ -50,8 +62,8 @@ public:
         return End;
     }
 
-    // The bytes at hand, at least one unless the input has ended. They stay good until the next
-    // call.
+    /// Returns the buffered bytes without consuming them; empty only at the end of the input. The
+    /// view is valid until the next call that reads.
     std::string_view GetRun() {
         if (m_next == m_end) {
             Refill();
@@ -59,10 +71,10 @@ public:
         return {m_next, static_cast<std::size_t>(m_end - m_next)};
     }
 
-    // Takes the first `count` bytes of the run.
+    /// Consumes the first `count` bytes of the run.
     void Skip(std::size_t count) noexcept { m_next += count; }
 
-    // Takes all white space up to the next other byte.
+    /// Consumes white space up to the next other byte.
     void SkipWhite() {
         while (m_next != m_end || Refill()) {
             if (!IsWhite(*m_next)) {
@@ -72,33 +84,35 @@ public:
         }
     }
 
-    // The place of the next byte, counted from where the scanner began.
+    /// Returns the position of the next byte, relative to where the scanner started.
     Position GetPosition() const noexcept { return PositionOf(m_next); }
 
-    // Straight after a Get: the place of the byte that it gave, or of the end if it gave that.
+    /// Returns the position of the byte returned by the last `Get`, or of the end of the input if
+    /// it returned `End`. Requires: `Get` was the last call that read.
     Position GetPositionOfLast() const noexcept {
         return PositionOf(m_next == m_begin || m_hasTakenEnd ? m_next : m_next - 1);
     }
 
-    // The six characters of the C locale, whatever the locale.
+    /// Returns true for the six white-space characters of the C locale, independent of the current
+    /// locale.
     static constexpr bool IsWhite(char c) noexcept { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 private:
     bool Refill();
     bool Underflow();
 
-    // Takes out of the stream's buffer what was taken here.
+    // Removes the consumed bytes from the stream's buffer.
     void Commit();
     void TakeEnd();
 
-    // True if the stream is asked to throw.
+    // Returns true if the stream is set to throw on badbit.
     bool SetBad();
     Position PositionOf(const char* byte) const noexcept;
 
     std::istream* m_in = nullptr;
     bool m_ended = false;
     bool m_hasTakenEnd = false;
-    // A buffer without a get area gives its bytes one by one.
+    // True if the stream's buffer has no get area and yields one byte at a time.
     bool m_isUnbuffered = false;
     char m_byte = 0;
     const char* m_begin = nullptr;

@@ -22,7 +22,7 @@ bool IsContinuation(unsigned byte) {
     return (byte & 0xC0) == 0x80;
 }
 
-// How many bytes the multi-byte character at the start of `text` takes; 0 if it is none, or a
+// Returns the size of the multi-byte character at the start of `text`; 0 if it is invalid or a
 // control character.
 std::size_t MultiByteLength(std::string_view text) {
     const unsigned lead = ByteAt(text, 0);
@@ -44,7 +44,7 @@ std::size_t MultiByteLength(std::string_view text) {
     return isOverlong || isSurrogate || isControl || code > 0x10FFFF ? 0 : length;
 }
 
-// The readable ASCII characters that stand for themselves in quotes.
+// The ASCII characters that need no escape in quotes.
 constexpr auto PLAIN = [] {
     std::array<bool, 256> plain{};
     for (std::size_t byte = 0x20; byte < 0x7F; ++byte) {
@@ -53,7 +53,7 @@ constexpr auto PLAIN = [] {
     return plain;
 }();
 
-// The letter behind the backslash, 0 for a byte that has no escape.
+// Returns the letter that follows the backslash, or 0 if the byte has no escape.
 char EscapeOf(unsigned byte) {
     switch (byte) {
         case QUOTE:
@@ -86,18 +86,18 @@ int UnescapedOf(int letter) {
     }
 }
 
-// Eight bytes of a text, looked at together. A byte that meets a condition may borrow from its
-// neighbour, so that it is sure whether any of them does, but not which one.
+// Tests eight bytes of a text at once. Borrows between bytes make it uncertain which byte meets a
+// condition, but not whether any does.
 class Word {
 public:
     static constexpr std::size_t SIZE = sizeof(std::uint64_t);
 
     explicit Word(const char* bytes) { std::memcpy(&m_bytes, bytes, SIZE); }
 
-    // Whether none is a quote or a backslash.
+    // Returns true if no byte is a quote or a backslash.
     bool IsUnmarked() const { return (AreMarks() & HIGH_BITS) == 0; }
 
-    // Whether all are PLAIN.
+    // Returns true if all bytes are PLAIN.
     bool IsPlain() const {
         const std::uint64_t areControls = (m_bytes - 0x20 * EACH) & ~m_bytes;
         const std::uint64_t areDeleteOrWide = (m_bytes + EACH) | m_bytes;
@@ -118,7 +118,7 @@ private:
     std::uint64_t m_bytes = 0;
 };
 
-// How many bytes at the start of `text` stand for themselves in quotes.
+// Returns the number of bytes at the start of `text` that need no escape in quotes.
 std::size_t PlainLength(std::string_view text) {
     std::size_t length = 0;
     while (text.size() - length >= Word::SIZE && Word(&text[length]).IsPlain()) {
@@ -143,7 +143,7 @@ bool IsReadable(std::string_view text) {
     return EscapeOf(ByteAt(text, 0)) != 0 || PlainLength(text.substr(0, 4)) != 0;
 }
 
-// Writes the readable text at the start of `text` as one segment and gives what is behind it.
+// Writes the readable text at the start of `text` as one segment and returns the rest.
 std::string_view EncodeQuoted(std::string_view text, std::string& out) {
     out += QUOTE;
     for (;;) {
@@ -175,7 +175,7 @@ std::string_view EncodeHex(std::string_view text, std::string& out) {
     return text;
 }
 
-// How many bytes at the start of `text` come before a quote or a backslash.
+// Returns the number of bytes before the first quote or backslash.
 std::size_t LengthBeforeMark(std::string_view text) {
     std::size_t length = 0;
     while (text.size() - length >= Word::SIZE && Word(&text[length]).IsUnmarked()) {

@@ -16,7 +16,7 @@ bool IsSign(char c) {
     return c == '+' || c == '-';
 }
 
-// Takes a leading "0x" off and tells whether there was one.
+// Removes a leading "0x". Returns false if there is none.
 bool TakeHexPrefix(std::string_view& digits) {
     if (digits.size() < 2 || digits[0] != '0' || (digits[1] != 'x' && digits[1] != 'X')) {
         return false;
@@ -44,7 +44,7 @@ bool ReadInteger(std::string_view text, T& value, int radix) {
     std::string_view digits = text.substr(hasSign ? 1 : 0);
     const bool isHex = radix != 10 && TakeHexPrefix(digits);
     const int base = isHex || radix == 16 ? 16 : 10;
-    // from_chars takes a minus itself; here it may only be the first character.
+    // from_chars accepts a minus, which is valid only as the first character of the text.
     if (digits.empty() || digits.front() == '-' || (isNegative && std::is_unsigned_v<T>)) {
         return false;
     }
@@ -60,7 +60,7 @@ bool ReadFloat(std::string_view text, T& value, int radix) {
         return false;
     }
     const std::string_view digits = text.substr(IsSign(text.front()) ? 1 : 0);
-    // from_chars takes "infinity" and "nan(...)" as well; here the short words are the only ones.
+    // from_chars also accepts "infinity" and "nan(...)".
     const bool isWord =
         !digits.empty() && digits.front() != '.' && (digits.front() < '0' || digits.front() > '9');
     if (digits.empty() || IsSign(digits.front()) || (isWord && digits.size() != 3)) {
@@ -92,7 +92,7 @@ bool ReadNumber(std::string_view text, T& value, int radix) {
 
 template <class T>
 void AppendNumber(std::string& text, T value) {
-    // Longer than the longest shortest text of any of the types.
+    // Longer than the text of any of the types.
     char digits[32];
     const auto result = std::to_chars(digits, digits + sizeof digits, value);
     text.append(digits, result.ptr);

@@ -11,67 +11,91 @@
 
 namespace zel {
 
-// Raised for a text that isn't what it should be.
+/// Thrown for a text that is not in the expected form.
+///
+/// Guide: docs/core.md
 class ZEL_CORE_API StringUtilsEx : public Exception {
 public:
     StringUtilsEx(const std::string& message, const std::string& file, int line);
 };
 
-// Text of values and back. The process's locale never matters, but for Format.
+/// Conversion between values and text, and other string helpers. Independent of the process's
+/// locale, except for `Format`. Thread-safe.
 namespace StringUtils {
 
-// Reads a number that makes up the whole text: no blanks, no trailing characters, not empty. False
-// for anything else, and for a number that doesn't fit T; `value` keeps its old content then.
-//
-// `radix` is 10, 16, or 0 for decimal or, behind 0x, hexadecimal; a leading zero has no meaning.
-// One sign may stand in front, of which an unsigned type takes only the plus. A float or double, in
-// radix 0 or 10, also takes "inf" and "nan" in any case, and refuses what underflows to zero.
-//
-// T is a 16-, 32- or 64-bit integer, float, double, or std::string, which is handed through as it
-// is. The two 8-bit types go by NumberFromString, so that nobody mistakes them for characters.
+/// Converts a text to a value of type T. The number must be the whole text, without blanks or
+/// trailing characters. Returns false, with `value` unchanged, for any other text and for a number
+/// out of the range of T.
+///
+/// T is `short`, `int`, `long`, `long long`, their unsigned types, `float`, `double`, or
+/// `std::string`, which is copied unchanged. Use `NumberFromString` for 8-bit types, which could be
+/// mistaken for characters.
+///
+/// | Radix | Integers | `float` and `double` |
+/// |---|---|---|
+/// | 0 | decimal, or hexadecimal after `0x` | decimal, `inf` and `nan` |
+/// | 10 | decimal | decimal, `inf` and `nan` |
+/// | 16 | hexadecimal, with or without `0x` | none |
+/// | other | none | none |
+///
+/// One leading `+` or `-` is accepted, before `0x` too; unsigned types accept only `+`. Letters may
+/// be in either case, a leading zero has no meaning, and a value that underflows to zero is out of
+/// range.
 template <class T>
 bool FromString(const std::string& text, T& value, int radix);
 
-// The text of a number, which FromString reads back to the same value. A float or double gets the
-// shortest that does.
+/// Converts a value to a text that `FromString` converts back to the same value. For `float` and
+/// `double` it is the shortest such text.
 template <class T>
 std::string AsString(const T& value);
 
-// FromString and AsString for the 8-bit types too, which are taken as numbers.
+///@{
+/// The same as `FromString` and `AsString`, and accept the 8-bit types too, which are converted as
+/// numbers.
 template <class T>
 bool NumberFromString(const std::string& text, T& value, int radix);
 template <class T>
 std::string NumberAsString(const T& value);
+///@}
 
-// printf's text, of whatever length. Floating-point conversions follow the process's C locale.
+/// Formats like `std::printf`, without a limit on the length. Floating-point conversions use the
+/// process's C locale.
 [[gnu::format(printf, 1, 2)]] ZEL_CORE_API std::string Format(const char* format, ...);
 
-// Lowers the ASCII letters.
+/// Converts ASCII upper-case letters to lower case.
 ZEL_CORE_API std::string ToLower(std::string text);
 
-// Exchanges the two bytes.
+/// Exchanges the two bytes.
 constexpr unsigned short ByteSwap(unsigned short value) noexcept {
     return static_cast<unsigned short>((value << 8) | (value >> 8));
 }
 
-// Logs and raises StringUtilsEx.
+/// Logs and throws StringUtilsEx.
 [[noreturn]] ZEL_CORE_API void ThrowEx(const std::string& message);
 
-// Writes any bytes as one or more string segments. Readable text, that is UTF-8 without control
-// characters, stands in double quotes, in which a backslash goes before a quote and a backslash,
-// and \n, \t and \r are what they are in C. Other bytes stand as lower-case hexadecimal digits
-// between two dollar signs. Nothing at all is "".
+///@{
+/// Writes any bytes as one or more string segments; an empty text is the segment `""`. The second
+/// form appends to `out`.
+///
+/// | Bytes | Segment |
+/// |---|---|
+/// | UTF-8 text without control characters | in double quotes |
+/// | quote, backslash, line feed, tab, carriage return | in double quotes as `\"`, `\\`, `\n`,
+/// `\t`, `\r` | | other bytes | lower-case hexadecimal digits between two `$` |
 ZEL_CORE_API void Encode(const char* data, int length, std::ostream& out);
-
-// The same, behind what `out` holds.
 ZEL_CORE_API void Encode(std::string_view text, std::string& out);
+///@}
 
-// Reads one segment, at whose first character the input must stand, and not a byte more. False for
-// a malformed one: no quote or dollar sign in front, no end, an unknown escape, a digit that is
-// foreign or one too few. In quotes every byte but the two stands for itself.
-// The first form sets `value` on success only; the second appends to it, on failure a part.
+///@{
+/// Reads one string segment, which must start at the next byte of the input, and consumes nothing
+/// after it. In quotes all bytes but quote and backslash stand for themselves.
+///
+/// Returns false for a malformed segment: another first character, no end, an unknown escape, an
+/// invalid digit or an odd number of digits. On failure the first form leaves `*value` unchanged;
+/// the second form, which appends to `*value`, may have appended a part.
 ZEL_CORE_API bool Decode(std::istream& in, std::string* value);
 ZEL_CORE_API bool Decode(StreamScanner& in, std::string* value);
+///@}
 
 }  // namespace StringUtils
 }  // namespace zel

@@ -2,7 +2,7 @@
 
 #include "zel/core/StringUtils.h"
 
-// The numbers that the library itself reads and writes.
+// The number types that FromString and AsString support.
 #define ZEL_FOR_EACH_NUMBER(USE) \
     USE(short)                   \
     USE(unsigned short)          \
@@ -43,8 +43,8 @@ ZEL_FOR_EACH_NUMBER(ZEL_DECLARE_NUMBER)
 
 template <class T>
 bool FromString(const std::string& text, T& value, int radix) {
-    static_assert(!Imp::IsByte<T>, "an 8-bit number goes by NumberFromString");
-    static_assert(Imp::IsByte<T> || Imp::IsValue<T>, "T is a number or std::string");
+    static_assert(!Imp::IsByte<T>, "use NumberFromString for an 8-bit type");
+    static_assert(Imp::IsByte<T> || Imp::IsValue<T>, "T must be a number type or std::string");
     if constexpr (std::is_same_v<T, std::string>) {
         value = text;
         return true;
@@ -55,8 +55,8 @@ bool FromString(const std::string& text, T& value, int radix) {
 
 template <class T>
 std::string AsString(const T& value) {
-    static_assert(!Imp::IsByte<T>, "an 8-bit number goes by NumberAsString");
-    static_assert(Imp::IsByte<T> || Imp::IsValue<T>, "T is a number or std::string");
+    static_assert(!Imp::IsByte<T>, "use NumberAsString for an 8-bit type");
+    static_assert(Imp::IsByte<T> || Imp::IsValue<T>, "T must be a number type or std::string");
     if constexpr (std::is_same_v<T, std::string>) {
         return value;
     } else {

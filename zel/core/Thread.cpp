@@ -21,7 +21,7 @@ void LogEscape(const std::string& thread) noexcept {
             2, __LINE__,
             "Thread \"" + thread + "\" ended by an exception. " + DescribeCurrentException());
     } catch (...) {
-        // Without memory for the line there is nobody left to tell.
+        // Without memory for the message the exception can't be reported.
     }
 }
 
@@ -68,7 +68,7 @@ void Thread::Join() {
     }
     lock.Unlock();
     m_ended->Wait(-1);
-    // Outside the lock, as what the thread destroys at its very end may still call this object.
+    // Joins outside the lock, as objects that the thread destroys at its end may call this object.
     std::thread ending;
     CriticalSectionLock joining(&m_cs);
     ending.swap(m_thread);

@@ -7,66 +7,72 @@
 
 namespace zel {
 
-// A thread of its own for a derived class's Run. Lives on the heap in an RCPtr: a started thread
-// holds its own object until Run has returned, so the owner may drop it at any time.
-//
-//     class Sampler : public Thread {
-//         void Run() override {
-//             while (!ShouldStop()) { ... m_stopEvent->Wait(100); }
-//         }
-//     };
-//     RCPtr<Sampler> sampler(new Sampler);
-//     sampler->Start();
-//     ...
-//     sampler->RequestStop();
-//     sampler->Join();
-//
-// An exception that leaves Run is logged at level 2 with the thread's name and ends this thread
-// alone. All calls are safe from any thread. A stop that was asked for before the start stays.
+/// A thread that runs the `Run` function of a derived class. Requires: the object is on the heap
+/// and held by an RCPtr. A running thread holds a reference to its own object until `Run` has
+/// returned, so its owner may release it at any time.
+///
+///     class Sampler : public Thread {
+///         void Run() override {
+///             while (!ShouldStop()) { ... m_stopEvent->Wait(100); }
+///         }
+///     };
+///     RCPtr<Sampler> sampler(new Sampler);
+///     sampler->Start();
+///     ...
+///     sampler->RequestStop();
+///     sampler->Join();
+///
+/// An exception that escapes `Run` is logged at level 2 with the thread's name and ends this thread
+/// only. A stop that is requested before the start remains requested. Thread-safe.
+///
+/// Guide: docs/core.md
 class ZEL_CORE_API Thread : public RCObject {
 public:
-    // The name shows in log lines, debuggers and `top` (its first 15 bytes on Linux).
+    /// Makes a thread that is not started. The name is shown in log lines, in debuggers and by
+    /// `top` (the first 15 bytes on Linux).
     explicit Thread(std::string name = {});
 
-    // Waits for a thread that is past Run; on that very thread it lets go of it instead.
+    /// Waits until a thread that has left `Run` has ended, unless it is the calling thread.
     ~Thread() override;
 
-    // The thread's work. It should come back soon after ShouldStop turned true, by a return or an
-    // exception: a thread that the system's own means end or cancel ends the process.
+    /// Does the work of the thread. It should return, or throw, soon after `ShouldStop` becomes
+    /// true. Ending or cancelling the thread with functions of the system terminates the process.
     virtual void Run() = 0;
 
-    // Asks the thread to stop and doesn't wait for it.
+    /// Requests the thread to stop. Doesn't wait.
     virtual void RequestStop();
 
-    // Starts the thread: true the first time, and false without effect ever after. Throws
-    // std::system_error when the system gives no thread; then it may be tried again.
+    /// Starts the thread. Returns false without effect if it was started before. Throws
+    /// `std::system_error` if the system can't create a thread; `Start` may then be called again.
     bool Start();
 
-    // Waits until the thread has ended; of several callers one waits to its very end, the others
-    // until Run has returned. Returns at once if it was never started or is the caller.
+    /// Blocks until the thread has ended. If several threads call it, one waits for the end of the
+    /// system's thread, the others until `Run` has returned. Returns immediately if the thread was
+    /// never started or is the calling thread.
     void Join();
 
-    // True from Start until Run has returned.
+    /// Returns true from `Start` until `Run` has returned.
     bool IsRunning() const;
 
-    // True once RequestStop was called.
+    /// Returns true after `RequestStop`.
     bool ShouldStop() const;
 
-    // The name that shows.
+    /// Returns the name.
     std::string GetName() const;
 
-    // Puts the calling thread to sleep, on the monotonic clock; 0 or less doesn't.
+    /// Suspends the calling thread, measured on the monotonic clock. Returns immediately for 0 and
+    /// less.
     static void SleepFor(int milliseconds);
 
-    // Makes the calling thread's waits and sleeps end as near to their time as the system can; by
-    // default it may let them last some 50 microseconds longer, to save wake-ups.
+    /// Makes waits and sleeps of the calling thread end as close to their time as the system
+    /// allows. By default they may take about 50 microseconds longer, which saves wake-ups.
     static void BePunctual() noexcept;
 
 protected:
-    // May be set by a derived class up to the start.
+    /// The name. A derived class may change it before the start.
     std::string m_name;
 
-    // Signalled by RequestStop; type 0.
+    /// The manual-reset event that `RequestStop` signals.
     RCPtr<Event> m_stopEvent;
 
 private:

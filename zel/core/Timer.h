@@ -5,23 +5,34 @@
 
 namespace zel {
 
-// A stopwatch on the monotonic clock: a wall clock that is set changes nothing. It runs from its
-// construction. One thread may read it while another restarts it.
+/// A stopwatch on the monotonic clock, which is independent of changes of the wall clock. It runs
+/// from its construction.
+///
+///     Timer timer;
+///     ...
+///     double seconds = timer.GetElapsedTime();
+///
+/// Thread-safe: one thread may read it while another restarts it.
+///
+/// Guide: docs/core.md
 class Timer {
 public:
+    /// Starts at zero.
     Timer() noexcept : m_start(Now()) {}
 
-    // Restarts from zero.
+    /// Restarts from zero.
     void Start() noexcept { m_start.store(Now(), std::memory_order_relaxed); }
 
-    // Seconds since the construction or the last Start.
+    /// Returns the seconds since the construction or the last `Start`.
     double GetElapsedTime() const noexcept {
         return ToSeconds(Now() - m_start.load(std::memory_order_relaxed));
     }
 
-    // Seconds on the clock of all stopwatches, from a moment that is the same for all of them; and
-    // when this one was started. To compare many of them at one and the same moment.
+    /// Returns the current time of the clock, in seconds. With `GetStartTime` many timers can be
+    /// compared with one reading of the clock.
     static double GetTime() noexcept { return ToSeconds(Now()); }
+
+    /// Returns the time of the construction or the last `Start`, on the clock of `GetTime`.
     double GetStartTime() const noexcept {
         return ToSeconds(m_start.load(std::memory_order_relaxed));
     }
