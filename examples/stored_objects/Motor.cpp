@@ -13,7 +13,7 @@ namespace {
 constexpr int SPEED_ADDED = 2;
 constexpr int COOLING_ADDED = 3;
 
-// As BinaryPersistenceReader reads it: four bytes, the least significant first.
+// The form that BinaryPersistenceReader reads: four bytes, least significant first.
 void WriteVersion(std::ostream& out, int version) {
     constexpr unsigned int bitsOfAByte = 8;
     auto rest = static_cast<unsigned int>(version);
@@ -42,7 +42,7 @@ Motor Motor::ReadFrom(std::istream& in) {
     Motor motor;
     motor.m_version = ObjectPersistence::BinaryPersistenceReader(&in).ReadVersion();
     if (motor.m_version < 1 || motor.m_version > NEWEST) {
-        ObjectPersistence::ThrowEx("Object of a version that isn't known here");
+        ObjectPersistence::ThrowEx("Unknown object version");
     }
     const std::string fields = ReadFields(in, motor.m_version);
     DataUnpacker unpacker(fields, false);

@@ -1,4 +1,4 @@
-// Stores a motor as the programs of three versions did, and shows what any of them has stored.
+// Stores a motor in the format of one of three versions, and shows a stored motor of any version.
 
 #include "Motor.h"
 
@@ -14,7 +14,7 @@ constexpr std::string_view USAGE =
     R"(usage: stored_objects write VERSION FILE
        stored_objects show FILE
 
-Writes a motor to FILE as the program of VERSION (1, 2 or 3) did, or shows the one that is there.
+write stores a motor in FILE in the format of VERSION (1, 2 or 3); show prints the motor in FILE.
 )";
 
 constexpr int WRONG_INPUT = 1;
@@ -39,7 +39,7 @@ int Write(const std::string& version, const std::string& path) {
     return 0;
 }
 
-// A field that an old object can't have is no reason to show the others less.
+// A field that the version lacks must not prevent showing the others.
 template <class Get>
 void ShowField(const char* name, Get get) {
     std::cout << name << ": ";

@@ -5,14 +5,19 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <functional>
 #include <sstream>
+#include <tuple>
 
 namespace zel {
 namespace {
 
 using namespace ObjectPersistence;
 
-TEST(ObjectPersistenceTest, ReadsAVersionWhateverTheOrderOfTheHost) {
+static_assert(std::is_base_of_v<SerEx, VersionClashEx>);
+static_assert(!std::is_base_of_v<SerEx, PersistentObjectEx>);
+
+TEST(ObjectPersistenceTest, ReadsAVersionLeastSignificantByteFirst) {
     std::istringstream in(std::string("\x02\0\0\0\xfe\xff\0\0\0\0\0\x80\1\2\3", 15));
     BinaryPersistenceReader reader(&in);
     EXPECT_EQ(reader.ReadVersion(), 2);
@@ -22,34 +27,30 @@ TEST(ObjectPersistenceTest, ReadsAVersionWhateverTheOrderOfTheHost) {
     EXPECT_THROW(reader.ReadVersion(), SerEx);
 }
 
-TEST(ObjectPersistenceTest, AFailureAndItsLogLineTellWhatAndWhere) {
-    static_assert(std::is_base_of_v<SerEx, VersionClashEx>);
-    static_assert(!std::is_base_of_v<SerEx, PersistentObjectEx>);
-    const test::ScopedLogger logger;
-    const auto failureOf = [&](auto fail) {
-        try {
-            fail();
-        } catch (const Exception& exception) {
-            EXPECT_EQ(logger.sink->GetLine(), exception.GetLine());
-            EXPECT_EQ(exception.GetLine() == 4000, exception.GetFile() == "Motor");
-            return logger.sink->TakeText() + " (" + exception.GetFile() + ')';
-        }
-        return logger.sink->TakeText();
-    };
+TEST(ObjectPersistenceTest, LogsAndThrowsWithFileAndLine) {
     std::istringstream in("123");
-    const PersistentObject object;
-    EXPECT_EQ(failureOf([&] { BinaryPersistenceReader(&in).ReadVersion(); }),
-              "\n2 BinaryPersistenceSupport Exception of type SerEx. Read failed "
-              "(BinaryPersistenceSupport)");
-    EXPECT_EQ(failureOf([&] { object.VersionCheck("speed", 2, 2, "Motor"); }), "");
-    EXPECT_EQ(failureOf([&] { object.VersionCheck("speed", 3, 2, "Motor"); }),
-              "\n2 ObjectPersistence Exception of type VersionClashEx. Access to field speed is "
-              "illegal for a version 2 Motor because this field was added in class version 3 "
-              "(ObjectPersistence)");
-    EXPECT_EQ(failureOf([] {
-                  PersistentObject::ThrowPersistentObjectDetailsEx("Motor", 4000, "bad state");
-              }),
-              "\n2 ObjectPersistence Exception of type PersistentObjectEx. bad state (Motor)");
+    const std::tuple<std::function<void()>, const char*, const char*> rows[] = {
+        {[&] { BinaryPersistenceReader(&in).ReadVersion(); }, "BinaryPersistenceSupport",
+         "\n2 BinaryPersistenceSupport Exception of type SerEx. Read failed"},
+        {[] { PersistentObject().VersionCheck("speed", 3, 2, "Motor"); }, "ObjectPersistence",
+         "\n2 ObjectPersistence Exception of type VersionClashEx. Access to field speed is illegal "
+         "for a version 2 Motor because this field was added in class version 3"},
+        {[] { PersistentObject::ThrowPersistentObjectDetailsEx("Motor", 4000, "bad state"); },
+         "Motor", "\n2 ObjectPersistence Exception of type PersistentObjectEx. bad state"},
+    };
+    const test::ScopedLogger logger;
+    for (const auto& [call, file, text] : rows) {
+        try {
+            call();
+            ADD_FAILURE() << text;
+        } catch (const Exception& exception) {
+            EXPECT_EQ(exception.GetFile(), file) << text;
+            EXPECT_EQ(exception.GetLine(), logger.sink->GetLine()) << text;
+            EXPECT_EQ(exception.GetLine() == 4000, exception.GetFile() == "Motor") << text;
+        }
+        EXPECT_EQ(logger.sink->TakeText(), text);
+    }
+    EXPECT_NO_THROW(PersistentObject().VersionCheck("speed", 2, 2, "Motor"));
 }
 
 }  // namespace

@@ -11,40 +11,43 @@
 
 namespace zel {
 
-// Raised for data that ends too early.
+/// Thrown when a block holds fewer bytes than requested.
 class ZEL_ADVANCED_API BinaryUtilsEx : public Exception {
 public:
+    /// See `Exception::Exception`.
     BinaryUtilsEx(const std::string& message, const std::string& file, int line);
 };
 
-// Small numbers one after the other, without tags, lengths or padding: what they mean lies in the
-// order in which both sides call. Numbers of two bytes go with the most significant byte first,
-// whatever the host's own order, so that data move between hosts.
-//
-//     BinaryUtils::DataPacker packer(&out, false);
-//     packer.Insert(length);  // an unsigned short
-//     packer.Insert(kind);    // an unsigned char
-//
-//     BinaryUtils::DataUnpacker unpacker(block, size, false);
-//     unpacker.Extract(&length);
-//     unpacker.Extract(&kind);
-//
-// Neither side allocates memory, but to throw. A packer or an unpacker is for one thread at a time.
+/// Packing of small numbers without tags, lengths or padding: both sides must use the same sequence
+/// of types. Two-byte numbers are stored with the most significant byte first on every host, so
+/// that data can be exchanged between hosts.
+///
+///     BinaryUtils::DataPacker packer(&out, false);
+///     packer.Insert(length);  // unsigned short
+///     packer.Insert(kind);    // unsigned char
+///
+///     BinaryUtils::DataUnpacker unpacker(block, size, false);
+///     unpacker.Extract(&length);
+///     unpacker.Extract(&kind);
+///
+/// Guide: docs/stored-objects.md
 namespace BinaryUtils {
 
-// Writes to a stream, which it doesn't own and which tells by its state of a failure.
+/// Writes numbers to a stream. Failures are reported by the state of the stream only. Allocates no
+/// memory. Not thread-safe.
 class DataPacker {
 public:
-    // `out` isn't null and outlives the packer. The flag is kept, and nothing depends on it.
+    /// Writes to `out`, which the caller owns. `flag` is stored and has no effect.
+    /// Requires: `out` is not null and outlives the packer.
     DataPacker(std::ostream* out, bool flag) noexcept : m_flag(flag), m_out(out) {}
 
-    // Writes two bytes.
+    /// Writes two bytes.
     void Insert(unsigned short value) {
         const char bytes[] = {static_cast<char>(value >> 8), static_cast<char>(value)};
         PutArea::Write(*m_out, bytes);
     }
 
-    // Writes one byte.
+    /// Writes one byte.
     void Insert(unsigned char value) {
         const char bytes[] = {static_cast<char>(value)};
         PutArea::Write(*m_out, bytes);
@@ -55,32 +58,35 @@ private:
     std::ostream* m_out;
 };
 
-// Reads from a block in memory, which it neither owns nor copies: the block outlives the unpacker
-// and keeps its content and place. A failure moves nothing and changes no target, so that a
-// shorter field may be tried at the same place.
+/// Reads numbers from a block in memory. A failed read leaves the position and the target
+/// unchanged, so that a shorter type can be read at the same position. Allocates no memory, except
+/// to throw. Not thread-safe.
 class ZEL_ADVANCED_API DataUnpacker {
 public:
-    // The flag is kept, and nothing depends on it. Of more bytes than an int counts the first that
-    // it does can be read.
+    ///@{
+    /// Reads from the first byte of `data`, of at most `INT_MAX` bytes. The block is neither copied
+    /// nor owned. A negative size counts as 0. `flag` is stored and has no effect.
+    /// Requires: the block outlives the unpacker and is not modified meanwhile.
     DataUnpacker(const std::string& data, bool flag) noexcept
         : DataUnpacker(data.data(), SizeOf(data), flag) {}
-
-    // A block of a negative size holds nothing.
     DataUnpacker(const char* data, int size, bool flag) noexcept
         : m_data(data), m_size(std::max(size, 0)), m_flag(flag) {}
+    ///@}
 
-    // A temporary would be gone before the first field is read.
+    // A temporary string would be destroyed before the first read.
     DataUnpacker(const std::string&& data, bool flag) = delete;
     DataUnpacker(const char* data, bool flag) = delete;
 
-    // Throws BinaryUtilsEx "Malformed data, can not extract ..." unless so many bytes are left.
+    /// Throws `BinaryUtilsEx` "Malformed data, can not extract ..." if fewer than `size` bytes are
+    /// left.
     void VerifySize(unsigned int size) const {
         if (static_cast<unsigned int>(m_size - m_position) < size) {
             ThrowTooShort(size);
         }
     }
 
-    // Sets `value` to the next two bytes and moves behind them. Throws as VerifySize does.
+    ///@{
+    /// Sets `*value` to the next number and advances past it. Throws like `VerifySize`.
     void Extract(unsigned short* value) {
         VerifySize(2);
         const unsigned int high = ByteAt(m_position);
@@ -88,12 +94,11 @@ public:
         m_position += 2;
         *value = static_cast<unsigned short>(high << 8 | low);
     }
-
-    // The same for one byte.
     void Extract(unsigned char* value) {
         VerifySize(1);
         *value = ByteAt(m_position++);
     }
+    ///@}
 
 private:
     static int SizeOf(const std::string& data) noexcept {

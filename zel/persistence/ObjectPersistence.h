@@ -6,62 +6,67 @@
 #include <istream>
 #include <string>
 
-// What classes have in common whose objects are stored with the version of their class, and read by
-// later builds that know more fields than an object's version has.
-//
-//     void Motor::ReadFrom(std::istream& in) {
-//         const int version = ObjectPersistence::BinaryPersistenceReader(&in).ReadVersion();
-//         ...
-//     }
-//     int Motor::GetSpeed() const {
-//         VersionCheck("speed", 3, m_version, "Motor");  // speed came in version 3
-//         return m_speed;
-//     }
-//
-// Nothing here has state of its own that threads could share.
+/// Support for classes whose objects are stored together with the version of their class. Later
+/// builds of a class may have fields that an object of an older version lacks; `VersionCheck`
+/// refuses access to them.
+///
+///     void Motor::ReadFrom(std::istream& in) {
+///         m_version = ObjectPersistence::BinaryPersistenceReader(&in).ReadVersion();
+///         ...
+///     }
+///     int Motor::GetSpeed() const {
+///         VersionCheck("speed", 3, m_version, "Motor");  // speed was added in version 3
+///         return m_speed;
+///     }
+///
+/// Guide: docs/stored-objects.md
 namespace zel::ObjectPersistence {
 
-// Raised for a failure to read or write a stored object.
+/// Thrown when a stored object can't be read or written.
 class ZEL_ADVANCED_API SerEx : public Exception {
 public:
+    /// See `Exception::Exception`.
     SerEx(const std::string& message, const std::string& file, int line);
 
 protected:
-    // For a derived class, with its name.
+    /// For derived classes: `type` is the name of the class.
     SerEx(const std::string& type, const std::string& message, const std::string& file, int line);
 };
 
-// Raised for access to a field that an object's version doesn't have.
+/// Thrown on access to a field that the version of the object lacks.
 class ZEL_ADVANCED_API VersionClashEx : public SerEx {
 public:
+    /// See `Exception::Exception`.
     VersionClashEx(const std::string& message, const std::string& file, int line);
 };
 
-// Raised by a persistent object, with its own file and line.
+/// Thrown by a persistent object, with the file and line of its own source. Not a `SerEx`.
 class ZEL_ADVANCED_API PersistentObjectEx : public Exception {
 public:
+    /// See `Exception::Exception`.
     PersistentObjectEx(const std::string& message, const std::string& file, int line);
 };
 
-// Logs and throws SerEx.
+/// Logs and throws `SerEx`. Thread-safe.
 [[noreturn]] ZEL_ADVANCED_API void ThrowEx(const char* message);
 
-// Reads from the stream of a stored object, which isn't its own and outlives it.
+/// Reads the version record of a stored object. Not thread-safe.
 class ZEL_ADVANCED_API BinaryPersistenceReader {
 public:
-    // `in` isn't null.
+    /// Reads from `in`, which the caller owns.
+    /// Requires: `in` is not null and outlives the reader.
     explicit BinaryPersistenceReader(std::istream* in) noexcept : m_in(in) {}
 
-    // Takes the version record: an int of four bytes, the least significant first on every host.
-    // SerEx "Read failed" if the stream has failed or ends too early; what it had left is taken
-    // then.
+    /// Reads the version: a 4-byte integer, least significant byte first on every host. Throws
+    /// `SerEx` "Read failed" if the stream has failed or ends within the record; the bytes read so
+    /// far are consumed.
     int ReadVersion();
 
 private:
     std::istream* m_in;
 };
 
-// Base of the classes whose objects are stored.
+/// Base class of stored objects. It has no state.
 class ZEL_ADVANCED_API PersistentObject {
 public:
     PersistentObject() = default;
@@ -69,13 +74,12 @@ public:
     PersistentObject(const PersistentObject&) = default;
     PersistentObject& operator=(const PersistentObject&) = default;
 
-    // Throws VersionClashEx if a field that class version `addedVersion` brought isn't there in an
-    // object of version `objectVersion` of class `className`.
+    /// Throws `VersionClashEx` if `addedVersion`, the version of class `className` that added field
+    /// `fieldName`, is higher than `objectVersion`. Thread-safe.
     void VersionCheck(const char* fieldName, int addedVersion, int objectVersion,
                       const char* className) const;
 
-    // Logs and throws PersistentObjectEx with the caller's file and line; the log line bears that
-    // line too.
+    /// Logs and throws `PersistentObjectEx` with the caller's file and line. Thread-safe.
     [[noreturn]] static void ThrowPersistentObjectDetailsEx(const char* file, int line,
                                                             const char* message);
 };

@@ -6,11 +6,14 @@
 
 namespace zel {
 
-// Writes few bytes at a time as std::ostream::write does, and faster: a stream that is good, has
-// room in its buffer and nothing to flush gets them with no call.
+/// Writes a few bytes with the effect of `std::ostream::write`, but without a function call if the
+/// stream is good, its buffer has free space and nothing must be flushed. Part of the
+/// implementation of `BinaryUtils::DataPacker`.
+///
+/// Guide: docs/stored-objects.md
 class PutArea : private std::streambuf {
 public:
-    // Writes all bytes of the array, without adding a zero or taking one for an end.
+    /// Writes all bytes of the array, zero bytes included.
     template <std::size_t size>
     static void Write(std::ostream& out, const char (&bytes)[size]) {
         std::ios& state = out;
@@ -25,8 +28,8 @@ private:
                (state.flags() & std::ios_base::unitbuf) == 0;
     }
 
-    // The members are protected; a pointer to one of them, formed in a derived class, works on
-    // every buffer.
+    // The members are protected, but a member pointer formed in a derived class applies to any
+    // buffer.
     template <std::size_t size>
     static bool TryPut(std::streambuf& buffer, const char (&bytes)[size]) {
         char* const next = (buffer.*&PutArea::pptr)();
