@@ -1,4 +1,8 @@
-# Escapes code in guides that Doxygen would read as a link or a command.
+# Escapes code in guides that Doxygen would read as a link or a command, and sets the font of diagrams.
 s/`::\([^`]*\)`/<tt>\\::\1<\/tt>/g
 s/`\\\([a-z]\)`/<tt>\\\\\1<\/tt>/g
 s/`\\\([^a-z`]\)`/<tt>\\\\\\\1<\/tt>/g
+/^digraph .*{$/a\
+graph [fontname=Helvetica, fontsize=11]\
+node [fontname=Helvetica, fontsize=11, height=0.35]\
+edge [fontname=Helvetica, fontsize=10, arrowsize=0.7]
