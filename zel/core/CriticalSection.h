@@ -59,9 +59,9 @@ public:
             return;
         }
         m_owner.store(nullptr, std::memory_order_release);
-        // No memory fence is needed between the store and the load: a thread that sets the mark
+        // No memory fence is needed between the store and the load: a thread that sets the flag
         // issues a process-wide barrier before it sleeps, so that either it sees the lock free or
-        // this thread sees the mark.
+        // this thread sees the flag.
         std::atomic_signal_fence(std::memory_order_seq_cst);
         if (m_hasSleepers.load(std::memory_order_relaxed) != 0) {
             WakeSleeper();

@@ -24,8 +24,7 @@ namespace zel {
 /// | `Peek` or `GetRun` at the end of the input | sets `eofbit` |
 /// | `Get` at the end of the input | sets `eofbit` and `failbit` |
 /// | the stream isn't good at construction | sets `failbit`; the input is empty |
-/// | the stream's buffer throws | sets `badbit`; the input ends; rethrows if `exceptions()` has
-/// `badbit` |
+/// | the stream's buffer throws | sets `badbit` and ends the input; rethrows if `exceptions()` says so |
 ///
 /// Not thread-safe.
 ///

@@ -74,14 +74,15 @@ constexpr unsigned short ByteSwap(unsigned short value) noexcept {
 [[noreturn]] ZEL_CORE_API void ThrowEx(const std::string& message);
 
 ///@{
-/// Writes any bytes as one or more string segments; an empty text is the segment `""`. The second
-/// form appends to `out`.
+/// Writes any bytes as one or more string segments; an empty text is the segment `""`. The first
+/// form writes to a stream, the second appends to `out`.
 ///
 /// | Bytes | Segment |
 /// |---|---|
 /// | UTF-8 text without control characters | in double quotes |
-/// | quote, backslash, line feed, tab, carriage return | in double quotes as `\"`, `\\`, `\n`,
-/// `\t`, `\r` | | other bytes | lower-case hexadecimal digits between two `$` |
+/// | quote, backslash | in double quotes as `\"`, `\\` |
+/// | line feed, tab, carriage return | in double quotes as `\n`, `\t`, `\r` |
+/// | other bytes | lower-case hexadecimal digits between two `$` |
 ZEL_CORE_API void Encode(const char* data, int length, std::ostream& out);
 ZEL_CORE_API void Encode(std::string_view text, std::string& out);
 ///@}
