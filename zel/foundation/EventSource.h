@@ -12,28 +12,32 @@
 
 namespace zel {
 
-// A subscriber to an EventSource.
+/// A subscriber to an EventSource.
 template <class T>
 class EventSink : public RCObject {
 public:
-    // Called on the firing thread, with no lock held, perhaps on several threads at once. True
-    // keeps the subscription; false ends it, once for each time the sink is subscribed.
+    /// Handles an event. Called on the thread that fires, with no lock held, possibly on several
+    /// threads at once. Returns false to end the subscription; a sink that is subscribed several
+    /// times ends one subscription with each false.
+    ///
+    /// An exception propagates out of `EventSource::Fire`.
     virtual bool OnEvent(const T& value) = 0;
 };
 
-// One list of subscribers, in firing order. It never changes once a source has published it.
+/// The sinks of an EventSource in firing order. Immutable once the source has published it.
 template <class T>
 class EventSinkList : public RCObject {
 public:
+    /// Makes an empty list.
     EventSinkList() = default;
 
-    // A copy holds every sink once more, and has room for another.
+    /// Copies the list and reserves capacity for one more sink.
     EventSinkList(const EventSinkList& other) : RCObject() {
         m_sinks.reserve(other.m_sinks.size() + 1);
         RCBatch::Copy(other.m_sinks, m_sinks);
     }
 
-    // Gives up the sinks, and destroys those that nobody else holds, front to back.
+    /// Releases the sinks. Those held only by this list are destroyed in the order of the list.
     ~EventSinkList() override {
         RCBatch::ReleaseShared(m_sinks.begin(), m_sinks.end());
         for (RCPtr<EventSink<T>>& sink : m_sinks) {
@@ -43,43 +47,46 @@ public:
 
     EventSinkList& operator=(const EventSinkList&) = delete;
 
-    // Whether the sink is in the list.
+    /// Returns true if the list contains the sink.
     bool Contains(const EventSink<T>* sink) const {
         return std::find(m_sinks.begin(), m_sinks.end(), sink) != m_sinks.end();
     }
 
-    // None of them null.
+    /// The sinks; none is null.
     std::vector<RCPtr<EventSink<T>>> m_sinks;
 };
 
-// Tells any number of sinks that something happened, with a value. It may be a plain member of a
-// larger object.
-//
-//     EventSource<std::string> changed;
-//     changed.Connect([](const std::string& path) { std::puts(path.c_str()); });
-//     changed.Fire("/etc/hosts");
-//
-// Any thread may fire, add and remove at any time, handlers included; only the source must outlive
-// every Fire on it. A firing goes over the sinks of the moment it began and keeps them alive: a
-// change of sinks shows from the next firing on. So once RemoveSink has returned, no new firing
-// reaches the sink, but one that began earlier on another thread may still be in it or about to
-// call it. A subscriber that must know that none is running has to make sure of that itself: by
-// firing and removing on one thread, or by a state of its own that OnEvent looks at under a lock.
+/// Notifies any number of sinks of an event with a value of type T. It may be a plain member of
+/// another object.
+///
+///     EventSource<std::string> changed;
+///     changed.Connect([](const std::string& path) { std::puts(path.c_str()); });
+///     changed.Fire("/etc/hosts");
+///
+/// `Fire` calls the sinks that were subscribed when it began, and keeps them alive meanwhile:
+/// adding or removing a sink takes effect from the next firing on. After `RemoveSink` has returned,
+/// a firing that began before on another thread may still be calling the sink or be about to.
+///
+/// Thread-safe, also from within sinks. Requires: the source outlives every `Fire` on it.
+///
+/// Guide: docs/foundation.md
 template <class T>
 class EventSource : public RCObject {
 public:
-    // What can subscribe.
+    /// The type of the subscribers.
     using Sink = EventSink<T>;
 
+    /// Makes a source without sinks.
     EventSource() = default;
     EventSource(const EventSource&) = delete;
     EventSource& operator=(const EventSource&) = delete;
 
-    // Drops the list; the sinks aren't told.
+    /// Releases the sinks without calling them.
     ~EventSource() override;
 
-    // Calls every sink in order, on this thread. A sink's exception leaves through it; the sinks
-    // behind that one miss this firing. Allocates nothing unless a sink ends its subscription.
+    /// Calls all sinks in order, on the calling thread. An exception thrown by a sink propagates to
+    /// the caller; the sinks after it are not called for this event, and all subscriptions remain.
+    /// Allocates no memory unless a sink ends its subscription.
     void Fire(const T& value) {
         const RCPtr<SinkList> snapshot = GetList();
         if (!snapshot) {
@@ -92,14 +99,15 @@ public:
         }
     }
 
-    // Subscribes a sink, not null, behind all others. One that is there already is called twice.
+    /// Subscribes `sink` after all others. A sink may be subscribed several times and is then
+    /// called as often. Requires: `sink` is not null.
     void AddSink(RCPtr<Sink> sink) {
         CriticalSectionLock changeLock(EventSourceUtils::s_cs);
         const RCPtr<SinkList> old = Publish([&](auto& sinks) { sinks.push_back(std::move(sink)); });
         changeLock.Unlock();
     }
 
-    // Ends one subscription of the sink, the earliest; false if there is none.
+    /// Ends the earliest subscription of the sink. Returns false if there is none.
     bool RemoveSink(Sink* sink) {
         CriticalSectionLock changeLock(EventSourceUtils::s_cs);
         if (!m_list || !m_list->Contains(sink)) {
@@ -111,8 +119,8 @@ public:
         return true;
     }
 
-    // Subscribes a callable of `const T&` that gives bool, as OnEvent does, or nothing, and then
-    // stays. The sink is returned for RemoveSink.
+    /// Subscribes a callable that takes `const T&` and returns bool, like `OnEvent`, or nothing,
+    /// which keeps the subscription. Returns the sink for `RemoveSink`.
     template <class Callable>
     RCPtr<Sink> Connect(Callable callable) {
         RCPtr<Sink> sink(new CallableSink<Callable>(std::move(callable)));
@@ -141,14 +149,15 @@ private:
         Callable m_callable;
     };
 
-    // Reads the pointer and counts the list in one step.
+    // Reads the pointer and adds a reference to the list atomically.
     RCPtr<SinkList> GetList() const {
         CriticalSectionLock lock(RCUtils::s_cs);
         return m_list;
     }
 
-    // Publishes a changed copy of the list of the moment, under the lock for changes. The old list,
-    // and with it perhaps a sink, is the caller's to drop once that lock is left.
+    // Publishes a modified copy of the current list; the caller holds the lock for changes. Returns
+    // the old list, which the caller must release after leaving that lock, as this may destroy
+    // sinks.
     template <class Edit>
     RCPtr<SinkList> Publish(Edit edit) {
         RCPtr<SinkList> list =
@@ -162,7 +171,7 @@ private:
     RCPtr<SinkList> m_list;
 };
 
-// Not inline, so that the library exports it of what it makes.
+// Not inline, so that the library exports the destructors of its own instances.
 template <class T>
 EventSource<T>::~EventSource() = default;
 

@@ -1,6 +1,12 @@
 #pragma once
 
-// ZEL_ADVANCED_API marks what libzelAdvanced exports; everything else stays hidden in it.
+/// @file
+/// Export macro of libzelAdvanced.
+
+/// Marks what libzelAdvanced exports. All other symbols are hidden.
+///
+/// @def ZEL_ADVANCED_API
+
 #if defined(_WIN32)
 #if defined(ZEL_ADVANCED_BUILD)
 #define ZEL_ADVANCED_API __declspec(dllexport)

@@ -7,29 +7,39 @@
 
 namespace zel {
 
-// A source file's log area. Every source file that logs or throws has one, named for what it does,
-// and it is the first object of the file: it also keeps the shared state alive that the file's
-// other static objects rely on, from load to unload.
-//
-//     namespace {
-//     const LogArea s_log("DataTree", 3);
-//     }
-//     ...
-//     Log(s_log, 3, "Unable to read ", path, " at byte ", offset);
-//     Throw<DataTreeEx>(s_log, "Node ", name, " not found");
-//     return Fail<VariantEx>(s_log, throwOnError, "Unable to convert ", text);
-//
-// The parts of a message are streamed one after the other, and only when somebody will read it: a
-// call whose level is off costs a load and a branch.
+/// The log area of a source file. Each source file that logs or throws defines one as its first
+/// object, named after the file. It also keeps the shared state alive that other static objects of
+/// the file use during static initialisation and destruction.
+///
+///     namespace {
+///     const LogArea s_log("DataTree", 3);
+///     }
+///     ...
+///     Log(s_log, 3, "Unable to read ", path, " at byte ", offset);
+///     Throw<DataTreeEx>(s_log, "Node ", name, " not found");
+///     return Fail<VariantEx>(s_log, throwOnError, "Unable to convert ", text);
+///
+/// The parts of a message are streamed one after the other, and only if the message is written: a
+/// call whose level is disabled costs a load and a branch.
+///
+/// The texts of the library's messages are part of its interface, misspellings included: programs
+/// search for them and compare them. Don't correct them.
+///
+/// Thread-safe.
+///
+/// Guide: docs/foundation.md
 class LogArea {
 public:
-    // `level` -1: the area has no level of its own and follows the logger's global one.
+    /// Registers the area `name`. With `level` -1 it follows the logger's global level.
     LogArea(const char* name, int level) : m_area(name, level, nullptr) {}
 
-    // The area's name, whether a message of this level would be written now, and the area as it is
-    // registered.
+    /// Returns the area's name.
     const std::string& GetName() const noexcept { return m_area.GetName(); }
+
+    /// Returns true if a message of this level would be written now.
     bool IsEnabled(int level) const noexcept { return m_area.IsEnabled(level); }
+
+    /// Returns the registration that messages are written with.
     const LoggingRegisterHelper& GetRegistration() const noexcept { return m_area; }
 
 private:
@@ -40,18 +50,17 @@ private:
     LoggingRegisterHelper m_area;
 };
 
-// An area together with the source line of the call that names it.
+/// A log area and the source line of the call that logs.
 struct LogPlace {
-    // Made of an area by every call here; the line is the caller's.
+    /// Converts from an area. The default argument is the line of the caller.
     LogPlace(const LogArea& logArea, int sourceLine = __builtin_LINE()) noexcept
         : area(logArea), line(sourceLine) {}
 
-    // What it was made of.
-    const LogArea& area;
-    int line;
+    const LogArea& area;  ///< The area.
+    int line;             ///< The source line.
 };
 
-// Writes the message if the level is on in the area.
+/// Writes the message if the level is enabled in the area.
 template <class... Parts>
 void Log(LogPlace place, int level, const Parts&... parts) {
     if (!place.area.IsEnabled(level)) [[likely]] {
@@ -62,14 +71,14 @@ void Log(LogPlace place, int level, const Parts&... parts) {
     place.area.GetRegistration().Write(level, place.line, message.GetText());
 }
 
-// Logs an exception at level 2 and throws it.
+/// Logs an exception at level 2 and throws it.
 template <class Ex>
 [[noreturn]] void Raise(LogPlace place, const Ex& exception) {
     LogAndThrow(place.area.GetRegistration(), exception);
 }
 
-// Builds an exception of class Ex, or a plain Exception, from the parts of its message, the area's
-// name and the line, logs it at level 2 and throws it.
+/// Makes an exception of class Ex from the message, the area's name as its file, and the line; logs
+/// it at level 2 and throws it. Ex is Exception or a class constructible from these three.
 template <class Ex, class... Parts>
 [[noreturn]] void Throw(LogPlace place, const Parts&... parts) {
     MemOS message;
@@ -81,7 +90,8 @@ template <class Ex, class... Parts>
     }
 }
 
-// Throws as above, or logs the message at level 3 and gives false.
+/// Throws like `Throw` if `throwOnError` is true; otherwise logs the message at level 3 and returns
+/// false.
 template <class Ex, class... Parts>
 bool Fail(LogPlace place, bool throwOnError, const Parts&... parts) {
     if (throwOnError) {

@@ -1,59 +1,11 @@
 #include "zel/foundation/MemOS.h"
 
 #include <charconv>
-#include <cstring>
-#include <limits>
 #include <locale>
-#include <new>
 
 namespace zel {
 
-MemOSStreambuf::MemOSStreambuf() noexcept {
-    setp(m_inline, m_inline + INLINE_CAPACITY);
-    setg(m_inline, m_inline, m_inline);
-}
-
-MemOSStreambuf::~MemOSStreambuf() {
-    FreeBlock();
-}
-
-MemOSStreambuf::int_type MemOSStreambuf::overflow(int_type ch) {
-    if (m_capacity > std::numeric_limits<int>::max() / 2) {
-        throw std::bad_alloc();
-    }
-    const int capacity = 2 * m_capacity;
-    char* const block = new char[static_cast<std::size_t>(capacity) + 1];
-    const std::ptrdiff_t used = pptr() - m_buffer;
-    const std::ptrdiff_t readPosition = gptr() - m_buffer;
-    const std::ptrdiff_t readEnd = egptr() - m_buffer;
-    std::memcpy(block, m_buffer, static_cast<std::size_t>(used));
-    FreeBlock();
-    m_buffer = block;
-    m_capacity = capacity;
-    block[used] = traits_type::to_char_type(ch);
-    setp(block + used + 1, block + capacity);
-    setg(block, block + readPosition, block + readEnd);
-    return traits_type::not_eof(ch);
-}
-
-MemOSStreambuf::int_type MemOSStreambuf::underflow() {
-    if (gptr() == egptr()) {
-        setg(m_buffer, gptr(), pptr());
-    }
-    return gptr() < egptr() ? traits_type::to_int_type(*gptr()) : traits_type::eof();
-}
-
-void MemOSStreambuf::FreeBlock() noexcept {
-    if (m_buffer != m_inline) {
-        delete[] m_buffer;
-    }
-}
-
-void MemOSStreambuf::imbue(const std::locale& locale) {
-    m_hasClassicLocale = locale == std::locale::classic();
-}
-
-// The stream's base classes set it up twice, once each; a third time would cost as much again.
+// The base classes have already called init; imbue costs as much again and is rarely needed.
 MemOS::MemOS() : std::iostream(&m_streambuf) {
     if (getloc() != std::locale::classic()) {
         imbue(std::locale::classic());
@@ -79,7 +31,7 @@ std::to_chars_result WriteNumber(char* first, char* last, T value) {
 
 template <class T>
 void MemOS::InsertNumber(T value) {
-    // No number at default flags is longer.
+    // The longest number that the default flags produce has fewer characters.
     constexpr std::size_t longest = 24;
     constexpr std::streamsize defaultPrecision = 6;
     const bool isPlain =

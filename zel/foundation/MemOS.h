@@ -1,6 +1,7 @@
 #pragma once
 
 #include "zel/foundation/Export.h"
+#include "zel/foundation/MemOSStreambuf.h"
 
 #include <iostream>
 #include <string>
@@ -9,95 +10,53 @@
 
 namespace zel {
 
-// The storage of a MemOS: 512 characters within the object, and a heap block that doubles once they
-// are full. Always one byte longer than its capacity, for a terminating zero.
-class ZEL_ADVANCED_API MemOSStreambuf : public std::streambuf {
-public:
-    MemOSStreambuf() noexcept;
-    ~MemOSStreambuf() override;
-    MemOSStreambuf(const MemOSStreambuf&) = delete;
-    MemOSStreambuf& operator=(const MemOSStreambuf&) = delete;
-
-    // The text so far, zero-terminated; good until the next write.
-    const char* GetData() noexcept {
-        *pptr() = '\0';
-        return m_buffer;
-    }
-
-    // The number of characters so far.
-    int GetLength() const noexcept { return static_cast<int>(pptr() - m_buffer); }
-
-    // Where `count` characters can be written as they are, null if there is no room for them
-    // without growing; Advance then counts how many were.
-    char* GetRoom(std::size_t count) noexcept {
-        return count <= static_cast<std::size_t>(epptr() - pptr()) ? pptr() : nullptr;
-    }
-
-    // Counts characters that were written where GetRoom said, no more than it was asked for.
-    void Advance(std::size_t count) noexcept { pbump(static_cast<int>(count)); }
-
-    // Whether the stream over this storage has the classic locale still.
-    bool HasClassicLocale() const noexcept { return m_hasClassicLocale; }
-
-protected:
-    // Notes whether the locale is still the classic one.
-    void imbue(const std::locale& locale) override;
-
-    // Gives the reading side what was written so far.
-    int_type underflow() override;
-
-    // Doubles the storage and stores `ch`. Throws std::bad_alloc before anything has changed, also
-    // when an int couldn't count the new capacity.
-    int_type overflow(int_type ch) override;
-
-private:
-    static constexpr int INLINE_CAPACITY = 512;
-
-    void FreeBlock() noexcept;
-
-    char* m_buffer = m_inline;
-    char m_inline[INLINE_CAPACITY + 1];
-    int m_capacity = INLINE_CAPACITY;
-    bool m_hasClassicLocale = true;
-};
-
-// Brings the storage into being before the stream that is set up on it.
+/// Constructs the buffer before the stream that uses it.
 class ZEL_ADVANCED_API MemOSStorage {
 protected:
-    // The storage.
+    /// The buffer.
     MemOSStreambuf m_streambuf;
 };
 
-// A text stream in memory for messages and small conversions, as a local variable of the function
-// at hand. Text of up to 512 characters costs no heap allocation. Whatever is written can be read
-// in turn; there is no seeking. Text is made by the classic locale, whatever the global one is.
-//
-//     MemOS message;
-//     message << "Node " << name << " not found";
-//     Send(message.GetData(), message.GetLength());
-//
-// For one thread at a time. Out of memory sets badbit and keeps the text so far, and so does a null
-// `const char*`.
+/// A text stream in memory for building messages and for small conversions, meant as a local
+/// variable. Text of up to 512 characters needs no heap allocation. Text is formatted with the
+/// classic locale, whatever the global one is.
+///
+///     MemOS message;
+///     message << "Node " << name << " not found";
+///     Send(message.GetData(), message.GetLength());
+///
+/// Everything written can be read with the operations of `std::istream`; seeking is not supported.
+/// As with every standard stream, reading at the end sets `eofbit`, and nothing can be written or
+/// read until `clear` has been called.
+///
+/// If memory is exhausted, or a null `const char*` is written, `badbit` is set and the text written
+/// so far is kept. Not thread-safe.
+///
+/// Guide: docs/foundation.md
 class ZEL_ADVANCED_API MemOS : private MemOSStorage, public std::iostream {
 public:
+    /// Makes an empty stream.
     MemOS();
     ~MemOS() override;
     MemOS(const MemOS&) = delete;
     MemOS& operator=(const MemOS&) = delete;
 
-    // The text so far, zero-terminated; good until the next write. Writing goes on behind it.
+    /// Returns the text written so far, zero-terminated and valid until the next write.
     const char* GetData() { return m_streambuf.GetData(); }
 
-    // The number of characters so far, zero bytes included.
+    /// Returns the number of characters written so far, zero bytes included.
     int GetLength() const { return m_streambuf.GetLength(); }
 
-    // The same text as a view and as a string.
+    /// Returns a view of the text written so far, valid until the next write.
     std::string_view GetText() { return {GetData(), static_cast<std::size_t>(GetLength())}; }
+
+    /// Returns a copy of the text written so far.
     std::string ToString() { return std::string(GetText()); }
 
-    // Everything that a std::ostream takes, with the same result. Text and numbers at default
-    // format flags go straight to the storage. An operator that a program has for a type that isn't
-    // its own, a container for instance, is not hidden by these.
+    ///@{
+    /// Writes what `std::ostream` would write for the value. Text, and numbers with the default
+    /// format flags, are written directly to the buffer. A program's own `operator<<` for another
+    /// type, such as a container, is used as well.
     template <class T>
     requires std::is_arithmetic_v<T> MemOS& operator<<(T value) {
         if constexpr (std::is_same_v<T, char>) {
@@ -139,6 +98,7 @@ public:
         manipulator(*this);
         return *this;
     }
+    ///@}
 
 private:
     template <class T>
@@ -151,7 +111,7 @@ private:
 
     std::ostream& AsStream() noexcept { return *this; }
 
-    // True if a stream in this state would write text and numbers just as they are.
+    // Returns true if the stream's state has no effect on how text and numbers are written.
     bool IsPlain() const {
         return rdstate() == goodbit && flags() == (skipws | dec) && width() == 0 &&
                tie() == nullptr && rdbuf() == &m_streambuf;

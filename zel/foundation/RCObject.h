@@ -1,3 +1,6 @@
 #pragma once
 
+/// @file
+/// Forwards to `zel/core/RCObject.h`.
+
 #include "zel/core/RCObject.h"

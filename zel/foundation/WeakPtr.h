@@ -1,3 +1,6 @@
 #pragma once
 
+/// @file
+/// Forwards to `zel/core/WeakPtr.h`.
+
 #include "zel/core/WeakPtr.h"
