@@ -35,6 +35,26 @@ TEST(CommandTest, HoldsItsTargetOnlyDuringTheCall) {
     EXPECT_EQ(calls, "held ");
 }
 
+struct Receiver : RCObject {
+    void Take(const std::string& argument) { text = argument; }
+
+    std::string text;
+};
+
+TEST(CommandTest, StoresACharacterPointerAsAString) {
+    const RCPtr<Receiver> receiver(new Receiver);
+    std::string text = "longer than a buffer inside of std::string";
+    AsyncCommandForRCObject command(receiver, &Receiver::Take, text.c_str());
+    text.assign(100, '?');
+    command.Run();
+    EXPECT_EQ(receiver->text, "longer than a buffer inside of std::string");
+}
+
+static_assert(IsSelfContainedImp<std::string> && IsSelfContainedImp<void (*)()>);
+static_assert(!IsSelfContainedImp<const char*> && !IsSelfContainedImp<const std::string&>);
+static_assert(!IsSelfContainedImp<std::string_view> && !IsSelfContainedImp<std::span<int>>);
+static_assert(!IsSelfContainedImp<std::reference_wrapper<int>>);
+
 TEST(CommandChainTest, LogsAndThrowsTheWholeText) {
     const test::ScopedLogger log;
     MemOS message;

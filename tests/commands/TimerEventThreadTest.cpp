@@ -1,7 +1,8 @@
 #include "zel/commands/TimerEventThread.h"
 
 #include "zel/commands/WaitTime.h"
-#include "zel/core/Exception.h"
+
+#include "tests/support/RecordingLogSink.h"
 
 #include <gtest/gtest.h>
 
@@ -69,8 +70,12 @@ TEST_F(TimerEventThreadTest, FiresDueTimersOnceAndReportsTheNextWait) {
         m_timers->DeleteTimer(source);
     }
     EXPECT_EQ(m_timers->GetAmountToWait(), INT_MAX);
+    const test::ScopedLogger log;
     EXPECT_THROW(m_timers->AddTimer(nullptr), Exception);
     EXPECT_THROW(CallbackTimer(1, nullptr), Exception);
+    EXPECT_EQ(log.sink->TakeText(), R"(
+2 TimerEventThread Exception of type Exception. A null timer can't be armed.
+2 TimerEventSource Exception of type Exception. A timer needs a function to call.)");
 }
 
 TEST_F(TimerEventThreadTest, APassFiresWhatItFoundDueInAddressOrderUpToAnException) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "zel/commands/CommandArgument.h"
 #include "zel/foundation/Export.h"
 #include "zel/foundation/WeakPtr.h"
 
@@ -30,12 +31,22 @@ public:
 /// Calls a member function of a reference-counted object if the object still exists. The command
 /// holds its target weakly: a queued command doesn't keep the target alive.
 ///
-///     processor->PostCommand(
-///         new AsyncCommandForRCObject(WeakPtr<Pump>(pump), &Pump::SetSpeed, 1200));
+///     RCPtr<Pump> pump(new Pump);
+///     processor->PostCommand(new AsyncCommandForRCObject(pump, &Pump::SetSpeed, 1200));
+///
+/// The argument is stored as a value. If the template arguments are deduced, a `const char*` for a
+/// function that accepts a `std::string` is stored as a `std::string`. Any other pointer, reference
+/// or view doesn't compile, as its object may be destroyed before the command runs; a pointer to a
+/// function is allowed.
 template <class T, class Fn, class Arg>
 class AsyncCommandForRCObject : public Command {
+    static_assert(IsSelfContainedImp<Arg>,
+                  "A command can't store a pointer, reference or view: the object it refers to may "
+                  "be destroyed before the command runs. Pass a value, a std::string or an RCPtr.");
+
 public:
-    /// Stores a call of `function`, a member function of `T`, virtual or not, with `argument`.
+    /// Stores a call of `function`, a member function of `T`, virtual or not, with `argument`. The
+    /// target may be passed as an `RCPtr`; it is held weakly in any case.
     AsyncCommandForRCObject(WeakPtr<T> target, Fn function, Arg argument)
         : m_target(std::move(target)), m_argument(std::move(argument)), m_function(function) {}
 
@@ -55,6 +66,13 @@ private:
     Arg m_argument;
     Fn m_function;
 };
+
+template <class T, class Fn, class Arg>
+AsyncCommandForRCObject(WeakPtr<T>, Fn, Arg)
+    -> AsyncCommandForRCObject<T, Fn, CommandArgumentImp<Fn, Arg>>;
+template <class T, class Fn, class Arg>
+AsyncCommandForRCObject(RCPtr<T>, Fn, Arg)
+    -> AsyncCommandForRCObject<T, Fn, CommandArgumentImp<Fn, Arg>>;
 
 // Defined outside the class because an explicit instantiation exports only such members.
 template <class T, class Fn, class Arg>

@@ -1,10 +1,16 @@
 #include "zel/commands/TimerEventSource.h"
 
-#include "zel/core/Exception.h"
+#include "zel/foundation/Log.h"
 
 #include <utility>
 
 namespace zel {
+
+namespace {
+
+const LogArea s_log("TimerEventSource", -1);
+
+}  // namespace
 
 TimerEventSource::TimerEventSource(double interval) : m_interval(interval) {}
 
@@ -13,8 +19,7 @@ TimerEventSource::~TimerEventSource() = default;
 CallbackTimer::CallbackTimer(double interval, std::function<void()> callback)
     : TimerEventSource(interval), m_callback(std::move(callback)) {
     if (!m_callback) {
-        throw Exception("Exception", "A timer needs a function to call.", "TimerEventSource",
-                        __LINE__);
+        Throw<Exception>(s_log, "A timer needs a function to call.");
     }
 }
 

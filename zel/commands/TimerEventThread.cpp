@@ -1,7 +1,7 @@
 #include "zel/commands/TimerEventThread.h"
 
 #include "zel/commands/WaitTime.h"
-#include "zel/core/Exception.h"
+#include "zel/foundation/Log.h"
 
 #include <algorithm>
 #include <limits>
@@ -11,6 +11,8 @@
 namespace zel {
 
 namespace {
+
+const LogArea s_log("TimerEventThread", -1);
 
 // Special values of the wake time.
 constexpr double NEVER = std::numeric_limits<double>::infinity();
@@ -25,7 +27,7 @@ TimerEventThread::~TimerEventThread() = default;
 
 void TimerEventThread::AddTimer(RCPtr<TimerEventSource> source) {
     if (!source) {
-        throw Exception("Exception", "A null timer can't be armed.", "TimerEventThread", __LINE__);
+        Throw<Exception>(s_log, "A null timer can't be armed.");
     }
     CriticalSectionLock lock(&m_cs);
     const auto [place, isNew] = m_sources.insert(std::move(source));

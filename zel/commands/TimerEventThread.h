@@ -19,8 +19,8 @@ namespace zel {
 ///     timers->RequestStop();
 ///     timers->Join();
 ///
-/// An exception that leaves a timer's `Fire` is logged at level 2 and ends the thread: no further
-/// timer fires. Timers still armed when the thread ends are never fired; this object
+/// An exception that leaves a timer's `Fire` is logged at level 2, if the program has set a
+/// `Logger`, and ends the thread: no further timer fires. Timers still armed when the thread ends are never fired; this object
 /// releases them when it is destroyed.
 ///
 /// For the last millisecond before a timer is due the thread polls the clock without sleeping. Each
