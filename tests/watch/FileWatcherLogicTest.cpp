@@ -204,16 +204,29 @@ TEST_F(FileWatcherLogicTest, RepeatsAListingThatASinkThrewOutOf) {
     EXPECT_EQ(Tick(true), "f+W|f f+W|f ");
 }
 
-TEST_F(FileWatcherLogicTest, ASinkMayCallTick) {
-    Watch(true, true, -1, "d|");
-    m_watcher->DirAdded.Connect([this](const std::string&) {
-        s_system.Set("f");
-        s_system.isSignalled = true;
-        m_watcher->Tick();
-        return false;
-    });
-    EXPECT_EQ(Tick(), "d+W|d f+W|f ");
-    EXPECT_EQ(Tick(true), "");
+TEST_F(FileWatcherLogicTest, ReportsOnlyTheStaleDifferenceAfterASinkCalledTick) {
+    const struct {
+        std::vector<const char*> listings;
+        const char* fired;
+        const char* firedNext;
+    } rows[] = {
+        {{"f"}, "d+W|d f+W|f ", ""},
+        {{"f", "f g"}, "d+W|d f+W|f f+W|g ", "f+W|g "},
+    };
+    for (const auto& row : rows) {
+        Watch(true, true, -1, "d|");
+        m_watcher->DirAdded.Connect([&](const std::string&) {
+            for (const char* const listing : row.listings) {
+                s_system.Set(listing);
+                s_system.isSignalled = true;
+                m_watcher->Tick();
+            }
+            return false;
+        });
+        EXPECT_EQ(Tick(), row.fired);
+        EXPECT_EQ(Tick(true), row.firedNext);
+        EXPECT_EQ(Tick(true), "");
+    }
 }
 
 }  // namespace

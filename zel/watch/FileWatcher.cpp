@@ -139,9 +139,18 @@ private:
         const int current = m_current;
         const int next = 1 - current;
         m_snapshots[next].Fill(m_path, m_recursive);
-        Report(m_snapshots[current], m_snapshots[next]);
+        ++m_depth;
+        try {
+            Report(m_snapshots[current], m_snapshots[next]);
+        } catch (...) {
+            --m_depth;
+            throw;
+        }
         m_current = next;
-        m_snapshots[current].Clear();  // it takes as much memory as the new one
+        // Frees the old listing, unless a Tick that is still reporting makes it the current one.
+        if (--m_depth == 0) {
+            m_snapshots[current].Clear();
+        }
     }
 
     void Report(const Snapshot& before, const Snapshot& after) {
@@ -165,6 +174,7 @@ private:
     CriticalSection m_cs{std::string()};
     Snapshot m_snapshots[2];
     int m_current = 0;
+    int m_depth = 0;  // of Tick calls that are reporting: a sink may call Tick
     const std::string m_path;
     const bool m_recursive;
     std::unique_ptr<platform::ChangeNotice> m_notice;

@@ -45,7 +45,8 @@ struct ZEL_ADVANCED_API StrcmpiPred {
 /// Sinks are called on the watcher's thread, or on the thread that calls `Tick`, with the watcher's
 /// own lock held. An exception from a sink passes through `Tick`, and the listing being reported is
 /// discarded: the next one reports its changes again. On the watcher's thread that exception is
-/// logged at level 2 and ends the thread: nothing more is reported.
+/// logged at level 2, if the program has set a `Logger`, and ends the thread: nothing more is
+/// reported.
 ///
 /// Guide: docs/watching.md
 class ZEL_ADVANCED_API FileWatcher : public Thread {
