@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <random>
 #include <sstream>
 
 namespace zel {
@@ -33,48 +32,47 @@ TEST(DataTableTest, KeepsFieldsByNameAndRowsOfAnyWidth) {
     EXPECT_EQ(table->GetFieldCount(), 3U);
     EXPECT_EQ(table->GetField(table->GetFieldIndex("c")), "c");
     EXPECT_EQ(table->GetFieldIndex("C"), -1);
-
-    const std::vector<std::string> cells = {"1", "2", "3", "4"};
-    const RCPtr<DataRow> narrow = table->CreateRow();
-    const RCPtr<DataRow> wide = table->CreateRow();
-    narrow->SetFieldCount(2, "1");
-    wide->SetFieldCount(5, "x");
-    wide->Assign(cells);
-    for (const RCPtr<DataRow>& row : {narrow, wide, table->CreateRow()}) {
-        table->AppendRow(row);
+    for (int i = 0; i < 3; ++i) {
+        table->AppendRow(table->CreateRow());
     }
-    EXPECT_EQ(table->GetRowCount(), 3U);
-    EXPECT_EQ(table->GetRow(1)->GetFieldCount(), 4U);
+    const RCPtr<DataRow> narrow = table->GetRow(0);
+    const RCPtr<DataRow> wide = table->GetRow(1);
+    narrow->SetFieldCount(2, "1");
     narrow->SetField("b", "two");
-    EXPECT_EQ(wide->GetField("c") + wide->GetField(3), "34");
+    wide->SetFieldCount(5, "x");
+    wide->Assign({"1", "2", "3", "4"});
+    EXPECT_EQ(wide->GetField("c"), "3");
+    EXPECT_EQ(wide->GetFieldCount(), 4U);
+    EXPECT_EQ(table->GetRowCount(), 3U);
     EXPECT_EQ(TextOf(table), "a|b|c|\n1|two|\n1|2|3|4|\n\n");
     narrow->SetFieldCount(4, "x");
     wide->SetFieldCount(1, "x");
     EXPECT_EQ(TextOf(table), "a|b|c|\n1|two|x|x|\n1|\n\n");
 }
 
-TEST(DataTableTest, RefusesWhatIsNotThereAndLogsIt) {
-    const test::ScopedLogger logger;
+TEST(DataTableTest, RefusesInvalidIndexesAndNames) {
     RCPtr<DataTable> table = MakeTable("abc");
     const RCPtr<DataRow> row = table->CreateRow();
     row->SetFieldCount(2, "1");
-    const std::string field = "DataTableEx: Field index out of range";
-    for (const int position : {-1, 3, INT_MIN, INT_MAX}) {
-        EXPECT_EQ(ThrownBy([&] { table->GetField(position); }), "DataTableEx: Index out of range");
-        EXPECT_EQ(ThrownBy([&] { table->GetRow(position); }), "DataTableEx: Invalid row index");
-        EXPECT_EQ(ThrownBy([&] { row->GetField(position); }), field);
-        EXPECT_EQ(ThrownBy([&] { row->SetField(position, "x"); }), field);
+    table->AppendRow(row);
+    const std::string refused = "DataTableEx: Field index out of range";
+    for (const int index : {-1, 3, INT_MIN, INT_MAX}) {
+        EXPECT_EQ(ThrownBy([&] { table->GetField(index); }), "DataTableEx: Index out of range");
+        EXPECT_EQ(ThrownBy([&] { table->GetRow(index); }), "DataTableEx: Invalid row index");
+        EXPECT_EQ(ThrownBy([&] { row->GetField(index); }), refused);
+        EXPECT_EQ(ThrownBy([&] { row->SetField(index, "x"); }), refused);
     }
-    EXPECT_TRUE(logger.sink->TakeText().starts_with(
-        "\n2 DataTable Exception of type DataTableEx. Index out of range\n"));
-    EXPECT_EQ(ThrownBy([&] { row->GetField("c"); }), field);
-    EXPECT_EQ(ThrownBy([&] { row->SetField("none", "x"); }), field);
+    EXPECT_EQ(ThrownBy([&] { row->GetField("c"); }), refused);
+    const test::ScopedLogger logger;
+    EXPECT_EQ(ThrownBy([&] { row->SetField("none", "x"); }), refused);
+    EXPECT_EQ(logger.sink->TakeText(),
+              "\n2 DataTable Exception of type DataTableEx. Field index out of range");
     table = nullptr;
-    EXPECT_EQ(ThrownBy([&] { row->SetField("a", "x"); }), field);
-    EXPECT_EQ(row->GetField(0) + row->GetField(1), "11");
+    EXPECT_EQ(ThrownBy([&] { row->SetField("a", "x"); }), refused);
+    EXPECT_EQ(row->GetField(0), "1");
 }
 
-TEST(DataTableTest, ReadsDelimitedTextAsTheFlagsSay) {
+TEST(DataTableTest, ReadsDelimitedTextByTheFlags) {
     const std::string longest(99'999, 'x');
     const struct {
         std::string flags;  // s: strict, h: header, c: collapse, b: skip to the blank line
@@ -122,30 +120,26 @@ TEST(DataTableTest, ReadsDelimitedTextAsTheFlagsSay) {
         };
         EXPECT_EQ(ThrownBy(read), row.failure) << row.text;
         EXPECT_EQ(in.eof(), row.failure.empty()) << row.text;
-        read();  // what is left
+        read();  // the lines after the failure
         EXPECT_EQ(TextOf(table), row.read) << row.flags << ' ' << row.text;
     }
 }
 
-TEST(DataTableTest, WritesAndFlushesWhatItHasRead) {
-    std::mt19937 random(20261123);
-    std::string text = "a\t\tc\t\n";
-    for (int i = 0; i < 2000; ++i) {
-        for (const char cell : {'a', 'b', 'c'}) {
-            text += std::string(random() % 4 * (i == 7 ? 10'000 : 9), cell) + '\t';
-        }
-        text += '\n';
-    }
-    const RCPtr<DataTable> table(new DataTable);
-    std::istringstream in(text);
-    table->ReadFromCSV(in, "\t", true, true, false, false);
+TEST(DataTableTest, WritesManyBlocksAndFlushesOnce) {
     struct Buffer : std::stringbuf {
         int sync() override { return flushes++; }
         int flushes = 0;
     } buffer;
+    std::string text = "a\t\tc\t\n" + std::string(50'000, 'x') + "\t1\t2\t\n";
+    for (int i = 0; i < 10'000; ++i) {
+        text += std::to_string(i) + "\t\tb\t\n";
+    }
+    const RCPtr<DataTable> table(new DataTable);
+    std::istringstream in(text);
+    table->ReadFromCSV(in, "\t", true, true, false, false);
     std::ostream out(&buffer);
     table->WriteToCSV(out, '\t');
-    EXPECT_EQ(buffer.str(), text);
+    EXPECT_TRUE(buffer.str() == text);
     EXPECT_EQ(buffer.flushes, 1);
 }
 

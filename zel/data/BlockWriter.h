@@ -6,22 +6,23 @@
 
 namespace zel {
 
-// Hands text to a stream in blocks, as a stream is slow at single bytes and a file at small blocks.
+// Collects text and writes it to a stream in blocks, as writing single bytes to a stream and small
+// blocks to a file is slow.
 class BlockWriter {
 public:
     explicit BlockWriter(std::ostream& out) : m_out(out) { m_text.reserve(2 * BLOCK); }
 
-    // What the next characters are put behind.
+    // Returns the pending text, to which the caller appends.
     std::string& GetText() noexcept { return m_text; }
 
-    // Called after each item, so that memory doesn't grow with their number.
+    // Called after each item to limit the size of the pending text.
     void EndItem() {
         if (m_text.size() >= BLOCK) {
             Flush();
         }
     }
 
-    // Called behind the last item; it flushes this writer, not the stream.
+    // Called after the last item. Doesn't flush the stream.
     void Flush() {
         m_out.write(m_text.data(), static_cast<std::streamsize>(m_text.size()));
         m_text.clear();

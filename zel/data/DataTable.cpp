@@ -11,7 +11,7 @@ namespace {
 const LogArea s_log("DataTable", 3);
 
 template <class T>
-bool IsPosition(int index, const std::vector<T>& items) {
+bool IsIndex(int index, const std::vector<T>& items) {
     return index >= 0 && static_cast<std::size_t>(index) < items.size();
 }
 
@@ -21,14 +21,14 @@ DataTableEx::DataTableEx(const std::string& message, const std::string& file, in
     : Exception("DataTableEx", message, file, line) {}
 
 void DataTable::AddField(const std::string& name) {
-    const auto [place, isNew] = m_fieldIndex.emplace(name, static_cast<int>(m_fieldNames.size()));
+    const auto [entry, isNew] = m_fieldIndex.emplace(name, static_cast<int>(m_fieldNames.size()));
     if (!isNew) {
         return;
     }
     try {
         m_fieldNames.push_back(name);
     } catch (...) {
-        m_fieldIndex.erase(place);
+        m_fieldIndex.erase(entry);
         throw;
     }
 }
@@ -38,7 +38,7 @@ std::size_t DataTable::GetFieldCount() const {
 }
 
 std::string DataTable::GetField(int index) const {
-    if (!IsPosition(index, m_fieldNames)) {
+    if (!IsIndex(index, m_fieldNames)) {
         Throw<DataTableEx>(s_log, "Index out of range");
     }
     return m_fieldNames[static_cast<std::size_t>(index)];
@@ -62,7 +62,7 @@ std::size_t DataTable::GetRowCount() const {
 }
 
 RCPtr<DataRow> DataTable::GetRow(int index) const {
-    if (!IsPosition(index, m_rows)) {
+    if (!IsIndex(index, m_rows)) {
         Throw<DataTableEx>(s_log, "Invalid row index");
     }
     return m_rows[static_cast<std::size_t>(index)];
@@ -108,7 +108,7 @@ int DataRow::FindField(const std::string& name) const {
 }
 
 std::size_t DataRow::CheckIndex(int index) const {
-    if (!IsPosition(index, m_cells)) {
+    if (!IsIndex(index, m_cells)) {
         Throw<DataTableEx>(s_log, "Field index out of range");
     }
     return static_cast<std::size_t>(index);

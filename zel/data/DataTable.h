@@ -1,8 +1,8 @@
 #pragma once
 
 #include "zel/core/Exception.h"
+#include "zel/core/WeakPtr.h"
 #include "zel/foundation/Export.h"
-#include "zel/foundation/WeakPtr.h"
 
 #include <cstddef>
 #include <iosfwd>
@@ -14,73 +14,82 @@ namespace zel {
 
 class DataRow;
 
-// Raised for a position that isn't there and for a record of the wrong width.
+/// Thrown for an index out of range and for a record with the wrong number of cells.
 class ZEL_ADVANCED_API DataTableEx : public Exception {
 public:
+    /// See `Exception::Exception`.
     DataTableEx(const std::string& message, const std::string& file, int line);
 };
 
-// A table of strings in memory: named columns, called fields, and rows. It knows no types, and
-// doesn't hold its rows to the number of its fields: each row has a width of its own.
-//
-//     RCPtr<DataTable> users(new DataTable);
-//     users->AddField("name");
-//     users->AddField("shell");
-//     RCPtr<DataRow> row = users->CreateRow();
-//     row->Assign({"ada", "/bin/sh"});
-//     users->AppendRow(row);
-//     users->GetRow(0)->GetField("shell");  // "/bin/sh"
-//
-// The table holds its rows strongly, a row its table weakly. There is no lock: any threads may read
-// a table that nobody changes. A failure leaves table and row as they were.
+/// A table of strings in memory: named columns, called fields, and rows. All cells are text. The
+/// number of cells is a property of each row and may differ from the number of fields.
+///
+///     RCPtr<DataTable> users(new DataTable);
+///     users->AddField("name");
+///     users->AddField("shell");
+///     RCPtr<DataRow> row = users->CreateRow();
+///     row->Assign({"ada", "/bin/sh"});
+///     users->AppendRow(row);
+///     users->GetRow(0)->GetField("shell");  // "/bin/sh"
+///
+/// A table owns its rows; a row has a weak pointer to its table. A failed call leaves table and row
+/// unchanged, except `ReadFromCSV`.
+///
+/// Thread-compatible: const calls may run concurrently.
+///
+/// Guide: docs/delimited-text.md
 class ZEL_ADVANCED_API DataTable : public RCObject {
 public:
-    // Adds a field at the end. A name that is there already is ignored; case matters.
+    /// Appends a field. Has no effect if there is a field of that name; names are case-sensitive.
     void AddField(const std::string& name);
 
-    // The number of fields.
+    /// Returns the number of fields.
     std::size_t GetFieldCount() const;
 
-    // The name at a position, from 0. DataTableEx "Index out of range" if there is none.
+    /// Returns the name of the field at an index, from 0. Throws `DataTableEx` "Index out of range"
+    /// if there is none.
     std::string GetField(int index) const;
 
-    // The position of a name, -1 if there is no such field.
+    /// Returns the index of the field of that name, or -1.
     int GetFieldIndex(const std::string& name) const;
 
-    // A row without cells, which takes its field names from this table. It belongs to the table
-    // once it is appended.
+    /// Creates a row without cells that takes its field names from this table. The row belongs to
+    /// the table once it is appended.
     RCPtr<DataRow> CreateRow();
 
-    // Adds a row, which isn't null, at the end, whatever its width and its table.
+    /// Appends a row. Neither its number of cells nor its table is checked.
+    /// Requires: `row` is not null.
     void AppendRow(RCPtr<DataRow> row);
 
-    // The number of rows.
+    /// Returns the number of rows.
     std::size_t GetRowCount() const;
 
-    // The row at a position, from 0. DataTableEx "Invalid row index" if there is none.
+    /// Returns the row at an index, from 0. Throws `DataTableEx` "Invalid row index" if there is
+    /// none.
     RCPtr<DataRow> GetRow(int index) const;
 
-    // Writes a line of the field names, unless there are none, then a line for each row, and
-    // flushes. Every name and cell is followed by the separator. Nothing is quoted: a cell that
-    // holds the separator, a carriage return or a line feed doesn't come back as it was, nor does
-    // a row without cells. The stream's state tells of a failure.
+    /// Writes a line of the field names, if there are any, and a line for each row, and flushes the
+    /// stream. Every name and cell is followed by the separator. Nothing is quoted: cells that
+    /// contain the separator, a carriage return or a line feed can't be read back, nor can rows
+    /// without cells. Failures are reported by the state of the stream only.
     void WriteToCSV(std::ostream& out, char separator) const;
 
-    // Reads lines to the end of the stream and appends them to what is here. An empty line is no
-    // record, and a line ends at its first carriage return if it has one.
-    //
-    // `separators`, a text that isn't null, is a set of characters, each of which parts cells; one
-    // at the end of a line opens no further cell.
-    // `strictFieldCount`: a record whose width isn't the number of fields raises DataTableEx "On
-    // line ...". Without it such a record is dropped if there is a header, and is a row of its own
-    // width if there is none. A table without fields takes any width.
-    // `hasHeader`: the first record names fields; those that are new are added.
-    // `collapseSeparators`: a run of separators parts cells once.
-    // `skipToBlankLine`: what stands before the first empty line isn't read.
-    //
-    // A line of more than 99,999 bytes, wherever it stands, raises Exception with its number and
-    // that limit. After a failure the rows ahead of it are here, and the stream stands where the
-    // reading ended. A zero byte is a byte of its cell like others.
+    /// Reads lines to the end of the stream and appends them to this table. A line ends at its
+    /// first carriage return or at its line feed; empty lines are skipped.
+    ///
+    /// - `separators`: the characters that separate cells; not null. A separator at the end of a
+    ///   line doesn't start another cell.
+    /// - `strictFieldCount`: a record whose number of cells differs from the number of fields
+    /// throws
+    ///   `DataTableEx` "On line ...". If not set, such a record is dropped if `hasHeader` is set,
+    ///   and becomes a row otherwise. A table without fields accepts any record.
+    /// - `hasHeader`: the first record names fields; new names are added.
+    /// - `collapseSeparators`: consecutive separators count as one.
+    /// - `skipToBlankLine`: lines before the first empty line are skipped.
+    ///
+    /// Zero bytes are ordinary characters. A line of more than 99,999 bytes throws `Exception` with
+    /// its number. After a failure the table contains the rows read so far, and the stream is
+    /// positioned after the failed line, or within it if it is too long.
     void ReadFromCSV(std::istream& in, const char* separators, bool strictFieldCount,
                      bool hasHeader, bool collapseSeparators, bool skipToBlankLine);
 
@@ -90,31 +99,39 @@ private:
     std::vector<RCPtr<DataRow>> m_rows;
 };
 
-// One row of a table: its cells by position, or by the names that its table gives the positions.
-// Without its table a row still works by position.
+/// A row of a table. Its cells are accessed by index, or by the names of the table's fields. Access
+/// by index works without the table. Thread-compatible: const calls may run concurrently.
 class ZEL_ADVANCED_API DataRow : public RCObject {
 public:
-    // A row without cells that takes its names from `table`, as CreateRow of the table makes it.
+    /// Creates a row without cells that takes its field names from `table`. See
+    /// `DataTable::CreateRow`.
     explicit DataRow(WeakPtr<DataTable> table);
 
-    // The number of cells, whatever the number of the table's fields.
+    /// Returns the number of cells.
     std::size_t GetFieldCount() const;
 
-    // Cuts cells off the end, or adds cells that hold `fill`.
+    /// Removes cells from the end, or appends cells that contain `fill`.
     void SetFieldCount(unsigned int count, const std::string& fill);
 
-    // Replaces all cells.
+    ///@{
+    /// Replaces all cells.
     void Assign(const std::vector<std::string>& values);
     void Assign(std::vector<std::string>&& values) noexcept;
+    ///@}
 
-    // The cell at a position, from 0, or of a field. DataTableEx "Field index out of range" if the
-    // row has no such cell, the table no such field, or the table has gone.
+    ///@{
+    /// Returns a cell by index, from 0, or by field name. Throws `DataTableEx` "Field index out of
+    /// range" if the row has no such cell, the table has no such field, or the table has been
+    /// deleted.
     std::string GetField(int index) const;
     std::string GetField(const std::string& name) const;
+    ///@}
 
-    // Replaces that cell; the same failures. A row doesn't grow by it.
+    ///@{
+    /// Replaces an existing cell. Throws like `GetField`.
     void SetField(int index, const std::string& value);
     void SetField(const std::string& name, const std::string& value);
+    ///@}
 
 private:
     friend class DataTable;

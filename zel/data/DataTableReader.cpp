@@ -16,7 +16,7 @@ const LogArea s_log("DataTable", 3);
 
 constexpr std::size_t LONGEST_LINE = 99'999;
 
-// The characters that part cells.
+// Set of the characters that separate cells.
 class SeparatorSet {
 public:
     explicit SeparatorSet(const char* separators) {
@@ -25,14 +25,14 @@ public:
         }
     }
 
-    bool Has(char c) const { return m_isIn[static_cast<unsigned char>(c)]; }
+    bool Contains(char c) const { return m_isIn[static_cast<unsigned char>(c)]; }
 
     const char* Find(const char* begin, const char* end) const {
-        return std::find_if(begin, end, [this](char c) { return Has(c); });
+        return std::find_if(begin, end, [this](char c) { return Contains(c); });
     }
 
     const char* FindOther(const char* begin, const char* end) const {
-        return std::find_if_not(begin, end, [this](char c) { return Has(c); });
+        return std::find_if_not(begin, end, [this](char c) { return Contains(c); });
     }
 
 private:
@@ -41,7 +41,7 @@ private:
 
 }  // namespace
 
-// Reads one input into one table.
+// Reads one stream into one table.
 class DataTableReader {
 public:
     struct Flags {
@@ -59,7 +59,7 @@ public:
           m_flags(flags) {}
 
     void Read() {
-        bool isHeaderDue = m_flags.hasHeader;
+        bool expectsHeader = m_flags.hasHeader;
         bool isSkipping = m_flags.skipToBlankLine;
         std::string_view line;
         while (ReadLine(&line)) {
@@ -67,7 +67,7 @@ public:
                 isSkipping = false;
             } else if (isSkipping) {
                 continue;
-            } else if (std::exchange(isHeaderDue, false)) {
+            } else if (std::exchange(expectsHeader, false)) {
                 AddFields(Split(line));
             } else {
                 AddRecord(Split(line));
@@ -98,13 +98,13 @@ private:
         while (next != end) {
             const char* const stop = m_separators.Find(next, end);
             parts.emplace_back(next, stop);
-            next = stop == end ? end : StepOver(stop, end);
+            next = stop == end ? end : SkipSeparator(stop, end);
         }
         m_expectedParts = parts.size();
         return parts;
     }
 
-    const char* StepOver(const char* separator, const char* end) const {
+    const char* SkipSeparator(const char* separator, const char* end) const {
         return m_flags.collapseSeparators ? m_separators.FindOther(separator, end) : separator + 1;
     }
 
@@ -136,7 +136,7 @@ private:
     SeparatorSet m_separators;
     const Flags m_flags;
     std::size_t m_lineNumber = 0;
-    // Most lines have as many parts as the one before.
+    // Number of parts of the previous line, which most lines share.
     std::size_t m_expectedParts = 0;
 };
 

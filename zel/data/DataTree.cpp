@@ -15,17 +15,17 @@ namespace {
 
 const LogArea s_log("DataTree", 3);
 
-// Up to so many children are compared one by one: quicker than an index, and none has to be made.
-constexpr std::size_t MOST_WITHOUT_INDEX = 8;
+// A linear search is faster than an index up to this number of children.
+constexpr std::size_t MAX_CHILDREN_WITHOUT_INDEX = 8;
 
-// Nodes that have lost their last pointer wait here for their destruction, one after the other, so
-// that a deep tree doesn't need a deep stack to go.
-struct DeadNodes {
+// Deferred-deletion list: nodes whose reference count reached zero are deleted iteratively, so that
+// destroying a deep tree needs constant stack.
+struct DeferredDeletions {
     DataTree* first = nullptr;
-    bool isDestroying = false;
+    bool isDeleting = false;
 };
 
-constinit thread_local DeadNodes t_deadNodes;
+constinit thread_local DeferredDeletions t_deferred;
 
 }  // namespace
 
@@ -42,26 +42,26 @@ DataTree::~DataTree() {
     if (m_children.empty()) {
         return;
     }
-    DeadNodes& dead = t_deadNodes;
-    ReleaseChildren(dead.first);
-    if (dead.isDestroying) {
+    DeferredDeletions& deferred = t_deferred;
+    ReleaseChildren(deferred.first);
+    if (deferred.isDeleting) {
         return;
     }
-    dead.isDestroying = true;
-    while (dead.first != nullptr) {
-        delete std::exchange(dead.first, dead.first->m_nextDead);
+    deferred.isDeleting = true;
+    while (deferred.first != nullptr) {
+        delete std::exchange(deferred.first, deferred.first->m_nextDeferred);
     }
-    dead.isDestroying = false;
+    deferred.isDeleting = false;
 }
 
-// Puts the children that nobody else holds on the pile of the dead, the last one first, so that the
-// first child is the first to be destroyed.
-void DataTree::ReleaseChildren(DataTree*& pile) noexcept {
-    RCBatch::ReleaseAll(m_children.rbegin(), m_children.rend(), [&pile](DataTree* dead) {
-        if (dead->m_parent.IsExpired()) {
-            dead->m_parent = nullptr;
+// Prepends the unreferenced children to the deferred-deletion list in reverse order, so that the
+// first child is deleted first.
+void DataTree::ReleaseChildren(DataTree*& deferred) noexcept {
+    RCBatch::ReleaseAll(m_children.rbegin(), m_children.rend(), [&deferred](DataTree* child) {
+        if (child->m_parent.IsExpired()) {
+            child->m_parent = nullptr;
         }
-        dead->m_nextDead = std::exchange(pile, dead);
+        child->m_nextDeferred = std::exchange(deferred, child);
     });
 }
 
@@ -139,7 +139,7 @@ void DataTree::SetChildValue(const std::string& name, const std::string& value) 
 }
 
 void DataTree::AppendChild(RCPtr<DataTree> child) {
-    assert(!child->IsAtOrBelow(this) && "a node can't stand below itself");
+    assert(!child->IsAncestorOfOrSame(this) && "a node can't be its own descendant");
     DataTree* const node = child.Get();
     m_children.push_back(std::move(child));
     if (Index* const index = m_index.load(std::memory_order_relaxed)) {
@@ -162,14 +162,14 @@ bool DataTree::DeleteChild(const std::string& name) {
     return true;
 }
 
-// Takes the earliest child of a name out of the list; the next one of the name takes its place in
-// the index.
+// Removes the first child of its name from the list and the index.
 RCPtr<DataTree> DataTree::Detach(DataTree* child) noexcept {
-    const auto place = std::find(m_children.begin(), m_children.end(), child);
-    RCPtr<DataTree> detached = std::move(*place);
-    const auto behind = static_cast<std::size_t>(m_children.erase(place) - m_children.begin());
+    const auto position = std::find(m_children.begin(), m_children.end(), child);
+    RCPtr<DataTree> detached = std::move(*position);
+    const auto following =
+        static_cast<std::size_t>(m_children.erase(position) - m_children.begin());
     if (Index* const index = m_index.load(std::memory_order_relaxed)) {
-        index->Replace(child, FindFrom(behind, child->m_name));
+        index->Replace(child, FindFrom(following, child->m_name));
     }
     return detached;
 }
@@ -197,7 +197,7 @@ RCPtr<DataTree> DataTree::Clone() const {
     return clone;
 }
 
-// Appends a child, whose texts are still to come, to a node that no other thread can know yet.
+// Appends a child with empty name and value. Requires: no other thread has access to this node.
 DataTree* DataTree::AppendUnshared() {
     constexpr std::size_t firstCapacity = 4;
     if (m_children.capacity() == 0) {
@@ -223,18 +223,18 @@ DataTree* DataTree::FindFrom(std::size_t position, std::string_view name) const 
     return nullptr;
 }
 
-// Threads that look things up at once may each make an index; the first to publish its own wins.
-// Null if the children are few, or if memory is too short for an index.
+// Concurrent callers may each create an index; the first one stored is kept. Returns null if there
+// are few children or not enough memory.
 DataTree::Index* DataTree::GetIndex() const noexcept {
     Index* index = m_index.load(std::memory_order_acquire);
-    if (index != nullptr || m_children.size() <= MOST_WITHOUT_INDEX) {
+    if (index != nullptr || m_children.size() <= MAX_CHILDREN_WITHOUT_INDEX) {
         return index;
     }
     try {
-        auto made = std::make_unique<Index>(m_children);
-        if (m_index.compare_exchange_strong(index, made.get(), std::memory_order_acq_rel,
+        auto created = std::make_unique<Index>(m_children);
+        if (m_index.compare_exchange_strong(index, created.get(), std::memory_order_acq_rel,
                                             std::memory_order_acquire)) {
-            index = made.release();
+            index = created.release();
         }
     } catch (const std::bad_alloc&) {
         return nullptr;
@@ -246,17 +246,17 @@ bool DataTree::Contains(const DataTree* child) const {
     return std::find(m_children.begin(), m_children.end(), child) != m_children.end();
 }
 
-bool DataTree::IsAtOrBelow(const DataTree* node) const {
+bool DataTree::IsAncestorOfOrSame(const DataTree* node) const {
     if (node == this || m_children.empty()) {
         return node == this;
     }
-    // A removed child keeps its link, so a link only counts where the parent has the child.
-    RCPtr<DataTree> above = node->GetParentNode();
-    while (above && above != this && above->Contains(node)) {
-        node = above.Get();
-        above = above->GetParentNode();
+    // The parent of a removed node remains set: it counts only if it still has the child.
+    RCPtr<DataTree> parent = node->GetParentNode();
+    while (parent && parent != this && parent->Contains(node)) {
+        node = parent.Get();
+        parent = parent->GetParentNode();
     }
-    return above == this && above->Contains(node);
+    return parent == this && parent->Contains(node);
 }
 
 }  // namespace zel

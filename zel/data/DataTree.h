@@ -1,8 +1,8 @@
 #pragma once
 
 #include "zel/core/Exception.h"
+#include "zel/core/WeakPtr.h"
 #include "zel/foundation/Export.h"
-#include "zel/foundation/WeakPtr.h"
 
 #include <atomic>
 #include <cstddef>
@@ -14,95 +14,115 @@
 
 namespace zel {
 
-// Raised for a missing node and for a malformed document. GetInfo tells where a document's fault
-// was noticed: "line 7, column 3", behind the path if Load read it.
+/// Thrown for a missing node, and for a file or document that can't be read. For a malformed
+/// document `GetInfo` returns the position of the error, such as "line 7, column 3", preceded by
+/// the path if `DataTree::Load` read it.
 class ZEL_ADVANCED_API DataTreeEx : public Exception {
 public:
+    /// See `Exception::Exception`.
     DataTreeEx(const std::string& message, const std::string& file, int line,
                const std::string& info = {});
 };
 
-// One node of a tree document: a name, a text value and an ordered run of named children. A
-// document is its root node. Names may be empty and may repeat; they are compared byte for byte.
-//
-//     RCPtr<DataTree> settings = DataTree::Load("station.tree");
-//     std::string interval = "60";
-//     settings->GetChildValue("interval", &interval);  // keeps "60" if there is none
-//
-// A node holds its children strongly and its parent weakly. There is no lock: any threads may read
-// a tree that nobody changes. Depth and number of children are limited by memory alone. When the
-// last pointer to a node goes, so do the children that nobody else holds.
+/// A node of a tree document: a name, a text value and an ordered list of named children. A
+/// document is represented by its root node. Names may be empty and may repeat; they are compared
+/// byte by byte.
+///
+///     RCPtr<DataTree> settings = DataTree::Load("station.tree");
+///     std::string interval = "60";
+///     settings->GetChildValue("interval", &interval);  // keeps "60" if there is no such child
+///
+/// A node owns its children and has a weak pointer to its parent. Depth and number of children are
+/// limited only by memory. When the last pointer to a node is released, the node is deleted, and
+/// with it the children that nothing else references.
+///
+/// Thread-compatible: const calls may run concurrently.
+///
+/// Guide: docs/tree-format.md
 class ZEL_ADVANCED_API DataTree : public RCObject {
 public:
-    // A node without parent and children.
+    /// Creates a node without parent and children. The name can't be changed later.
     DataTree(std::string name, std::string value);
     ~DataTree() override;
     DataTree(const DataTree&) = delete;
     DataTree& operator=(const DataTree&) = delete;
 
-    // Gives a clone of this node, assigns nothing and doesn't look at `other`.
+    /// Returns a clone of this node. Assigns nothing and ignores `other`.
+    /// @deprecated use `Clone`
     [[deprecated("assigns nothing; call Clone")]] RCPtr<DataTree> operator=(RCPtr<DataTree> other);
 
-    // Its own, not those of a child.
+    /// Returns the name of this node.
     std::string GetName() const;
+
+    /// Returns the value of this node.
     std::string GetValue() const;
 
-    // The text form has no place for the value of a node with children, nor for the value of the
-    // root: both are kept here, and lost on the way through a document.
+    /// Sets the value of this node. The text form can't represent the value of a node that has
+    /// children, nor the value of the root node.
     void SetValue(const std::string& value);
 
-    // The number of distinct names among the children.
+    /// Returns the number of distinct names among the children.
     std::size_t GetChildCount() const;
 
-    // Whenever a name repeats, the operations that name one child mean the earliest.
+    /// Returns whether there is a child of that name.
     bool HasChild(const std::string& name) const;
 
-    // Null if there is none.
+    /// Returns the first child of that name, or null.
     RCPtr<DataTree> GetChild(const std::string& name) const;
 
-    // Appends the children of that name, in order, to what the list holds.
+    /// Appends all children of that name to `children`, in order.
     void GetChildren(const std::string& name, std::list<RCPtr<DataTree>>* children) const;
 
-    // Replaces what the list holds by all children, in order.
+    /// Replaces the content of `children` with all children, in order.
     void GetChildren(std::list<RCPtr<DataTree>>* children) const;
 
-    // False if there is no such child; `value` keeps its content then.
+    /// Copies the value of the first child of that name to `*value`. Returns false and leaves
+    /// `*value` unchanged if there is no such child.
     bool GetChildValue(const std::string& name, std::string* value) const;
 
-    // Throws DataTreeEx if there is no such child.
+    /// Returns the value of the first child of that name. Throws `DataTreeEx` if there is none.
     std::string GetChildValue(const std::string& name) const;
 
-    // Sets the value of that child, or appends a new one.
+    /// Sets the value of the first child of that name, or appends a new child.
     void SetChildValue(const std::string& name, const std::string& value);
 
-    // Appends a child, which isn't null, nor this node, nor one above it (asserted in debug builds,
-    // as far as the parents tell). A child of another node stays there too, and takes this one for
-    // its parent.
+    /// Appends a child and makes this node its parent. If the child already has another parent, it
+    /// remains a child of that node as well.
+    /// Requires: the child is neither null, nor this node, nor an ancestor of it (asserted in debug
+    /// builds).
     void AppendChild(RCPtr<DataTree> child);
 
-    // False if there is no such child. The removed one keeps its link to the parent.
+    /// Removes the first child of that name. Returns false if there is none. The parent of the
+    /// removed node remains set.
     bool DeleteChild(const std::string& name);
 
-    // The node that took this one as a child last; null if there is none or it is gone.
+    /// Returns the node to which this node was last appended, or null if there is none or it has
+    /// been deleted.
     RCPtr<DataTree> GetParentNode() const;
 
-    // A deep copy, which has no parent.
+    /// Returns a deep copy without a parent.
     RCPtr<DataTree> Clone() const;
 
-    // Writes the text form of this node and what is below it, indented by three spaces a level from
-    // `level` on, or without any white space at level -1. The stream's state tells of a failure.
+    /// Writes the text form of this node and its descendants, indented by three spaces per level
+    /// starting at `level`, or without any white space if `level` is -1. Failures are reported by
+    /// the state of the stream only.
     void WriteTo(std::ostream& out, int level) const;
 
-    // The text form at level 0. Reading it back loses the value of a node that has children; a
-    // root that has a value and no children makes a text that can't be read back.
+    /// Returns the text form at level 0. The values of nodes with children are lost when the text
+    /// is read back. The text of a node that has a value and no children can't be read back as a
+    /// document.
     std::string ToString() const;
 
-    // Reads a document to the end of the input. Never null: throws DataTreeEx for a malformed one,
-    // and leaves the stream where the fault was noticed.
+    ///@{
+    /// Reads a document to the end of the input and returns its root, which is never null. Throws
+    /// `DataTreeEx` if the document is malformed; the stream is then positioned where the error was
+    /// detected.
     static RCPtr<DataTree> ReadFrom(std::istream& in);
     static RCPtr<DataTree> FromString(const std::string& text);
+    ///@}
 
-    // The same from a file; a path that can't be opened or is a directory is a DataTreeEx too.
+    /// Reads a document from a file. Throws `DataTreeEx` if the file can't be opened, is a
+    /// directory, or is malformed.
     static RCPtr<DataTree> Load(const char* path);
 
 private:
@@ -120,16 +140,16 @@ private:
     RCPtr<DataTree> Detach(DataTree* child) noexcept;
     DataTree* AppendUnshared();
     bool Contains(const DataTree* child) const;
-    bool IsAtOrBelow(const DataTree* node) const;
-    void ReleaseChildren(DataTree*& pile) noexcept;
+    bool IsAncestorOfOrSame(const DataTree* node) const;
+    void ReleaseChildren(DataTree*& deferred) noexcept;
 
     std::string m_name;
     std::string m_value;
     Children m_children;
-    // The earliest child of each name, made when a node of many children is first asked for one.
+    // The first child of each name. Created when a node of many children is first searched.
     mutable std::atomic<Index*> m_index{nullptr};
     WeakPtr<DataTree> m_parent;
-    DataTree* m_nextDead = nullptr;
+    DataTree* m_nextDeferred = nullptr;
 };
 
 }  // namespace zel

@@ -16,7 +16,7 @@ std::uint64_t Mix(std::uint64_t state, std::uint64_t word) noexcept {
     return state ^ (state >> half);
 }
 
-// Where the system loads the program, and when, is not for a document's author to know.
+// The author of a document knows neither the load address of the program nor its start time.
 std::uint64_t MakeSeed() noexcept {
     static const char place = 0;
     const auto now = std::chrono::steady_clock::now().time_since_epoch().count();

@@ -6,15 +6,15 @@
 
 namespace zel {
 
-// Hashes a name from a start that differs from process to process, so that a document can't be made
-// of names that fall together.
+// Hash function with a seed that differs between processes, so that a document can't be crafted to
+// contain colliding names.
 class NameHash {
 public:
     std::size_t operator()(std::string_view name) const noexcept;
 };
 
-// The earliest child of each name, by name. The keys are the children's own names, which never
-// change and live as long as the entry: a child leaves the index before it leaves the list.
+// Maps each name to its first child. The keys refer to the names of the children, which never
+// change and outlive the entry, as a child is removed from the index first.
 class DataTree::Index {
 public:
     explicit Index(const Children& children) : m_children(2 * children.size()) {
@@ -30,10 +30,10 @@ public:
         return found == m_children.end() ? nullptr : found->second;
     }
 
-    // Enters a child unless its name has an earlier one.
+    // Adds a child unless there is an earlier one of its name.
     void Add(DataTree* child) { m_children.emplace(child->m_name, child); }
 
-    // Puts the next child of the same name in a child's place, or nothing.
+    // Replaces a child by the next one of the same name, or removes the entry if `next` is null.
     void Replace(const DataTree* child, DataTree* next) noexcept {
         auto entry = m_children.extract(child->m_name);
         if (next != nullptr) {

@@ -17,7 +17,7 @@ const LogArea s_log("DataTree", 3);
 
 }  // namespace
 
-// Reads one document. `source` stands before the position of a fault.
+// Reads one document. `source` precedes the position of an error in the exception's info.
 class DataTreeReader {
 public:
     DataTreeReader(StreamScanner& in, std::string source) : m_in(in), m_source(std::move(source)) {}
@@ -26,10 +26,10 @@ public:
         while (ReadItem()) {
         }
         if (!m_open.empty()) {
-            Fail(s_log, "Tag ", m_open.back()->m_name, " not properly closed");
+            ThrowHere(s_log, "Tag ", m_open.back()->m_name, " not properly closed");
         }
         if (!m_root) {
-            Fail(s_log, "No DataTree found in input data");
+            ThrowHere(s_log, "No DataTree found in input data");
         }
         return std::move(m_root);
     }
@@ -37,9 +37,9 @@ public:
 private:
     static constexpr int End = StreamScanner::End;
 
-    static bool BeginsString(int character) { return character == '"' || character == '$'; }
+    static bool StartsString(int character) { return character == '"' || character == '$'; }
 
-    // False at the end of the input. What is no item is dropped without a word.
+    // Returns false at the end of the input. Characters that start no item are skipped.
     bool ReadItem() {
         m_in.SkipWhite();
         switch (m_in.Get()) {
@@ -61,13 +61,13 @@ private:
 
     void ReadTagOrComment() {
         m_in.SkipWhite();
-        if (BeginsString(m_in.Peek())) {
+        if (StartsString(m_in.Peek())) {
             OpenTag();
             return;
         }
         switch (m_in.Get()) {
             case End:
-                Fail(s_log, "Unexpected end of document");
+                ThrowHere(s_log, "Unexpected end of document");
             case '!':
                 SkipComment();
                 return;
@@ -86,7 +86,7 @@ private:
         std::string name;
         ReadString(name);
         if (m_root) {
-            FailAt(s_log, position, "Tree must be singly rooted");
+            ThrowAt(s_log, position, "Tree must be singly rooted");
         }
         m_root = RCPtr<DataTree>::FromUnshared(new DataTree(std::move(name), {}));
         m_open.push_back(m_root.Get());
@@ -94,48 +94,48 @@ private:
 
     void CloseTag() {
         if (m_open.empty()) {
-            Fail(s_log, "Unexpected closing tag");
+            ThrowHere(s_log, "Unexpected closing tag");
         }
         m_open.pop_back();
     }
 
     void ReadValueLine() {
         if (m_open.empty()) {
-            Fail(s_log, "Value node can not appear at root level");
+            ThrowHere(s_log, "Value node can not appear at root level");
         }
         DataTree& child = *m_open.back()->AppendUnshared();
         ReadString(child.m_name);
         m_in.SkipWhite();
         if (m_in.Get() != '=') {
-            Fail(s_log, "Malformed value node ", child.m_name);
+            ThrowHere(s_log, "Malformed value node ", child.m_name);
         }
         ReadString(child.m_value);
     }
 
-    // Into an empty text.
+    // Requires: `text` is empty.
     void ReadString(std::string& text) {
         m_in.SkipWhite();
-        if (!BeginsString(m_in.Peek())) {
-            FailAt(s_log, m_in.GetPosition(), "String was expected but not found");
+        if (!StartsString(m_in.Peek())) {
+            ThrowAt(s_log, m_in.GetPosition(), "String was expected but not found");
         }
         do {
             if (!StringUtils::Decode(m_in, &text)) {
-                Fail(s_log, "Malformed string");
+                ThrowHere(s_log, "Malformed string");
             }
             m_in.SkipWhite();
-        } while (BeginsString(m_in.Peek()));
+        } while (StartsString(m_in.Peek()));
     }
 
-    // From behind "[!" to the bracket that follows two dashes or more.
+    // Skips from after "[!" to the bracket that follows at least two dashes.
     void SkipComment() {
         if (m_in.Get() != '-' || m_in.Get() != '-') {
-            Fail(s_log, "Malformed comment start sequence");
+            ThrowHere(s_log, "Malformed comment start sequence");
         }
-        int dashes = 0;  // in a row, and no more than matter
+        int dashes = 0;  // consecutive, at most 2
         for (;;) {
             const int character = m_in.Get();
             if (character == End) {
-                Fail(s_log, "Malformed comment");
+                ThrowHere(s_log, "Malformed comment");
             }
             if (character == ']' && dashes == 2) {
                 return;
@@ -144,15 +144,15 @@ private:
         }
     }
 
-    // Raises the fault at the character that was taken last.
+    // Throws an error at the position of the last character read.
     template <class... Parts>
-    [[noreturn]] void Fail(LogPlace place, const Parts&... message) {
-        FailAt(place, m_in.GetPositionOfLast(), message...);
+    [[noreturn]] void ThrowHere(LogPlace place, const Parts&... message) {
+        ThrowAt(place, m_in.GetPositionOfLast(), message...);
     }
 
     template <class... Parts>
-    [[noreturn]] void FailAt(LogPlace place, StreamScanner::Position position,
-                             const Parts&... message) {
+    [[noreturn]] void ThrowAt(LogPlace place, StreamScanner::Position position,
+                              const Parts&... message) {
         MemOS text;
         (text << ... << message);
         MemOS info;

@@ -9,7 +9,7 @@
 
 namespace zel {
 
-// Writes the text form without recursion, a block at a time.
+// Writes the text form iteratively, so that a deep tree needs constant stack.
 class DataTreeWriter {
 public:
     DataTreeWriter(std::ostream& out, int level)
@@ -41,7 +41,7 @@ private:
         std::size_t next;
     };
 
-    // Writes a whole value line or empty tag, or the head of a tag, which is open from then on.
+    // Writes a value line or an empty tag, or opens a tag with children.
     void Begin(const DataTree& node) {
         const bool isLeaf = node.m_children.empty();
         const bool isValueLine = isLeaf && !node.m_value.empty();
