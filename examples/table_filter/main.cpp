@@ -1,5 +1,4 @@
-// Reads a file of delimited text as a table, keeps the rows whose cell holds a text, and writes
-// them in the delimited form.
+// Reads a file of delimited text as a table and writes the rows whose cell contains a text.
 
 #include "zel/data/DataTable.h"
 
@@ -20,10 +19,10 @@ namespace {
 constexpr std::string_view USAGE =
     R"(usage: table_filter FILE SEPARATORS FIELDS FIELD TEXT
 
-Reads FILE, a record a line, and writes the records whose FIELD holds TEXT, with a header line,
-each cell followed by a comma. SEPARATORS are the characters that part cells. FIELDS names the
-columns, with a comma between them; with - the first line of FILE does. Cells missing at the end
-of a record are empty, cells too many are an error.
+Reads FILE, one record per line, and writes the records whose FIELD contains TEXT, with a header
+line and a comma after each cell. SEPARATORS are the characters that separate cells. FIELDS names
+the columns, separated by commas; - means that the first line of FILE names them. Cells missing at
+the end of a record are empty, excess cells are an error.
 )";
 
 void AddFields(DataTable& table, const std::string& names) {

@@ -27,17 +27,17 @@ constexpr std::string_view USAGE =
        tree_document [--compact] set FILE NAME... VALUE
        tree_document [--compact] delete FILE NAME...
 
-print writes the document, set and delete write it with their change; FILE stays as it is. FILE "-"
-is standard input. NAME... leads from below the root down to the node meant, a word for each level;
-where a name repeats, the first is taken. set makes the node if only the last NAME is missing.
+print writes the document to standard output, set and delete write it with their change; FILE is not
+changed. FILE "-" is standard input. NAME... is the path of a node below the root, one name per level;
+of several nodes of one name the first is used. set creates the node if only the last NAME is missing.
 )";
 
-std::runtime_error Complaint(Words path, std::string_view complaint) {
+std::runtime_error PathError(Words path, std::string_view message) {
     std::string text;
     for (const std::string& name : path) {
         text += (text.empty() ? "" : "/") + name;
     }
-    return std::runtime_error(text.append(complaint));
+    return std::runtime_error(text.append(message));
 }
 
 RCPtr<DataTree> Read(const std::string& file) {
@@ -62,7 +62,7 @@ RCPtr<DataTree> Find(RCPtr<DataTree> node, Words path) {
     for (std::size_t depth = 0; depth < path.size(); ++depth) {
         node = node->GetChild(path[depth]);
         if (!node) {
-            throw Complaint(path.first(depth + 1), " not found");
+            throw PathError(path.first(depth + 1), " not found");
         }
     }
     return node;
@@ -71,33 +71,33 @@ RCPtr<DataTree> Find(RCPtr<DataTree> node, Words path) {
 void PrintValue(const RCPtr<DataTree>& root, Words path) {
     const RCPtr<DataTree> node = Find(root, path);
     if (node->GetChildCount() > 0) {
-        throw Complaint(path, " has no value, but nodes below it");
+        throw PathError(path, " has no value, but child nodes");
     }
     std::cout << node->GetValue() << '\n';
     CheckOutput();
 }
 
-// The text form holds no value of a node that has nodes below it: what it couldn't keep is refused.
+// Refuses what the text form can't represent: a value of a node that has children.
 void SetValue(const RCPtr<DataTree>& root, Words path, const std::string& value) {
     const Words parentPath = path.first(path.size() - 1);
     const RCPtr<DataTree> parent = Find(root, parentPath);
     if (!parent->GetValue().empty()) {
-        throw Complaint(parentPath, " has a value, so there can be no nodes below it");
+        throw PathError(parentPath, " has a value and so can't have child nodes");
     }
     const RCPtr<DataTree> node = parent->GetChild(path.back());
     if (node && node->GetChildCount() > 0) {
-        throw Complaint(path, " has nodes below it, so it can have no value");
+        throw PathError(path, " has child nodes and so can't have a value");
     }
     parent->SetChildValue(path.back(), value);
 }
 
 void Delete(const RCPtr<DataTree>& root, Words path) {
     if (!Find(root, path.first(path.size() - 1))->DeleteChild(path.back())) {
-        throw Complaint(path, " not found");
+        throw PathError(path, " not found");
     }
 }
 
-// False for words that are no command.
+// Returns false if the arguments are no valid command.
 bool Run(Words words, int level) {
     if (words.size() < 2) {
         return false;
@@ -123,7 +123,7 @@ bool Run(Words words, int level) {
     return true;
 }
 
-// One line, whatever a name or path in the text holds.
+// Prints one line: names and paths in the text may contain control characters.
 void PrintError(std::string text) {
     std::ranges::replace_if(
         text, [](unsigned char c) { return c < ' ' || c == '\x7F'; }, '?');
@@ -137,7 +137,8 @@ int main(int argc, char** argv) {
     constexpr int wrongUsage = 2;
     try {
         std::ios::sync_with_stdio(false);
-        std::cin.exceptions(std::ios::badbit);  // a failed read isn't the end of the document
+        std::cin.exceptions(
+            std::ios::badbit);  // a failed read must not look like the end of the document
         const std::vector<std::string> arguments(argv + 1, argv + argc);
         const bool isCompact = !arguments.empty() && arguments[0] == "--compact";
         if (!Run(Words(arguments).subspan(isCompact ? 1 : 0), isCompact ? COMPACT : INDENTED)) {
