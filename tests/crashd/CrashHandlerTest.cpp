@@ -174,7 +174,7 @@ TEST(CrashHandlerTest, TheDaemonHasOnlyItsOwn) {
         const std::string path = "/proc/" + std::to_string(daemon) + "/fd/" + entry;
         descriptors += std::filesystem::read_symlink(path, missing).string() + ' ';
     }
-    EXPECT_TRUE(Contains(descriptors, "^(/dev/null ){2}(pipe:\\S+ ){2}\\S*pidfd\\S*  $"))
+    EXPECT_TRUE(Contains(descriptors, "^(/dev/null ){2}(pipe:\\S+ ){2} \\S*pidfd\\S* $"))
         << descriptors;
     EXPECT_NE(getsid(daemon), getsid(0));
     child.Kill(SIGKILL);

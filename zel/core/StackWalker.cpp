@@ -33,6 +33,19 @@ const char* OrUnknown(const char* text) {
     return text[0] == '\0' ? "???" : text;
 }
 
+// Returns false if the attempt was abandoned.
+template <class Work>
+bool Try(StackWalker::Attempt attempt, Work work) {
+    if (attempt == nullptr) {
+        work();
+        return true;
+    }
+    return attempt([](void* argument) { (*static_cast<Work*>(argument))(); }, &work);
+}
+
+// The one walk of a crash.
+constinit platform::StackAddresses s_crashStack = {};
+
 }  // namespace
 
 // Converts the platform's frames to entries.
@@ -50,6 +63,10 @@ public:
         m_entry.moduleOffset = frame.moduleOffset;
         m_entry.lineNumber = frame.line;
         CopyText(m_entry.symbolName, frame.function);
+        if (frame.isUnread && frame.module != nullptr) {
+            std::snprintf(m_entry.symbolName, sizeof(m_entry.symbolName), "+0x%" PRIx64,
+                          frame.moduleOffset);
+        }
         CopyText(m_entry.sourceFile, frame.file);
         CopyText(m_entry.moduleName, frame.module);
         Undecorate(frame.function);
@@ -57,7 +74,7 @@ public:
         m_type = NextEntry;
     }
 
-    void OnGap(std::size_t count) override {
+    void ReportGap(std::size_t count) {
         char line[64];
         std::snprintf(line, sizeof(line), "... %zu more ...", count);
         m_walker.OnOutput(line);
@@ -91,8 +108,8 @@ private:
 
 StackWalker::StackWalker(unsigned long processId, void*) : m_processId(processId) {}
 
-StackWalker::StackWalker(unsigned long processId, void*, OfCrash)
-    : m_processId(processId), m_isOfCrash(true) {}
+StackWalker::StackWalker(unsigned long processId, void*, OfCrash crash)
+    : m_processId(processId), m_isOfCrash(true), m_attempt(crash.attempt) {}
 
 StackWalker::~StackWalker() = default;
 
@@ -112,10 +129,36 @@ bool StackWalker::ShowCallstack(void*, const void* context, void*, void*) {
     if (!LoadModules()) {
         return false;
     }
+    const void* const returnAddress = __builtin_return_address(0);
+    if (m_isOfCrash) {
+        s_crashStack.Clear();
+        return Walk(context, returnAddress, s_crashStack);
+    }
+    return WalkOnStack(context, returnAddress);
+}
+
+// A function of its own, so that the walk of a crash doesn't need the stack for the addresses.
+[[gnu::noinline]] bool StackWalker::WalkOnStack(const void* context, const void* returnAddress) {
+    platform::StackAddresses stack;
+    return Walk(context, returnAddress, stack);
+}
+
+bool StackWalker::Walk(const void* context, const void* returnAddress,
+                       platform::StackAddresses& stack) {
     Reporter reporter(*this, context == nullptr);
-    const bool hasFrames = platform::WalkStack(context, m_isOfCrash, reporter);
+    Try(m_attempt, [&] { platform::CollectStack(context, returnAddress, stack); });
+    m_isStopped = false;
+    for (std::size_t i = 0; i < stack.GetCount() && !m_isStopped; ++i) {
+        if (i == platform::StackAddresses::HEAD_SIZE && stack.GetGap() != 0) {
+            reporter.ReportGap(stack.GetGap());
+        }
+        const std::uint64_t address = stack.Get(i);
+        if (!Try(m_attempt, [&] { platform::ReportFrame(address, m_isOfCrash, reporter); })) {
+            platform::ReportUnreadFrame(address, reporter);
+        }
+    }
     reporter.Close();
-    return hasFrames;
+    return stack.GetCount() != 0;
 }
 
 void StackWalker::OnSymInit(const char*) {}

@@ -6,6 +6,10 @@
 
 namespace zel {
 
+namespace platform {
+struct StackAddresses;
+}
+
 /// Walks the stack of the calling thread and reports each function on it, innermost first. Derived
 /// classes override the callbacks that they need; the simplest one prints lines:
 ///
@@ -21,8 +25,7 @@ namespace zel {
 /// allocates no memory and takes no lock but the loader's, which the crashed thread may hold; a
 /// walker made with `OfCrash` doesn't take that one either. Names that can't be demangled without
 /// memory stay empty. The walk needs at most 64 KiB of stack, except for names of hundreds of
-/// characters. If the stack is so damaged that following it faults, the first frames have already
-/// been reported.
+/// characters. All addresses are collected before the first is looked up.
 ///
 /// Thread-compatible: different objects may be used concurrently. Overridden callbacks must not let
 /// exceptions escape.
@@ -47,6 +50,9 @@ public:
         char moduleName[256] = {};             ///< File name without directories.
     };
 
+    /// Runs `work(argument)` and returns true, or abandons it and returns false.
+    using Attempt = bool (*)(void (*work)(void* argument), void* argument);
+
     /// Walks stacks of the calling process.
     StackWalker() = default;
 
@@ -70,19 +76,26 @@ public:
     /// after a call through an invalid pointer, an entry without a name is reported, followed by
     /// the caller.
     ///
-    /// Of more than 64 frames the first 32 and the last 32 are reported; `OnOutput` reports the gap
-    /// between them. `thread` is the calling thread's handle on systems that have handles; the last
-    /// two arguments are ignored.
+    /// Of more than 1024 frames the first 992 and the last 32 are reported; `OnOutput` reports the
+    /// gap between them. `thread` is the calling thread's handle on systems that have handles; the
+    /// last two arguments are ignored.
     bool ShowCallstack(void* thread = nullptr, const void* context = nullptr, void* = nullptr,
                        void* = nullptr);
 
 protected:
     /// Selects the constructor for the last walk of a crashing process.
-    struct OfCrash {};
+    struct OfCrash {
+        Attempt attempt = nullptr;  ///< Runs each step of the walk; null to run it directly.
+    };
 
     /// Makes a walker for a crashing process, for use by one thread. `LoadModules` then reports no
-    /// modules and no service, and modules loaded after it are found as well.
+    /// modules and no service, and modules loaded after it are found as well. An attempt collects
+    /// all addresses, and others look up one each. If one is abandoned, the addresses up to there,
+    /// or the module and offset of that one, are still reported.
     StackWalker(unsigned long processId, void* process, OfCrash);
+
+    /// Ends the walk after the current entry.
+    void StopWalk() noexcept { m_isStopped = true; }
 
     /// Called by `LoadModules` with the name of the service that looks up symbols. The default does
     /// nothing.
@@ -107,9 +120,14 @@ protected:
 private:
     class Reporter;
 
+    bool WalkOnStack(const void* context, const void* returnAddress);
+    bool Walk(const void* context, const void* returnAddress, platform::StackAddresses& stack);
+
     unsigned long m_processId = 0;
     bool m_isOfCrash = false;
     bool m_isReady = false;
+    bool m_isStopped = false;
+    Attempt m_attempt = nullptr;
 };
 
 }  // namespace zel

@@ -7,15 +7,20 @@
 #include "zel/platform/ThreadInfo.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <iostream>
+#include <system_error>
+#include <thread>
 
 namespace zel {
 
 namespace {
+
+constexpr std::chrono::seconds EXIT_TIMEOUT{1};
 
 constinit zel_crash_msg_s s_record = {};
 
@@ -42,14 +47,22 @@ zel_crash_msg_s MakeOwnFault(int error) {
     return record;
 }
 
+// Ends the process without its exit handlers and static destructors if these take too long: they
+// may wait for something that only the program does.
 [[noreturn]] void ExitProcess(int code) {
+    try {
+        std::thread([code] {
+            std::this_thread::sleep_for(EXIT_TIMEOUT);
+            std::_Exit(code);
+        }).detach();
+    } catch (const std::system_error&) {
+    }
     std::fflush(nullptr);
     std::exit(code);
 }
 
 // Returns false if the program ended without a crash.
 bool ReceiveCrashMessage(const char* pipeName) {
-    const platform::IgnoredTerminationSignals ignoredSignals;
     platform::CrashChannelReader channel;
     if (!channel.Open(pipeName)) {
         const int error = errno;
@@ -92,10 +105,12 @@ void CheckCrashMessage(zel_crash_msg_s& record, std::ostream& out) {
 }
 
 void crashd_main(const char* pipeName, CrashCallback callback) noexcept {
+    platform::IgnoreTerminationSignals();
     std::cerr << "crashd_main: Win32!\n" << std::flush;
     if (!ReceiveCrashMessage(pipeName)) {
         ExitProcess(EXIT_SUCCESS);
     }
+    platform::RestoreOwnSignals();
     CheckCrashMessage(s_record, std::cerr);
     if (callback) {
         callback->Call(&s_record);

@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <string>
@@ -25,14 +27,30 @@ constinit platform::CrashChannel s_channel;
 constinit zel_crash_msg_s s_record = {};
 
 // Together the longest delay of a crashed program's end.
-constexpr int WALK_TIMEOUT = 3000;  // milliseconds
-constexpr int SEND_TIMEOUT = 1000;
+constexpr std::chrono::milliseconds WALK_TIMEOUT{3000};
+constexpr std::chrono::milliseconds UNREAD_TIMEOUT{500};  // to add what the walk hasn't read
+constexpr std::chrono::milliseconds SEND_TIMEOUT{1000};
+
+// A module that takes longer is left out, so that the others can be read.
+constexpr std::chrono::milliseconds LOOKUP_TIMEOUT{1000};
 
 // The daemon never gets that far if it waits for something this process holds.
 constexpr int CONNECT_TIMEOUT = 30;  // seconds
 
+constexpr const char* VARIABLE_ENDING = "_SHOULD_START_DAEMON_";
+
 std::string VariableFor(const char* program) {
-    return std::string(program) + "_SHOULD_START_DAEMON_";
+    return std::string(program) + VARIABLE_ENDING;
+}
+
+// A helper process that isn't the daemon would do the program's work a second time.
+void EndLostHelper() {
+    if (platform::IsLostHelper(VARIABLE_ENDING)) {
+        Log(s_log, 2,
+            "[CrashHandler::Initialize] The crash daemon doesn't find its variable, because its "
+            "argv[0] isn't that of the program. It ends.");
+        std::_Exit(EXIT_FAILURE);
+    }
 }
 
 bool CreateChannel() {
@@ -53,7 +71,7 @@ bool StartDaemon(const std::string& variable, char** arguments, platform::Helper
             error, "'");
         return false;
     }
-    if (daemon.HasFailed(s_channel)) {
+    if (daemon.HasEnded()) {
         Log(s_log, 2, "[CrashHandler::Initialize] Crash daemon didn't start running!");
         return false;
     }
@@ -71,7 +89,7 @@ void PrepareRecord(const char* program) {
 }
 
 bool Connect(platform::HelperProcess& daemon) {
-    if (!daemon.WaitUntilListening(s_channel, CONNECT_TIMEOUT)) {
+    if (!daemon.WaitUntilListening(CONNECT_TIMEOUT)) {
         Log(s_log, 2,
             "[CrashHandler::Initialize] crash daemon never connected to the PIPE! Crash handling "
             "disabled.");
@@ -93,16 +111,37 @@ void FillRecord(const platform::FaultRecord& fault) {
     s_record.tid = fault.thread;
 }
 
-struct CrashWalk {
-    ZelStackWalker walker;
-    const void* context;
+// Limits each step of the walk, and all together.
+class CrashWalker : public ZelStackWalker {
+public:
+    explicit CrashWalker(const void* context)
+        : ZelStackWalker(s_record.pid, nullptr, s_record.tid, &s_record, {Attempt}),
+          m_context(context) {}
+
+    void Run() {
+        s_deadline = Clock::now() + WALK_TIMEOUT;
+        if (LoadModules()) {
+            ShowCallstack(nullptr, m_context, nullptr, nullptr);
+        }
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    static bool Attempt(void (*work)(void*), void* argument) {
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(s_deadline - Clock::now());
+        const auto limit = std::min(left, LOOKUP_TIMEOUT);
+        return limit.count() > 0 && platform::DoGuarded(work, argument, limit);
+    }
+
+    static inline constinit Clock::time_point s_deadline = {};
+
+    const void* m_context;
 };
 
-void Walk(void* argument) {
-    CrashWalk& walk = *static_cast<CrashWalk*>(argument);
-    if (walk.walker.LoadModules()) {
-        walk.walker.ShowCallstack(nullptr, walk.context, nullptr, nullptr);
-    }
+void Walk(void* walker) {
+    static_cast<CrashWalker*>(walker)->Run();
 }
 
 void Send(void*) {
@@ -134,6 +173,7 @@ bool CrashHandler::Initialize(int argc, char** argv, CrashCallback callback) {
     if (platform::TakeVariable(variable, pipeName)) {
         crashd_main(pipeName.c_str(), std::move(callback));
     }
+    EndLostHelper();
     if (variable.find('=') != std::string::npos) {
         Log(s_log, 2, "[CrashHandler::Initialize] The program name '", program,
             "' can't be part of an environment variable's name.");
@@ -160,8 +200,8 @@ long CrashHandlerCustomExceptionFilter(ExceptionPointers* pointers) {
         return 0;
     }
     FillRecord(*pointers);
-    CrashWalk walk = {{s_record.pid, nullptr, s_record.tid, &s_record}, pointers->context};
-    platform::DoGuarded(Walk, &walk, WALK_TIMEOUT);
+    CrashWalker walker(pointers->context);
+    platform::DoGuarded(Walk, &walker, WALK_TIMEOUT + UNREAD_TIMEOUT);
     platform::DoGuarded(Send, nullptr, SEND_TIMEOUT);
     platform::EndByFault(*pointers);
 }

@@ -6,6 +6,8 @@
 #include "zel/crashd/ZelStackWalker.h"
 #include "zel/foundation/Export.h"
 
+#include <string>
+
 namespace zel {
 
 namespace platform {
@@ -42,6 +44,15 @@ public:
     ///
     /// Not thread-safe. Call it from the main thread, before other threads are started.
     static bool Initialize(int argc, char** argv, CrashCallback callback);
+
+    /// Returns a callback for `Initialize` that writes each report to a file of its own, named
+    /// `prefix`, the time of the crash in UTC and the program's process number, as in
+    /// `/var/log/pump-20261123T022852Z-29667.txt`. Only its owner may read and write it. No
+    /// existing file is overwritten. The file is stored when the daemon ends. If it can't be
+    /// written, the report is printed on standard error.
+    ///
+    /// A relative prefix is relative to the program's directory at `Initialize`.
+    static CrashCallback ReportToFile(const std::string& prefix);
 
     /// Makes overflows of the calling thread's stack reportable until the thread ends; its other
     /// faults are reported without this call too. Class `Thread` and `Initialize` have done it

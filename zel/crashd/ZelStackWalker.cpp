@@ -37,19 +37,18 @@ unsigned LengthIn(int length) {
 
 ZelStackWalker::ZelStackWalker(unsigned long processId, void* process, unsigned threadId,
                                zel_crash_msg_s* record)
-    : StackWalker(processId, process, OfCrash()),
-      m_threadId(threadId),
-      m_record(record),
-      m_assertsPosition(record == nullptr ? nullptr : record->asserts),
-      m_ancillaryPosition(record == nullptr ? nullptr : record->ancillary) {}
+    : ZelStackWalker(processId, process, threadId, record, OfCrash()) {}
+
+ZelStackWalker::ZelStackWalker(unsigned long processId, void* process, unsigned threadId,
+                               zel_crash_msg_s* record, OfCrash crash)
+    : StackWalker(processId, process, crash), m_threadId(threadId), m_record(record) {}
 
 ZelStackWalker::~ZelStackWalker() = default;
 
 void ZelStackWalker::OnCallstackEntry(CallstackEntryType type, CallstackEntry& entry) {
     constexpr unsigned size = sizeof(zel_crash_msg_s::ancillary);
     constexpr unsigned endSize = sizeof(LINE_END);
-    if (m_record == nullptr || m_ancillaryPosition == nullptr || type == LastEntry ||
-        entry.frameAddress == 0) {
+    if (m_record == nullptr || type == LastEntry || entry.frameAddress == 0) {
         return;
     }
     unsigned length = LengthIn<sizeof(m_line)>(
@@ -58,21 +57,22 @@ void ZelStackWalker::OnCallstackEntry(CallstackEntryType type, CallstackEntry& e
                       platform::FileOfPath(OrUnknown(entry.sourceFile)), entry.lineNumber));
     unsigned used = m_ancillaryUsed + length + endSize;
     if (used > size) {
+        StopWalk();
         if (m_ancillaryUsed + endSize > size - 1) {
             return;
         }
         used = size - 1;
         length = used - endSize - m_ancillaryUsed;
     }
-    std::memcpy(m_ancillaryPosition, m_line, length);
-    std::memcpy(m_ancillaryPosition + length, LINE_END, endSize);
-    m_ancillaryPosition += length + endSize;
+    char* const position = m_record->ancillary + m_ancillaryUsed;
+    std::memcpy(position, m_line, length);
+    std::memcpy(position + length, LINE_END, endSize);
     m_ancillaryUsed = used;
 }
 
 void ZelStackWalker::OnDbgHelpErr(const char* function, unsigned long error,
                                   unsigned long long address) {
-    if (m_record == nullptr || m_assertsPosition == nullptr) {
+    if (m_record == nullptr) {
         return;
     }
     const unsigned length = LengthIn<sizeof(m_errorEntry)>(std::snprintf(
@@ -80,9 +80,9 @@ void ZelStackWalker::OnDbgHelpErr(const char* function, unsigned long error,
     if (m_assertsUsed + length + 1 > sizeof(m_record->asserts)) {
         return;
     }
-    std::memcpy(m_assertsPosition, m_errorEntry, length);
-    m_assertsPosition[length] = ';';
-    m_assertsPosition += length + 1;
+    char* const position = m_record->asserts + m_assertsUsed;
+    std::memcpy(position, m_errorEntry, length);
+    position[length] = ';';
     m_assertsUsed += length + 1;
 }
 

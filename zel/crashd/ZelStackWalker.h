@@ -29,12 +29,17 @@ public:
 
     /// Appends `NUMBER MODULE 0xADDRESS SYMBOL (FILE:LINE)`, a blank and a line feed to
     /// `ancillary`, with `???` for unknown parts and at most 1024 bytes of text. The last line that
-    /// has any room is truncated, later ones are dropped.
+    /// has any room is truncated; the walk ends with it.
     void OnCallstackEntry(CallstackEntryType type, CallstackEntry& entry) override;
 
     /// Appends `0xADDRESS:FUNCTION:ERROR;` to `asserts` if all of it fits.
     void OnDbgHelpErr(const char* function, unsigned long error,
                       unsigned long long address) override;
+
+protected:
+    /// Makes a walker whose steps are run by `crash.attempt`.
+    ZelStackWalker(unsigned long processId, void* process, unsigned threadId,
+                   zel_crash_msg_s* record, OfCrash crash);
 
 private:
     // Both with room for the terminating zero.
@@ -42,9 +47,8 @@ private:
     char m_errorEntry[sizeof(zel_crash_msg_s::asserts) + 1] = {};
     unsigned m_threadId;
     zel_crash_msg_s* m_record;
-    char* m_assertsPosition;
+    // A write that is abandoned between its parts leaves these as they were.
     unsigned m_assertsUsed = 0;
-    char* m_ancillaryPosition;
     unsigned m_ancillaryUsed = 0;
     unsigned m_frameCounter = 0;
 };

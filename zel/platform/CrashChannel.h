@@ -15,7 +15,9 @@ public:
     /// Creates the channel. Returns false, with the system's error number, on failure.
     bool Create() noexcept;
 
-    bool IsOpen() const noexcept { return m_writer >= 0; }
+    /// Returns whether this process has created the channel. A process that was forked from the one
+    /// that did hasn't, and may create its own.
+    bool IsOpen() const noexcept;
 
     /// Returns the name under which the helper process opens the other end.
     static const char* GetName() noexcept;
@@ -26,18 +28,22 @@ public:
     /// Closes the other end, after the helper process has got it.
     void CloseReader() noexcept;
 
-    /// Returns whether any process still holds the other end.
-    bool HasReader() const noexcept;
-
     /// Sends all of the data and doesn't wait for the other side to read. Returns false if the
-    /// other side has ended. Safe in the handler of a fault.
+    /// other side has ended, or if the program has closed the channel and nothing, or something
+    /// else, is open in its place. Safe in the handler of a fault.
     bool Send(const void* data, std::size_t size) const noexcept;
 
     void Close() noexcept;
 
 private:
+    bool IsUnchanged() const noexcept;
+
     int m_writer = -1;
     int m_reader = -1;
+    int m_process = 0;
+    // Identity of the pipe.
+    unsigned long long m_device = 0;
+    unsigned long long m_inode = 0;
 };
 
 /// The daemon's end.
@@ -48,9 +54,9 @@ public:
     CrashChannelReader(const CrashChannelReader&) = delete;
     CrashChannelReader& operator=(const CrashChannelReader&) = delete;
 
-    /// Opens the channel `name`, or any path, which blocks until that has a writer. On success the
-    /// program sees its daemon as listening, and the process continues under another number, as a
-    /// child of no process. Returns false, with the system's error number, on failure.
+    /// Opens the channel `name`, after which the program sees its daemon as listening, or a regular
+    /// file, or a FIFO. Returns false, with the system's error number, if it can't be opened, or
+    /// isn't the channel of a running program, or is a FIFO without a writer for five seconds.
     bool Open(const char* name) noexcept;
 
     /// Waits for data and reads up to `size` bytes. Returns the number of bytes, 0 after the
@@ -60,6 +66,9 @@ public:
     void Close() noexcept;
 
 private:
+    bool OpenInherited() noexcept;
+    bool OpenPath(const char* path) noexcept;
+
     int m_reader = -1;
     int m_program = -1;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 
 namespace zel::platform {
@@ -20,18 +21,22 @@ struct FaultRecord {
 using FaultHandler = void (*)(FaultRecord& fault);
 
 /// Calls `handler` for the first fatal fault of this process from now on, on the thread that
-/// failed, and on its FaultStack if it has one. Other threads that fail meanwhile wait for
-/// EndByFault, at most five seconds. A process that was forked from this one ends by its faults as
-/// if nothing were caught.
+/// failed, and on its FaultStack or, if it has none, on one that is kept for this. Other threads
+/// that fail meanwhile wait for EndByFault, at most five seconds.
+///
+/// Handlers that were installed before run first. `handler` isn't called if they don't return, or
+/// if the fault doesn't come back after they have. In a process that was forked from this one
+/// faults have the effect that they had before this call, until it makes the call itself.
 void CatchFaults(FaultHandler handler) noexcept;
 
-/// Runs `work` in the handler of a fault and abandons it if it faults or exceeds the time limit.
-/// Returns false if it was abandoned; what it has done up to then remains.
+/// Runs `work` in the handler of a fault and abandons it if it faults or exceeds the time limit. If
+/// the system refuses a timer there is no limit. Calls can be nested; an inner one can't exceed the
+/// limit of an outer one. Returns false if the work was abandoned; what it has done remains.
 /// Requires: objects that `work` makes on the stack don't need their destructors.
-bool DoGuarded(void (*work)(void* argument), void* argument, int milliseconds) noexcept;
+bool DoGuarded(void (*work)(void* argument), void* argument,
+               std::chrono::milliseconds limit) noexcept;
 
-/// Calls the handlers that caught such faults before CatchFaults, then ends the process as the
-/// fault would have ended it. Call it in the handler.
+/// Ends the process as the fault would have ended it. Call it in the handler.
 [[noreturn]] void EndByFault(const FaultRecord& fault) noexcept;
 
 /// Writes a text to standard error without buffering.

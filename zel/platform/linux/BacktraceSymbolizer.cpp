@@ -1,6 +1,5 @@
 #include "zel/platform/linux/Symbolizer.h"
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <backtrace.h>
@@ -115,37 +114,39 @@ private:
 // at the first look-up, under the loader's lock.
 constinit std::atomic<const link_map*> s_onlyModule{nullptr};
 
-// The modules that the walk of a crash has reached, each with a state of its own.
+// A module that the walk of a crash has reached.
+struct CrashModule {
+    // Creates the state, if there is none yet. Returns false, with the system's error number, if
+    // the module can't be read.
+    bool Open() {
+        const char* const file = module->l_name[0] == '\0' ? ProgramFile() : module->l_name;
+        // For a missing file the library would use the program's.
+        if (state == nullptr && access(file, R_OK) == 0) {
+            state = backtrace_create_state(file, THREADED, IgnoreError, nullptr);
+        }
+        return state != nullptr;
+    }
+
+    const link_map* module = nullptr;
+    backtrace_state* state = nullptr;
+    bool isBusy = false;  // still true after a look-up that was abandoned
+};
+
 class CrashModules {
 public:
-    // Returns null, with the system's error number, if the module can't be read.
-    backtrace_state* Find(const link_map* module) {
-        const auto end = m_modules.begin() + static_cast<std::ptrdiff_t>(m_count);
-        const auto found = std::find_if(m_modules.begin(), end, [module](const Module& known) {
-            return known.module == module;
-        });
-        return found != end ? found->state : Add(module);
+    // Returns null if there are too many.
+    CrashModule* Find(const link_map* module) {
+        for (CrashModule& known : m_modules) {
+            if (known.module == module || known.module == nullptr) {
+                known.module = module;
+                return &known;
+            }
+        }
+        return nullptr;
     }
 
 private:
-    struct Module {
-        const link_map* module;
-        backtrace_state* state;
-    };
-
-    backtrace_state* Add(const link_map* module) {
-        const char* const file = module->l_name[0] == '\0' ? ProgramFile() : module->l_name;
-        // For a missing file the library would use the program's.
-        if (m_count == m_modules.size() || access(file, R_OK) != 0) {
-            return nullptr;
-        }
-        backtrace_state* const state = backtrace_create_state(file, THREADED, IgnoreError, nullptr);
-        m_modules[m_count++] = {module, state};
-        return state;
-    }
-
-    std::array<Module, 64> m_modules = {};
-    std::size_t m_count = 0;
+    std::array<CrashModule, 64> m_modules = {};
 };
 
 constinit CrashModules s_crashModules;
@@ -166,6 +167,12 @@ bool IsRuntime(const link_map& module) {
     return module.l_name[0] != '\0' &&
            (Holds(module, std::abort) || Holds(module, std::terminate) ||
             Holds(module, _Unwind_Backtrace));
+}
+
+void ReportUnread(StackFrame frame, int error, StackTraceSink& sink) {
+    sink.OnFailure(Symbolizer::GetName(), static_cast<unsigned long>(error), frame.address);
+    frame.isUnread = true;
+    sink.OnFrame(frame);
 }
 
 }  // namespace
@@ -197,15 +204,20 @@ void Symbolizer::ReportOfCrash(const StackFrame& frame, StackTraceSink& sink) {
         sink.OnFrame(frame);
         return;
     }
-    backtrace_state* const state = s_crashModules.Find(module);
-    if (state == nullptr) {
-        sink.OnFailure(GetName(), static_cast<unsigned long>(errno), frame.address);
-        sink.OnFrame(frame);
+    CrashModule* const known = s_crashModules.Find(module);
+    if (known == nullptr || known->isBusy) {
+        ReportUnread(frame, ETIMEDOUT, sink);
         return;
     }
-    s_onlyModule = module;
-    Lookup(frame, sink).ReportWith(state);
-    s_onlyModule = nullptr;
+    known->isBusy = true;
+    if (known->Open()) {
+        s_onlyModule = module;
+        Lookup(frame, sink).ReportWith(known->state);
+        s_onlyModule = nullptr;
+    } else {
+        ReportUnread(frame, errno, sink);
+    }
+    known->isBusy = false;
 }
 
 }  // namespace zel::platform

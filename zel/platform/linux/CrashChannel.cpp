@@ -1,13 +1,15 @@
 #include "zel/platform/CrashChannel.h"
 
 #include "zel/platform/linux/InheritedChannel.h"
+#include "zel/platform/linux/Pipe.h"
+#include "zel/platform/linux/ThreadTimer.h"
 
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -15,25 +17,7 @@ namespace zel::platform {
 
 namespace {
 
-// A program started without standard streams may later open one of them at a low number.
-constexpr int LOWEST_DESCRIPTOR = 10;
-
-void CloseDescriptor(int& descriptor) noexcept {
-    if (descriptor >= 0) {
-        close(descriptor);
-        descriptor = -1;
-    }
-}
-
-// Moves a descriptor above those of the standard streams.
-bool MoveUp(int& descriptor) noexcept {
-    const int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, LOWEST_DESCRIPTOR);
-    const int error = errno;
-    CloseDescriptor(descriptor);
-    descriptor = moved;
-    errno = error;
-    return moved >= 0;
-}
+constexpr std::int64_t WRITER_TIMEOUT = 5'000'000'000;  // nanoseconds
 
 // Suppresses the signal of a pipe without a reader for the calling thread.
 class SuppressedPipeSignal {
@@ -64,6 +48,11 @@ private:
     sigset_t m_mask;
 };
 
+bool IsFifo(int descriptor) noexcept {
+    struct stat status = {};
+    return fstat(descriptor, &status) == 0 && S_ISFIFO(status.st_mode);
+}
+
 // Returns the process that made a channel as a descriptor to poll, -1 if it is unknown or can't be
 // had. The owner of a pipe is reset when that process ends, so a reused number is detected.
 int OpenOwner(int reader) noexcept {
@@ -78,35 +67,73 @@ int OpenOwner(int reader) noexcept {
     return process;
 }
 
-// The program waits for the end of the process that it started, so the daemon is a child of that.
-bool HandOver() noexcept {
-    const pid_t daemon = fork();
-    if (daemon > 0) {
-        _exit(EXIT_SUCCESS);
-    }
-    return daemon == 0;
+bool HasWriter(int reader) noexcept {
+    pollfd end = {reader, 0, 0};
+    return poll(&end, 1, 0) == 0;
 }
+
+// Interrupts a blocking call of this thread after the time limit.
+class CallTimeout {
+public:
+    CallTimeout() noexcept {
+        struct sigaction action = {};
+        action.sa_handler = [](int) {};
+        sigaction(SIGALRM, &action, &m_action);
+        sigset_t alarm;
+        sigemptyset(&alarm);
+        sigaddset(&alarm, SIGALRM);
+        pthread_sigmask(SIG_UNBLOCK, &alarm, &m_mask);
+        if (m_timer.Create(SIGALRM)) {
+            m_timer.Set(ThreadTimer::Now() + WRITER_TIMEOUT);
+        }
+    }
+
+    ~CallTimeout() {
+        const int error = errno;
+        m_timer.Delete();
+        pthread_sigmask(SIG_SETMASK, &m_mask, nullptr);
+        sigaction(SIGALRM, &m_action, nullptr);
+        errno = error;
+    }
+
+    CallTimeout(const CallTimeout&) = delete;
+    CallTimeout& operator=(const CallTimeout&) = delete;
+
+private:
+    ThreadTimer m_timer;
+    struct sigaction m_action = {};
+    sigset_t m_mask = {};
+};
 
 }  // namespace
 
+bool HasInheritedChannel() noexcept {
+    return IsFifo(INHERITED_CHANNEL) && fcntl(INHERITED_CHANNEL, F_GETOWN) > 0;
+}
+
 bool CrashChannel::Create() noexcept {
-    int ends[2] = {-1, -1};
+    if (IsUnchanged()) {
+        Close();  // that of the process this one was forked from
+    }
     // A full pipe must not block a crashed program.
-    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
+    if (!OpenPipe(m_reader, m_writer, O_NONBLOCK)) {
         return false;
     }
-    m_reader = ends[0];
-    m_writer = ends[1];
-    const bool isMovedUp = MoveUp(m_reader) && MoveUp(m_writer);
+    struct stat status = {};
     // The helper process asks for the channel's owner.
-    if (!isMovedUp || fcntl(m_reader, F_SETOWN, getpid()) != 0) {
-        const int error = errno;
+    if (fcntl(m_reader, F_SETOWN, getpid()) != 0 || fstat(m_writer, &status) != 0) {
         CloseReader();
         Close();
-        errno = error;
         return false;
     }
+    m_process = getpid();
+    m_device = status.st_dev;
+    m_inode = status.st_ino;
     return true;
+}
+
+bool CrashChannel::IsOpen() const noexcept {
+    return m_writer >= 0 && m_process == getpid();
 }
 
 const char* CrashChannel::GetName() noexcept {
@@ -117,14 +144,17 @@ void CrashChannel::CloseReader() noexcept {
     CloseDescriptor(m_reader);
 }
 
-bool CrashChannel::HasReader() const noexcept {
-    pollfd writer = {m_writer, 0, 0};
-    while (poll(&writer, 1, 0) < 0 && errno == EINTR) {
-    }
-    return IsOpen() && (writer.revents & (POLLERR | POLLNVAL)) == 0;
+bool CrashChannel::IsUnchanged() const noexcept {
+    struct stat status = {};
+    return m_writer >= 0 && fstat(m_writer, &status) == 0 && status.st_dev == m_device &&
+           status.st_ino == m_inode;
 }
 
 bool CrashChannel::Send(const void* data, std::size_t size) const noexcept {
+    if (!IsUnchanged()) {
+        errno = EBADF;
+        return false;
+    }
     const SuppressedPipeSignal suppressedPipeSignal;
     const auto* position = static_cast<const char*>(data);
     while (size > 0) {
@@ -148,17 +178,43 @@ CrashChannelReader::~CrashChannelReader() {
 }
 
 bool CrashChannelReader::Open(const char* name) noexcept {
-    if (std::strcmp(name, INHERITED_CHANNEL_NAME) != 0) {
-        m_reader = open(name, O_RDONLY | O_CLOEXEC);
-        return m_reader >= 0;
-    }
-    // Opening the path would block if the program has ended.
+    return std::strcmp(name, INHERITED_CHANNEL_NAME) == 0 ? OpenInherited() : OpenPath(name);
+}
+
+// Opening the path would block if the program has ended.
+bool CrashChannelReader::OpenInherited() noexcept {
     if (fcntl(INHERITED_CHANNEL, F_SETFD, FD_CLOEXEC) != 0) {
+        return false;
+    }
+    if (!IsFifo(INHERITED_CHANNEL) ||
+        (fcntl(INHERITED_CHANNEL, F_GETOWN) <= 0 && HasWriter(INHERITED_CHANNEL))) {
+        errno = EINVAL;
         return false;
     }
     m_reader = INHERITED_CHANNEL;
     m_program = OpenOwner(m_reader);
-    return HandOver();
+    // Fails if the program has ended, which Read reports.
+    const char ready = 1;
+    static_cast<void>(write(INHERITED_READY, &ready, sizeof(ready)));
+    close(INHERITED_READY);
+    return true;
+}
+
+bool CrashChannelReader::OpenPath(const char* path) noexcept {
+    struct stat status = {};
+    if (stat(path, &status) != 0) {
+        return false;
+    }
+    if (!S_ISREG(status.st_mode) && !S_ISFIFO(status.st_mode)) {
+        errno = EINVAL;
+        return false;
+    }
+    const CallTimeout timeout;
+    m_reader = open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    if (m_reader < 0 && errno == EINTR) {
+        errno = ETIMEDOUT;
+    }
+    return m_reader >= 0;
 }
 
 std::size_t CrashChannelReader::Read(void* buffer, std::size_t size) noexcept {

@@ -3,8 +3,10 @@
 #include "zel/platform/linux/MachineContext.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <sys/syscall.h>
 #include <unistd.h>
+#include <unwind.h>
 
 namespace zel::platform {
 
@@ -63,6 +65,19 @@ std::uint32_t CodeOfArithmetic(int kind) {
     return 0;
 }
 
+// The frames between a handler and abort.
+struct AbortSearch {
+    int remainingFrames = 16;
+    bool isFound = false;
+};
+
+_Unwind_Reason_Code FindAbort(_Unwind_Context* context, void* argument) {
+    auto& search = *static_cast<AbortSearch*>(argument);
+    void* const caller = reinterpret_cast<void*>(_Unwind_GetIP(context));
+    search.isFound = _Unwind_FindEnclosingFunction(caller) == reinterpret_cast<void*>(std::abort);
+    return search.isFound || --search.remainingFrames == 0 ? _URC_END_OF_STACK : _URC_NO_REASON;
+}
+
 }  // namespace
 
 std::uint32_t CodeOfSignal(const siginfo_t& signal, const ucontext_t& context) noexcept {
@@ -84,6 +99,15 @@ std::uint32_t CodeOfSignal(const siginfo_t& signal, const ucontext_t& context) n
         default:
             return 0;
     }
+}
+
+bool IsAbort(int signal, const siginfo_t& info) noexcept {
+    if (signal != SIGABRT || info.si_code != SI_TKILL || info.si_pid != getpid()) {
+        return false;
+    }
+    AbortSearch search;
+    _Unwind_Backtrace(FindAbort, &search);
+    return search.isFound;
 }
 
 }  // namespace zel::platform

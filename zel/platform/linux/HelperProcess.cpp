@@ -1,15 +1,18 @@
 #include "zel/platform/HelperProcess.h"
 
-#include "zel/platform/linux/Descriptor.h"
 #include "zel/platform/linux/InheritedChannel.h"
+#include "zel/platform/linux/Pipe.h"
 
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
 #include <iterator>
+#include <linux/capability.h>
 #include <poll.h>
+#include <sched.h>
 #include <spawn.h>
 #include <string_view>
 #include <sys/auxv.h>
@@ -26,8 +29,19 @@ constexpr const char* OWN_PROGRAM = "/proc/self/exe";
 constexpr int TERMINATION_SIGNALS[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2,
                                        SIGALRM, SIGTSTP, SIGTTIN, SIGTTOU, SIGPIPE};
 
+bool HasAddedCapabilities() noexcept {
+    return getauxval(AT_SECURE) != 0 && getuid() == geteuid() && getgid() == getegid();
+}
+
+// A set-user-ID or set-group-ID program acts for another user than the one who started it.
 bool IsPrivileged() noexcept {
-    return getauxval(AT_SECURE) != 0;
+    return getauxval(AT_SECURE) != 0 && !HasAddedCapabilities();
+}
+
+bool DropCapabilities() noexcept {
+    __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+    const __user_cap_data_struct none[_LINUX_CAPABILITY_U32S_3] = {};
+    return syscall(SYS_capset, &header, none) == 0;
 }
 
 // Returns the zero-terminated texts in a block.
@@ -37,18 +51,6 @@ std::vector<char*> Split(std::string& block) {
         texts.push_back(&block[i]);
     }
     return texts;
-}
-
-// A helper process with another name than its program doesn't find its variable; it must not start
-// a helper of its own.
-bool IsLostHelper(const std::string& variable) {
-    const std::string end = variable.back() + std::string("=") + INHERITED_CHANNEL_NAME;
-    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
-        if (std::string_view(*entry).ends_with(end)) {
-            return true;
-        }
-    }
-    return false;
 }
 
 std::string ReadCommandLine() {
@@ -89,7 +91,7 @@ std::string FindProgram() {
 // The actions in the helper process before its program starts.
 class SpawnSettings {
 public:
-    explicit SpawnSettings(int reader) noexcept {
+    SpawnSettings(int reader, int ready) noexcept {
         posix_spawnattr_init(&m_attributes);
         posix_spawn_file_actions_init(&m_actions);
         sigset_t none;
@@ -98,10 +100,11 @@ public:
         sigfillset(&all);
         m_error |= posix_spawnattr_setsigmask(&m_attributes, &none);
         m_error |= posix_spawnattr_setsigdefault(&m_attributes, &all);
-        m_error |= posix_spawnattr_setflags(
-            &m_attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+        m_error |=
+            posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
         m_error |= posix_spawn_file_actions_adddup2(&m_actions, reader, INHERITED_CHANNEL);
-        m_error |= posix_spawn_file_actions_addclosefrom_np(&m_actions, INHERITED_CHANNEL + 1);
+        m_error |= posix_spawn_file_actions_adddup2(&m_actions, ready, INHERITED_READY);
+        m_error |= posix_spawn_file_actions_addclosefrom_np(&m_actions, INHERITED_READY + 1);
         OpenNullDevice(STDIN_FILENO);
         OpenNullDevice(STDOUT_FILENO);
         if (fcntl(STDERR_FILENO, F_GETFD) < 0) {
@@ -118,7 +121,7 @@ public:
     SpawnSettings& operator=(const SpawnSettings&) = delete;
 
     // Returns the error number.
-    int Start(const char* program, char** arguments, char** environment, pid_t& process) {
+    int Start(const char* program, char** arguments, char** environment, pid_t& process) const {
         return m_error != 0 ? ENOMEM
                             : posix_spawn(&process, program, &m_actions, &m_attributes, arguments,
                                           environment);
@@ -134,64 +137,124 @@ private:
     int m_error = 0;
 };
 
-// Returns false after the time limit.
-bool WaitForEnd(pid_t process, int seconds) noexcept {
-    const Descriptor descriptor(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
-    if (!descriptor.IsOpen()) {
-        return true;
+// What the process between the program and its helper needs, and its result.
+struct Launch {
+    const SpawnSettings& settings;
+    const char* program;
+    char** arguments;
+    char** environment;
+    pid_t process = 0;
+    int error = 0;
+
+    // Starts the helper and ends, which leaves the helper without a parent. The session begins
+    // here, so that the helper doesn't lead it and can't acquire a terminal.
+    static int Run(void* argument) {
+        auto& launch = *static_cast<Launch*>(argument);
+        setsid();
+        launch.error = launch.Spawn(launch.program);
+        if (launch.error != 0) {
+            // The file may have been removed or replaced since the program started.
+            launch.error = launch.Spawn(OWN_PROGRAM);
+        }
+        return 0;
     }
-    constexpr int millisecondsPerSecond = 1000;
-    pollfd end = {descriptor.Get(), POLLIN, 0};
-    int ready = 0;
-    do {
-        ready = poll(&end, 1, seconds * millisecondsPerSecond);
-    } while (ready < 0 && errno == EINTR);
-    return ready != 0;
+
+    int Spawn(const char* file) { return settings.Start(file, arguments, environment, process); }
+};
+
+class BlockedSignals {
+public:
+    BlockedSignals() noexcept {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &m_mask);
+    }
+
+    ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &m_mask, nullptr); }
+    BlockedSignals(const BlockedSignals&) = delete;
+    BlockedSignals& operator=(const BlockedSignals&) = delete;
+
+private:
+    sigset_t m_mask;
+};
+
+// Runs the launch in a process that shares this one's memory, while this one waits: no page is
+// copied, however large the program is. The process signals nobody when it ends, so that neither a
+// handler of SIGCHLD nor a `wait` of the program sees it. Returns the error number.
+int RunBetween(Launch& launch) {
+    constexpr std::size_t stackSize = 128 * 1024;
+    std::vector<std::max_align_t> stack(stackSize / sizeof(std::max_align_t));
+    const BlockedSignals blockedSignals;
+    const pid_t between =
+        clone(Launch::Run, stack.data() + stack.size(), CLONE_VM | CLONE_VFORK, &launch);
+    if (between < 0) {
+        return errno;
+    }
+    while (waitpid(between, nullptr, __WCLONE) < 0 && errno == EINTR) {
+    }
+    return launch.error;
 }
 
 }  // namespace
 
+HelperProcess::~HelperProcess() {
+    CloseDescriptor(m_end);
+    CloseDescriptor(m_ready);
+}
+
 bool HelperProcess::Start(const std::string& variable, CrashChannel& channel, char** arguments) {
-    if (IsPrivileged() || IsLostHelper(variable)) {
+    if (IsPrivileged()) {
         errno = EPERM;
         return false;
     }
+    int ready = -1;
+    if (!OpenPipe(m_ready, ready, 0)) {
+        return false;
+    }
+    const bool isStarted = Spawn(variable, channel, arguments, ready);
+    CloseDescriptor(ready);
+    channel.CloseReader();
+    return isStarted;
+}
+
+bool HelperProcess::Spawn(const std::string& variable, CrashChannel& channel, char** arguments,
+                          int ready) {
     std::string commandLine = ReadCommandLine();
     std::vector<char*> ownArguments = Split(commandLine);
     ownArguments.push_back(nullptr);
     std::string setting = variable + '=' + INHERITED_CHANNEL_NAME;
     std::vector<char*> environment = EnvironmentWith(variable, setting);
     char** const used = ownArguments[0] != nullptr ? ownArguments.data() : arguments;
-
-    SpawnSettings settings(channel.GetReader());
-    pid_t process = 0;
-    int error = settings.Start(FindProgram().c_str(), used, environment.data(), process);
-    if (error != 0) {
-        // The file may have been removed or replaced since the program started.
-        error = settings.Start(OWN_PROGRAM, used, environment.data(), process);
-    }
-    channel.CloseReader();
-    m_process = static_cast<unsigned long>(process);
+    const SpawnSettings settings(channel.GetReader(), ready);
+    const std::string program = FindProgram();
+    Launch launch = {settings, program.c_str(), used, environment.data()};
+    const int error = RunBetween(launch);
+    m_process = static_cast<unsigned long>(launch.process);
+    m_end = error != 0 ? -1 : static_cast<int>(syscall(SYS_pidfd_open, launch.process, 0));
     errno = error;
     return error == 0;
 }
 
-bool HelperProcess::HasFailed(const CrashChannel& channel) const noexcept {
-    siginfo_t end = {};
-    const int found =
-        waitid(P_PID, static_cast<id_t>(m_process), &end, WEXITED | WNOHANG | WNOWAIT);
-    return (found != 0 || end.si_pid != 0) && !channel.HasReader();
+bool HelperProcess::HasEnded() const noexcept {
+    pollfd end = {m_end, POLLIN, 0};
+    return poll(&end, 1, 0) > 0;
 }
 
-bool HelperProcess::WaitUntilListening(const CrashChannel& channel, int seconds) noexcept {
-    const auto process = static_cast<pid_t>(m_process);
-    if (!WaitForEnd(process, seconds)) {
-        kill(process, SIGKILL);
+bool HelperProcess::WaitUntilListening(int seconds) noexcept {
+    constexpr int millisecondsPerSecond = 1000;
+    pollfd sources[] = {{m_ready, POLLIN, 0}, {m_end, POLLIN, 0}};
+    int count = 0;
+    do {
+        count = poll(sources, 2, seconds * millisecondsPerSecond);
+    } while (count < 0 && errno == EINTR);
+    char ready = 0;
+    if ((sources[0].revents & POLLIN) != 0 && read(m_ready, &ready, sizeof(ready)) == 1) {
+        return true;
     }
-    // Another thread that waits for any child may have reaped it.
-    while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
+    if (count == 0) {
+        kill(static_cast<pid_t>(m_process), SIGKILL);
     }
-    return channel.HasReader();
+    return false;
 }
 
 bool TakeVariable(const std::string& variable, std::string& value) {
@@ -199,21 +262,35 @@ bool TakeVariable(const std::string& variable, std::string& value) {
     if (found == nullptr) {
         return false;
     }
+    // Those of root are kept, because files of other users may have to be read and written.
+    const bool isReduced = getuid() == 0 || DropCapabilities();
+    if (!isReduced && HasAddedCapabilities()) {
+        return false;
+    }
     value = found;
     unsetenv(variable.c_str());
     return true;
 }
 
-IgnoredTerminationSignals::IgnoredTerminationSignals() noexcept {
+bool IsLostHelper(const std::string& ending) {
+    const std::string end = ending + '=' + INHERITED_CHANNEL_NAME;
+    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+        if (std::string_view(*entry).ends_with(end)) {
+            return HasInheritedChannel();
+        }
+    }
+    return false;
+}
+
+void IgnoreTerminationSignals() noexcept {
     for (const int signal : TERMINATION_SIGNALS) {
         std::signal(signal, SIG_IGN);
     }
 }
 
-IgnoredTerminationSignals::~IgnoredTerminationSignals() {
-    for (const int signal : TERMINATION_SIGNALS) {
-        std::signal(signal, SIG_DFL);
-    }
+void RestoreOwnSignals() noexcept {
+    std::signal(SIGALRM, SIG_DFL);
+    std::signal(SIGPIPE, SIG_DFL);
 }
 
 }  // namespace zel::platform

@@ -36,6 +36,10 @@ inline void ReturnToCaller(ucontext_t& context) noexcept {
     registers[STACK_REGISTER] += static_cast<greg_t>(sizeof(std::uintptr_t));
 }
 
+inline const auto& GetRegisters(const ucontext_t& context) noexcept {
+    return context.uc_mcontext.gregs;
+}
+
 #elif defined(__aarch64__)
 
 inline std::uintptr_t GetInstruction(const ucontext_t& context) noexcept {
@@ -52,6 +56,10 @@ inline std::uintptr_t GetReturnAddress(const ucontext_t& context) noexcept {
 
 inline void ReturnToCaller(ucontext_t& context) noexcept {
     context.uc_mcontext.pc = GetReturnAddress(context);
+}
+
+inline const auto& GetRegisters(const ucontext_t& context) noexcept {
+    return context.uc_mcontext.regs;
 }
 
 #elif defined(__s390x__)
@@ -72,8 +80,22 @@ inline void ReturnToCaller(ucontext_t& context) noexcept {
     context.uc_mcontext.psw.addr = GetReturnAddress(context);
 }
 
+inline const auto& GetRegisters(const ucontext_t& context) noexcept {
+    return context.uc_mcontext.gregs;
+}
+
 #else
 #error "Add this processor's program counter, stack pointer and return address."
 #endif
+
+// Returns a hash of the registers, by the FNV-1a method.
+inline std::uint64_t HashRegisters(const ucontext_t& context, std::uint64_t seed) noexcept {
+    constexpr std::uint64_t prime = 0x100000001B3;
+    std::uint64_t hash = seed ^ GetInstruction(context);
+    for (const auto value : GetRegisters(context)) {
+        hash = (hash ^ static_cast<std::uint64_t>(value)) * prime;
+    }
+    return hash;
+}
 
 }  // namespace zel::platform

@@ -4,8 +4,6 @@
 #include "zel/platform/linux/Symbolizer.h"
 #include "zel/platform/PathName.h"
 
-#include <algorithm>
-#include <array>
 #include <dlfcn.h>
 #include <errno.h>
 #include <link.h>
@@ -16,8 +14,6 @@ namespace zel::platform {
 
 namespace {
 
-constexpr std::size_t HEAD_FRAMES = 32;
-constexpr std::size_t TAIL_FRAMES = 32;
 // A corrupt stack can contain a cycle.
 constexpr std::size_t MAX_STEPS = 1'000'000;
 
@@ -44,21 +40,12 @@ StackFrame LocateFrame(std::uintptr_t address) {
     return frame;
 }
 
-// Reports the first frames at once, so that they are kept if a corrupt stack ends the walk by a
-// fault, and the last ones after the walk.
+// Follows the calls and keeps those from the start on.
 class StackWalk {
 public:
-    StackWalk(bool isOfCrash, StackTraceSink& sink)
-        : m_report(isOfCrash ? Symbolizer::ReportOfCrash : Symbolizer::Report), m_sink(sink) {}
+    explicit StackWalk(StackAddresses& stack) : m_stack(stack) {}
 
-    void Add(std::uintptr_t address) {
-        if (m_count < HEAD_FRAMES) {
-            m_report(LocateFrame(address), m_sink);
-        } else {
-            m_tail[m_count % TAIL_FRAMES] = address;
-        }
-        ++m_count;
-    }
+    void Add(std::uintptr_t address) { m_stack.Add(address); }
 
     // Adds the callers of the function that is executing `instruction`.
     void AddCallersOf(std::uintptr_t instruction) {
@@ -67,16 +54,11 @@ public:
         _Unwind_Backtrace(OnUnwound, this);
     }
 
-    bool Finish() {
-        const std::size_t late = m_count - std::min(m_count, HEAD_FRAMES);
-        const std::size_t kept = std::min(late, TAIL_FRAMES);
-        if (late > kept) {
-            m_sink.OnGap(late - kept);
-        }
-        for (std::size_t i = m_count - kept; i < m_count; ++i) {
-            m_report(LocateFrame(m_tail[i % TAIL_FRAMES]), m_sink);
-        }
-        return m_count != 0;
+    // Adds the function that a call returns to, and its callers.
+    void AddFrom(const void* returnAddress) {
+        m_start = reinterpret_cast<std::uintptr_t>(returnAddress);
+        m_isStartAdded = true;
+        _Unwind_Backtrace(OnUnwound, this);
     }
 
 private:
@@ -92,10 +74,10 @@ private:
         if (next == 0 || ++m_steps > MAX_STEPS) {
             return _URC_END_OF_STACK;
         }
-        if (m_isPastStart) {
+        const bool isPastStart = m_isPastStart;
+        m_isPastStart = isPastStart || next == m_start || IsInStartFunction(current);
+        if (isPastStart || (m_isPastStart && m_isStartAdded)) {
             Add(current);
-        } else {
-            m_isPastStart = next == m_start || IsInStartFunction(current);
         }
         return _URC_NO_REASON;
     }
@@ -105,14 +87,12 @@ private:
         return m_startFunction != nullptr && FindFunction(instruction) == m_startFunction;
     }
 
-    void (*const m_report)(const StackFrame&, StackTraceSink&);
-    StackTraceSink& m_sink;
+    StackAddresses& m_stack;
     std::uintptr_t m_start = 0;
     void* m_startFunction = nullptr;
+    bool m_isStartAdded = false;
     bool m_isPastStart = false;
     std::size_t m_steps = 0;
-    std::size_t m_count = 0;
-    std::array<std::uintptr_t, TAIL_FRAMES> m_tail = {};
 };
 
 // Unwinding reads the context that the kernel left on the stack, so a step back that is made in the
@@ -166,15 +146,25 @@ bool PrepareStackTrace(unsigned long processId, StackTraceSink& sink) {
     return Symbolizer::Prepare();
 }
 
-[[gnu::noinline]] bool WalkStack(const void* context, bool isOfCrash, StackTraceSink& sink) {
-    StackWalk walk(isOfCrash, sink);
+void CollectStack(const void* context, const void* returnAddress, StackAddresses& stack) {
+    StackWalk walk(stack);
     if (context == nullptr) {
-        walk.AddCallersOf(reinterpret_cast<std::uintptr_t>(__builtin_return_address(0)));
+        walk.AddFrom(returnAddress);
     } else {
         // Unchanged again when this returns.
         WalkFromFault(*static_cast<ucontext_t*>(const_cast<void*>(context)), walk);
     }
-    return walk.Finish();
+}
+
+void ReportFrame(std::uint64_t address, bool isOfCrash, StackTraceSink& sink) {
+    const StackFrame frame = LocateFrame(static_cast<std::uintptr_t>(address));
+    isOfCrash ? Symbolizer::ReportOfCrash(frame, sink) : Symbolizer::Report(frame, sink);
+}
+
+void ReportUnreadFrame(std::uint64_t address, StackTraceSink& sink) {
+    StackFrame frame = LocateFrame(static_cast<std::uintptr_t>(address));
+    frame.isUnread = true;
+    sink.OnFrame(frame);
 }
 
 }  // namespace zel::platform

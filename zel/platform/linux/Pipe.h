@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace zel::platform {
+
+/// Closes a descriptor, if it is one, and sets it to -1. Leaves `errno` unchanged.
+inline void CloseDescriptor(int& descriptor) noexcept {
+    if (descriptor >= 0) {
+        const int error = errno;
+        close(descriptor);
+        descriptor = -1;
+        errno = error;
+    }
+}
+
+/// Opens a pipe that other programs don't inherit, with descriptors above those of the standard
+/// streams: a program that was started without some of these may open them later. Returns false,
+/// with the system's error number, on failure.
+inline bool OpenPipe(int& reader, int& writer, int flags) noexcept {
+    constexpr int lowestDescriptor = 10;
+    int ends[2] = {-1, -1};
+    if (pipe2(ends, flags | O_CLOEXEC) != 0) {
+        return false;
+    }
+    reader = fcntl(ends[0], F_DUPFD_CLOEXEC, lowestDescriptor);
+    writer = reader < 0 ? -1 : fcntl(ends[1], F_DUPFD_CLOEXEC, lowestDescriptor);
+    CloseDescriptor(ends[0]);
+    CloseDescriptor(ends[1]);
+    if (writer < 0) {
+        CloseDescriptor(reader);
+    }
+    return writer >= 0;
+}
+
+}  // namespace zel::platform

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <csignal>
+#include <ucontext.h>
+
+namespace zel::platform {
+
+/// The actions of the fault signals before faults were caught.
+
+using SignalHandler = void (*)(int signal, siginfo_t* info, void* context);
+
+/// Installs `handler` for all fault signals and keeps the previous actions.
+void InstallHandler(SignalHandler handler) noexcept;
+
+/// Calls the previous handler of the signal, if there is one. Returns true if the program
+/// continues: the handler has returned, has kept the signal caught, and the same fault hasn't come
+/// back.
+bool RecoversByPreviousHandler(int signal, siginfo_t& info, ucontext_t& context) noexcept;
+
+/// Returns whether the signal was sent and the program ignores it. The signal of `abort` isn't
+/// ignored, because that ends the process all the same.
+bool IsIgnored(int signal, const siginfo_t& info) noexcept;
+
+}  // namespace zel::platform
