@@ -1,6 +1,9 @@
 #pragma once
 
-// The whole family of variants: values whose type is known at run time only.
+/// @file
+/// All headers of the variant module.
+///
+/// Guide: docs/variants.md
 
 #include "zel/variant/VariantBase.h"
 #include "zel/variant/VariantBuffer.h"

@@ -1,61 +1,64 @@
 #pragma once
 
-#include "zel/foundation/Log.h"
 #include "zel/variant/VariantValue.h"
 
 #include <utility>
 
 namespace zel {
 
-// The log area of the whole family.
-extern const LogArea s_variantLog;
-
-// What the family's own code reaches inside a variant.
+// Access to the inside of a variant for the module's own code.
 class VariantAccess {
 public:
-    static CriticalSection* GetLock(const VariantBase& variant) { return &variant.m_cs; }
+    // Null, which CriticalSectionLock takes for no lock, if the variant is null.
+    static CriticalSection* GetLock(const VariantBase* variant) {
+        return variant != nullptr ? &variant->m_cs : nullptr;
+    }
+
     static bool IsFixed(const VariantBase& variant) { return variant.m_isFixed; }
     static void SetFixed(VariantBase& variant, bool isFixed) { variant.m_isFixed = isFixed; }
 
-    // The value of a Variant<T>, null for any other variant. For use under the variant's lock.
+    // Returns the value of a Variant<T>, null for any other variant. Requires: the variant's lock
+    // is held.
     template <class T>
-    static T* FindValue(VariantBase* variant) {
-        return variant->m_valueCode == ValueTraits<T>::Code
-                   ? &static_cast<Variant<T>*>(variant)->m_value
+    static T* FindValue(VariantBase& variant) {
+        return variant.m_valueCode == ValueTraits<T>::Code
+                   ? &static_cast<Variant<T>&>(variant).m_value
                    : nullptr;
     }
 
     template <class T>
-    static const T* FindValue(const VariantBase* variant) {
-        return FindValue<T>(const_cast<VariantBase*>(variant));
+    static const T* FindValue(const VariantBase& variant) {
+        return FindValue<T>(const_cast<VariantBase&>(variant));
     }
 
-    // The identifier by which the three forms choose their road: whatever has the fixed flag goes
-    // the way of a variable-sized array, and a scalar that has it fails there.
-    static int GetFormID(const VariantBase& variant) {
-        const int id = variant.GetTypeID();
-        return IsFixed(variant) ? (id & ~TypeID::FIXED_ARRAY) | TypeID::VARIABLE_ARRAY : id;
-    }
-
-    // SetValue, which takes the array over where it can.
-    template <class E>
-    static bool StoreArray(VariantBase* variant, std::vector<E>&& values, bool throwOnError) {
-        CriticalSectionLock lock(GetLock(*variant));
-        std::vector<E>* const target = FindValue<std::vector<E>>(variant);
-        if (target == nullptr || IsFixed(*variant)) {
-            return variant->SetValue(values, throwOnError);
+    // Returns the variant's own value if it is a T, else its conversion to T, which is stored in
+    // `converted`; null if GetValue refuses. Requires: the variant's lock is held.
+    template <class T>
+    static const T* Fetch(const VariantBase& variant, T& converted) {
+        if (const T* const own = FindValue<T>(variant)) {
+            return own;
         }
-        *target = std::move(values);
-        return true;
+        return variant.GetValue(&converted, false) ? &converted : nullptr;
     }
 
-    // The same for text that a form has read: text that doesn't fit an array of numbers throws
-    // StringUtilsEx and leaves the variant as it was.
-    static bool StoreArray(VariantBase* variant, std::vector<std::string>&& values,
-                           bool throwOnError);
+    // Moves `value` into the variant if types and sizes allow, else calls SetValue. Requires: the
+    // variant's lock is held.
+    template <class T>
+    static bool Store(VariantBase& variant, T&& value, bool throwOnError) {
+        T* const own = FindValue<T>(variant);
+        if (own != nullptr && (!ValueTraits<T>::IsArray || !IsFixed(variant))) {
+            *own = std::move(value);
+            return true;
+        }
+        return variant.SetValue(value, throwOnError);
+    }
+
+    // As above, for strings that a form has read: if one doesn't fit an array of numbers, throws
+    // StringUtilsEx and leaves the variant unchanged.
+    static bool Store(VariantBase& variant, std::vector<std::string>&& values, bool throwOnError);
 };
 
-// Assigns the whole value or, when memory runs out, nothing: a vector assigns string by string.
+// Assigns the whole value or, if memory runs out, nothing: a vector assigns string by string.
 template <class T>
 void AssignWhole(T& target, const T& value) {
     if constexpr (std::is_same_v<T, std::vector<std::string>>) {
@@ -65,13 +68,12 @@ void AssignWhole(T& target, const T& value) {
     }
 }
 
-// Calls `visit` with a tag of the element type that `code` stands for, and gives its result;
-// `otherwise` if there is none.
+// Carries an element type to a generic lambda.
 template <class T>
-struct ElementTag {
-    using Element = T;
-};
+struct ElementTag {};
 
+// Calls `visit` with the tag of the element type whose code is `code` and returns its result;
+// returns `otherwise` if there is no such type.
 template <class Result, class Visit>
 Result VisitElementType(int code, Result otherwise, Visit visit) {
     switch (code) {
@@ -83,6 +85,21 @@ Result VisitElementType(int code, Result otherwise, Visit visit) {
         default:
             return otherwise;
     }
+}
+
+// Dispatches a form: calls one of the two with the variant's element type. A fixed-size array is
+// dispatched as a variable-size array, and so is a scalar with the fixed flag, which every array
+// function rejects.
+template <class Result, class Scalar, class Array>
+Result VisitForm(const VariantBase& variant, Result otherwise, Scalar visitScalar,
+                 Array visitArray) {
+    const int id = variant.GetTypeID();
+    const int elementCode = id & ~TypeID::ARRAY_BITS;
+    if (VariantAccess::IsFixed(variant) || (id & TypeID::ARRAY_BITS) == TypeID::VARIABLE_ARRAY) {
+        return VisitElementType(elementCode, otherwise, visitArray);
+    }
+    return (id & TypeID::ARRAY_BITS) == 0 ? VisitElementType(id, otherwise, visitScalar)
+                                          : otherwise;
 }
 
 }  // namespace zel

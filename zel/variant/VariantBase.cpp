@@ -2,25 +2,18 @@
 
 #include "zel/core/StringUtils.h"
 #include "zel/variant/VariantAccess.h"
+#include "zel/variant/VariantMessages.h"
 
-#include <cstring>
 #include <limits>
 
 namespace zel {
 
 const LogArea s_variantLog("Variant", 3);
 
-const char VariantBase::STRING_VECTOR_SEPARATOR = '`';
-
 VariantEx::VariantEx(const std::string& message, const std::string& file, int line)
     : Exception("VariantEx", message, file, line) {}
 
 VariantBase::~VariantBase() = default;
-
-bool VariantBase::IsNotEqual(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
-                             bool requireAll) const {
-    return !IsEqual(std::move(other), throwOnError, expandSingle, requireAll);
-}
 
 void VariantBase::LogMessage(const char* message) {
     if (message != nullptr) {
@@ -48,9 +41,9 @@ RCPtr<VariantBase> Create(int id, bool isFixed) {
     VariantAccess::SetFixed(*variant, isFixed);
     using E = typename ValueTraits<T>::Element;
     constexpr const char* before = ValueTraits<T>::IsArray ? "std::vector< " : "";
-    constexpr const char* behind = ValueTraits<T>::IsArray ? " >" : " ";
+    constexpr const char* after = ValueTraits<T>::IsArray ? " >" : " ";
     Log(s_variantLog, 5, "[VariantBase::CreateVariantByID] Created variant of type ", before,
-        ElementTraits<E>::Spelling, behind, "(id=", id, ")");
+        ElementTraits<E>::Spelling, after, "(id=", id, ")");
     return variant;
 }
 
@@ -85,13 +78,12 @@ RCPtr<VariantBase> VariantBase::CreateByID(int id) {
         return none;
     }
     if ((id & TypeID::ARRAY_BITS) == 0) {
-        return VisitElementType(
-            id, none, [&](auto tag) { return Create<typename decltype(tag)::Element>(id, false); });
+        return VisitElementType(id, none,
+                                [&]<class T>(ElementTag<T>) { return Create<T>(id, false); });
     }
     const bool isFixed = (id & TypeID::FIXED_ARRAY) != 0;
-    return VisitElementType(id & ~TypeID::ARRAY_BITS, none, [&](auto tag) {
-        using E = typename decltype(tag)::Element;
-        return Create<std::vector<E>>(ValueTraits<std::vector<E>>::Code, isFixed);
+    return VisitElementType(id & ~TypeID::ARRAY_BITS, none, [&]<class T>(ElementTag<T>) {
+        return Create<std::vector<T>>(ValueTraits<std::vector<T>>::Code, isFixed);
     });
 }
 
@@ -123,7 +115,7 @@ std::string VariantBase::GetTypeName() const {
     const int id = GetTypeID() & lowBits;
     const char* const name = VisitElementType<const char*>(
         id & ~TypeID::ARRAY_BITS, nullptr,
-        [](auto tag) { return ElementTraits<typename decltype(tag)::Element>::Name; });
+        []<class T>(ElementTag<T>) { return ElementTraits<T>::Name; });
     if (name == nullptr) {
         zel::Throw<Exception>(s_variantLog, "Unknown Type: ", id);
     }

@@ -11,82 +11,105 @@
 
 namespace zel {
 
-// Raised by the operations of variants.
+/// Thrown by the operations of variants.
 class ZEL_ADVANCED_API VariantEx : public Exception {
 public:
     VariantEx(const std::string& message, const std::string& file, int line);
 };
 
-// A value whose type is known at run time only: one of 22, a number, a string, or an array of
-// either. It is always handled through an RCPtr; Variant<T> is the class that holds it.
-//
-//     RCPtr<VariantBase> speed = VariantBase::CreateByTypeName("F32");
-//     speed->SetValue(std::string("2.5"), true);
-//     double metres = 0;
-//     speed->GetValue(&metres, true);
-//
-// Type names are U8 U16 U32 U64 S8 S16 S32 S64 F32 D64 string, with [] behind for a variable-sized
-// array and [8] for a fixed-size one. Type identifiers are told at TypeID.
-//
-// `throwOnError`, wherever it is asked for: true throws VariantEx for a failure, false logs its
-// message at level 3 and gives false. A failure leaves variant and arguments as they were, unless
-// told otherwise.
-//
-// Every variant has a lock of its own, which the operations take unless their comment says
-// "unlocked". The locks of two variants are never held together.
+/// A value whose type is known only at run time: a number, a string, or an array of either.
+/// `Variant<T>` is the class that stores it. A variant is usually owned by an `RCPtr`; one whose
+/// type is known may also be a local variable or a member.
+///
+///     RCPtr<VariantBase> speed = VariantBase::CreateByTypeName("F32");
+///     speed->SetValue(std::string("2.5"), true);
+///     double metres = 0;
+///     speed->GetValue(&metres, true);
+///
+/// The type names are `U8 U16 U32 U64 S8 S16 S32 S64 F32 D64 string`, followed by `[]` for a
+/// variable-size array and by a size, as in `[8]`, for a fixed-size array. The type IDs are
+/// described at `TypeID`.
+///
+/// | `throwOnError` | On failure |
+/// |---|---|
+/// | true | logs the message at level 2 and throws: `VariantEx`, or `Exception` where the function says so |
+/// | false | logs the message at level 3, unless the function says that it doesn't, and returns false |
+///
+/// A failure leaves the variant and the arguments unchanged, unless the function says otherwise.
+///
+/// Thread-safe, except for the functions marked "Unlocked". Each variant has a lock, which the other
+/// functions hold from start to end, also while they log and while they read or write a stream. The
+/// locks of two variants are never held together.
+///
+/// Guide: docs/variants.md
 class ZEL_ADVANCED_API VariantBase : public RCObject {
 public:
-    // Stands between the elements of an array in the text form.
+    /// The character between the elements of an array in the text form.
     static const char STRING_VECTOR_SEPARATOR;
 
     ~VariantBase() override;
 
-    // The runtime's name of the value's type, and its type_info. Unlocked.
+    /// Returns the name that the C++ runtime gives the value's type. Unlocked.
     virtual std::string GetType() const = 0;
+
+    /// Returns the value's type, `T` of `Variant<T>`. Unlocked.
     virtual const std::type_info& GetTypeInfo() const = 0;
 
-    // The identifier of the type, as TypeID tells. Unlocked.
+    /// Returns the type ID, whose bits are described at `TypeID`. Unlocked.
     virtual int GetTypeID() const = 0;
 
-    // 1 for a scalar; a string is a scalar. Like GetSize, never more than an int can count.
+    /// Returns the number of elements of an array, at most INT_MAX; 1 for a scalar. A string is a
+    /// scalar.
     virtual int GetNumberOfElements() const = 0;
 
-    // Cuts an array or appends zeros or empty strings, also one of fixed size; does nothing to a
-    // scalar.
+    /// Truncates an array or appends zeros or empty strings, even if its size is fixed. Does nothing
+    /// to a scalar.
     virtual void SetNumberOfElements(unsigned int count) = 0;
 
-    // The sizeof of one element. Unlocked.
+    /// Returns the `sizeof` of one element. Unlocked.
     virtual int GetSizeOfElement() const = 0;
 
-    // The bytes of all numbers, or the characters of all strings.
+    /// Returns the size of all numbers in bytes, or the length of all strings; at most INT_MAX.
     virtual int GetSize() const = 0;
 
-    // The value of a numeric scalar; all others fail, a false result with no line in the log. A
-    // null `value` fails too. Unlocked.
+    /// Reads the value of a numeric scalar. Fails for any other variant and if `value` is null;
+    /// without `throwOnError`, nothing is logged then. Unlocked.
     virtual bool GetValueAsDouble(double* value, bool throwOnError) const = 0;
 
-    // A new variant of the same type, value and fixed flag.
+    /// Returns a new variant of the same type, value and fixed flag.
     virtual RCPtr<VariantBase> Clone() const = 0;
 
-    // Set each number to the limit of its type (for a float or double the smallest and the largest
-    // positive normal one), and each character of a string to 1 or 255. Unlocked.
+    ///@{
+    /// Sets each number to the limit of its type and each character of a string to 1 or 255. The
+    /// limits of `float` and `double` are the smallest and the largest positive normal number.
+    /// Unlocked.
     virtual void SetMinimumValue() = 0;
     virtual void SetMaximumValue() = 0;
+    ///@}
 
-    // The six comparisons read `other` into this variant's type, by GetValue, and compare the two
-    // values. A null `other` and a refused read are failures, without a line in the log for the
-    // null. Arrays of different lengths are unequal and in no order, unless `expandSingle` lets one
-    // element stand for as many as the other has. Of the pairs of two arrays all must match with
-    // `requireAll` and without `requireAny`, and one is enough otherwise. Two arrays without a pair
-    // give `requireAll`, or the opposite of `requireAny`. Scalars ignore the last two arguments.
+    /// Compares this variant with `other`, whose value is first read into this variant's type by the
+    /// rules of GetValue; so only `other` is converted. A null `other` and a refused read are
+    /// failures; the former isn't logged.
+    ///
+    /// Arrays are compared pair by pair. `expandSingle` makes an array of one element as long as the
+    /// other array, by repeating the element; arrays that still differ in length compare false. How
+    /// the pairs combine depends on the last argument, **which has opposite senses**:
+    ///
+    /// | Functions | Last argument | true | false | No pair |
+    /// |---|---|---|---|---|
+    /// | IsEqual | `requireAll` | all pairs are equal | one pair is | `requireAll` |
+    /// | the four of order | `requireAny` | one pair is in order | all pairs are | `!requireAny` |
+    ///
+    /// Scalars ignore the last two arguments. A NaN is unequal to everything and in no order.
     virtual bool IsEqual(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
                          bool requireAll) const = 0;
 
-    // The opposite of IsEqual, so true for a failure.
+    /// Returns the opposite of IsEqual, so true on failure.
     virtual bool IsNotEqual(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
                             bool requireAll) const;
 
-    // The order of the two values, by the rule told at IsEqual.
+    ///@{
+    /// Compares the order of the two values by the rules given at IsEqual.
     virtual bool IsLessThan(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
                             bool requireAny) const = 0;
     virtual bool IsLessThanOrEqualTo(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
@@ -95,91 +118,140 @@ public:
                                bool requireAny) const = 0;
     virtual bool IsGreaterThanOrEqualTo(RCPtr<VariantBase> other, bool throwOnError,
                                         bool expandSingle, bool requireAny) const = 0;
+    ///@}
 
-    // Stores a value. A number goes into its own type, a wider one of its class, and a double; an
-    // array likewise, by its elements. A fixed-size array that has elements takes only as many.
-    // Text goes into every type by its text form; an array of strings into an array of numbers
-    // element by element, where one that is no number throws StringUtilsEx, whatever `throwOnError`
-    // says, and leaves the array with those ahead of it.
+    /// Sets the value, converted to the variant's type if necessary:
+    ///
+    /// | Value | Variant | Result |
+    /// |---|---|---|
+    /// | number | number | converted if `TypeID::MayConvert` allows the two types |
+    /// | number | string | refused |
+    /// | `std::string` | any | parsed as the text form without a count |
+    /// | array of numbers | array of numbers | as number to number, element by element |
+    /// | array of numbers | array of strings | refused |
+    /// | array of strings | array of numbers | each string parsed, see below |
+    /// | scalar but a string | array | refused |
+    /// | array | scalar | refused |
+    ///
+    /// A fixed-size array refuses another number of elements, unless it has none yet. Even then it
+    /// refuses an array of numbers of another type.
+    ///
+    /// A string that is no number throws `StringUtilsEx`, whatever `throwOnError` is, and leaves an
+    /// array of numbers with the elements before that string.
     template <class T>
     bool SetValue(const T& value, bool throwOnError) {
         ZEL_ASSERT_VARIANT_VALUE(T);
         return StoreValue(value, throwOnError);
     }
 
-    // Fetches the value, by the same rule in the other direction; `value` isn't null. Everything
-    // can be read as text. When elements are converted, they are appended to what `*value` holds;
-    // else it is replaced.
+    /// Reads the value, converted to `T` if necessary by the rules of SetValue in the other
+    /// direction. Every variant can be read as a `std::string`, which is its text form. Elements
+    /// that are converted are appended to `*value`; a value of the variant's own type replaces it.
+    /// Requires: `value` isn't null.
     template <class T>
     bool GetValue(T* value, bool throwOnError) const {
         ZEL_ASSERT_VARIANT_VALUE(T);
         return FetchValue(value, throwOnError);
     }
 
-    // The text form: a number or the string itself; of an array the elements with the separator
-    // between them, and with `withSize` their count and a separator in front. Nothing is escaped:
-    // an element that holds the separator comes back as several. An array of one empty string comes
-    // back with no element, and one without elements that was written with its count isn't read
-    // again. An 8-bit number is cut to its low 8 bits when read. A failure is logged, and gives
-    // false or an empty text.
+    /// Parses the text form, which is a number or the string itself; for an array the elements with
+    /// STRING_VECTOR_SEPARATOR between them, preceded by their count and a separator if `withSize`.
+    /// Logs at level 3 and returns false if the text doesn't fit; the variant keeps its value then.
+    ///
+    /// Nothing is escaped or repaired, so some values don't survive the text form:
+    ///
+    /// | Value or text | Is read as |
+    /// |---|---|
+    /// | a string that contains the separator | several elements |
+    /// | an array of one empty string, without count | no element; refused if the size is fixed |
+    /// | an array without elements, with count | refused |
+    /// | an 8-bit number beyond 8 bits | its low 8 bits |
+    /// | an 8-bit number beyond 16 bits | refused |
     bool ReadValueFromString(const std::string& text, bool withSize);
+
+    /// Returns the text form. A scalar with the fixed flag has none: the failure is logged at level
+    /// 3 and the text is empty.
     std::string WriteValueToString(bool withSize) const;
 
-    // Inserts the element that `text` gives before the one at `index`, or at the end for a negative
-    // `index`. False for a scalar. With `throwOnError` some failures are an Exception.
+    /// Inserts the element that `text` is parsed to before the element at `index`, or appends it if
+    /// `index` is negative. Refuses an `index` at or after the end, a fixed-size array, an 8-bit
+    /// number beyond 8 bits and a null `text`. With `throwOnError` these throw `Exception`, or
+    /// VariantEx for the fixed size. Returns false for a scalar, without logging or throwing.
     bool AddElementToVectorAsString(int index, const char* text, bool throwOnError);
 
-    // Removes an element of a variable-sized array; an `index` outside it removes nothing, with
-    // true. False for a scalar and a fixed-size array.
+    /// Removes the element at `index` of a variable-size array; does nothing and returns true if
+    /// there is none. Returns false for a scalar and a fixed-size array, without logging or
+    /// throwing.
     bool RemoveElementFromVector(int index, bool throwOnError);
 
-    // The stream form: numbers with their most significant byte first, a string with a byte 0
-    // behind it, an array with its count of elements in 8 bytes in front. A string that holds a
-    // byte 0 loses what is behind it. A read that fails is logged and leaves the stream where it
-    // was noticed; a write doesn't look at the stream's state. A count that no memory can hold
-    // throws.
+    /// Reads the stream form: numbers with their most significant byte first; a string followed by a
+    /// byte 0; an array preceded by its number of elements in 8 bytes. Logs at level 3 and returns
+    /// false if the stream ends early or throws a `std::exception`, or if the variant doesn't take
+    /// the value; the bytes that were read stay consumed and the variant keeps its value.
+    ///
+    /// A count is not trusted: memory grows with the bytes that arrive. A count of more bytes than an
+    /// address space can have throws `std::bad_alloc`.
     bool ReadValueFromStream(std::istream& in);
+
+    /// Writes the stream form. A string that contains a byte 0 is written whole, but is read only up
+    /// to that byte. The state of the stream isn't checked. Returns false, after logging at level 3,
+    /// only for a scalar with the fixed flag.
     bool WriteValueToStream(std::ostream& out);
 
-    // The same bytes in a block of memory outside the variant, with the count of an array only if
-    // `withSize`; without it, as many elements are read as the array has. `bytes` is what may be
-    // used from `buffer` on; a success takes off what it used and gives the address behind it. A
-    // failure is logged, gives null and changes nothing.
+    ///@{
+    /// Reads or writes the buffer form at `buffer`, which needs no alignment and lies outside the
+    /// variant. The bytes are those of the stream form, with two exceptions: an array has its count
+    /// only if `withSize`; and the characters after the first byte 0 of a string are written as
+    /// zeros. Without a count, as many elements are read as the array has; an array of numbers must
+    /// have some.
+    ///
+    /// `bytes` is the number of bytes available at `buffer`. On success the number used is
+    /// subtracted, and the address after the last byte is returned. On failure the message is logged
+    /// at level 3, null is returned, and variant, buffer and `bytes` are unchanged.
     void* ReadValueFromBuffer(void* buffer, unsigned long long& bytes, bool withSize);
     void* WriteValueToBuffer(void* buffer, unsigned long long& bytes, bool withSize);
+    ///@}
 
-    // Whether it is an array, of either kind. Unlocked.
+    /// Returns whether the value is an array, of fixed or variable size. Unlocked.
     bool IsArray() const { return (GetTypeID() & TypeID::ARRAY_BITS) != 0; }
 
-    // The name that CreateByTypeName takes. Throws Exception for a class outside the 22.
+    /// Returns the type name, as CreateByTypeName takes it. Throws `Exception` if the type ID of a
+    /// user-defined class is none of the 22.
     std::string GetTypeName() const;
 
-    // The identifier of an integer element type of `size` bytes.
+    /// Returns the type ID of an integer type of `size` bytes, without checking it. Thread-safe.
     static int MakeID(bool isSigned, unsigned short size) {
         constexpr int signedClass = 0x20;
         constexpr int unsignedClass = 0x10;
         return (isSigned ? signedClass : unsignedClass) | size;
     }
 
-    // A new variant with a default value; null for an unknown identifier. A fixed-size array has no
-    // elements yet: SetNumberOfElements gives it its size.
+    /// Returns a new variant with a default value, null for an unknown type ID. A fixed-size array
+    /// has no elements until SetNumberOfElements. Thread-safe.
     static RCPtr<VariantBase> CreateByID(int id);
 
-    // The same by name, a fixed-size array with its elements. Throws Exception for a bad name.
+    /// Returns a new variant with a default value; a fixed-size array has its elements. Throws
+    /// `Exception` for an unknown name, a missing `]`, and a size that is no number or exceeds
+    /// INT_MAX. Characters after the `]` are ignored. Thread-safe.
     static RCPtr<VariantBase> CreateByTypeName(const std::string& name);
 
-    // Log at level 3 and 5 in the area of variants, and throw VariantEx; none does anything for
-    // null.
+    ///@{
+    /// Logs in the log area of variants, at level 3 or 5. Does nothing if `message` is null.
+    /// Thread-safe.
     static void LogMessage(const char* message);
     static void LogDebugMessage(const char* message);
+    ///@}
+
+    /// Logs at level 2 and throws VariantEx. Returns if `message` is null. Thread-safe.
     static void Throw(const char* message);
 
 protected:
-    // A class of one's own; GetValue and SetValue know only the 22.
+    /// Constructs the base of a user-defined class, which GetValue and SetValue refuse.
     VariantBase() = default;
 
-    // `valueCode` is ValueTraits<T>::Code of the derived Variant<T>.
+    /// Constructs the base of `Variant<T>`. `valueCode` is `ValueTraits<T>::Code`.
     VariantBase(int valueCode, bool isFixed) : m_isFixed(isFixed), m_valueCode(valueCode) {}
+
     VariantBase(const VariantBase& other)
         : RCObject(), m_isFixed(other.m_isFixed), m_valueCode(other.m_valueCode) {}
     VariantBase& operator=(const VariantBase& other) noexcept {
@@ -187,9 +259,8 @@ protected:
         return *this;
     }
 
-    // Whether an array keeps its size, and the variant's lock, which guards the value.
-    bool m_isFixed = false;
-    mutable CriticalSection m_cs;
+    bool m_isFixed = false;       ///< Whether an array keeps its size.
+    mutable CriticalSection m_cs;  ///< The variant's lock, which guards the value.
 
 private:
     friend class VariantAccess;
@@ -201,13 +272,5 @@ private:
 
     const int m_valueCode = 0;
 };
-
-#define ZEL_DECLARE_VALUE_ACCESS(T, ...)                                       \
-    extern template bool VariantBase::StoreValue(const T&, bool);              \
-    extern template bool VariantBase::StoreValue(const std::vector<T>&, bool); \
-    extern template bool VariantBase::FetchValue(T*, bool) const;              \
-    extern template bool VariantBase::FetchValue(std::vector<T>*, bool) const;
-ZEL_FOR_EACH_ELEMENT(ZEL_DECLARE_VALUE_ACCESS)
-#undef ZEL_DECLARE_VALUE_ACCESS
 
 }  // namespace zel

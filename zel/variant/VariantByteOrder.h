@@ -3,18 +3,20 @@
 #include "zel/foundation/Export.h"
 #include "zel/variant/ElementTypes.h"
 
+/// @file
+/// Byte order of the stream form and the buffer form.
+///
+/// Guide: docs/variants.md
+
 namespace zel {
 
-// True on a host whose numbers have their most significant byte first in memory.
+/// Returns whether the host stores numbers with their most significant byte first. Thread-safe.
 ZEL_ADVANCED_API bool Variant_IsInNetworkOrder();
 
-// Turns a number of the host to network order, and back. `force` reverses the bytes on every host.
-// A float or double whose bytes are reversed is a pattern of bits, not a number to reckon with.
+/// Converts a number from host to network order, or back. `force` reverses the bytes on every host.
+/// A float or double whose bytes are reversed is a bit pattern to store, not a number to compute
+/// with. Thread-safe.
 template <NumericElement T>
 ZEL_ADVANCED_API T Variant_ToNetworkOrder(T value, bool force);
-
-#define ZEL_DECLARE_BYTE_ORDER(T, ...) extern template T Variant_ToNetworkOrder(T, bool);
-ZEL_FOR_EACH_NUMERIC_ELEMENT(ZEL_DECLARE_BYTE_ORDER)
-#undef ZEL_DECLARE_BYTE_ORDER
 
 }  // namespace zel

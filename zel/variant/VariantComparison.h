@@ -5,10 +5,16 @@
 
 #include <vector>
 
+/// @file
+/// The comparisons of two arrays.
+///
+/// Guide: docs/variants.md
+
 namespace zel {
 
-// Compare two arrays pair by pair, as the comparisons of VariantBase do. `left` and `right` aren't
-// null and aren't changed.
+///@{
+/// Compares two arrays pair by pair, as described at IsEqual of VariantBase; neither is changed.
+/// Requires: `left` and `right` aren't null. Thread-compatible: const calls may run concurrently.
 template <VariantElement T>
 ZEL_ADVANCED_API bool IsEqualImp(std::vector<T>* left, std::vector<T>* right, bool expandSingle,
                                  bool requireAll);
@@ -24,14 +30,6 @@ ZEL_ADVANCED_API bool IsGreaterThanImp(std::vector<T>* left, std::vector<T>* rig
 template <VariantElement T>
 ZEL_ADVANCED_API bool IsGreaterThanOrEqualImp(std::vector<T>* left, std::vector<T>* right,
                                               bool expandSingle, bool requireAny);
-
-#define ZEL_DECLARE_COMPARISONS(T, ...)                                                      \
-    extern template bool IsEqualImp(std::vector<T>*, std::vector<T>*, bool, bool);           \
-    extern template bool IsLessThanImp(std::vector<T>*, std::vector<T>*, bool, bool);        \
-    extern template bool IsLessThanOrEqualImp(std::vector<T>*, std::vector<T>*, bool, bool); \
-    extern template bool IsGreaterThanImp(std::vector<T>*, std::vector<T>*, bool, bool);     \
-    extern template bool IsGreaterThanOrEqualImp(std::vector<T>*, std::vector<T>*, bool, bool);
-ZEL_FOR_EACH_ELEMENT(ZEL_DECLARE_COMPARISONS)
-#undef ZEL_DECLARE_COMPARISONS
+///@}
 
 }  // namespace zel

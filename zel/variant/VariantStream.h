@@ -2,11 +2,21 @@
 
 #include "zel/variant/VariantBase.h"
 
-// The work behind the stream form of VariantBase, for whoever knows the element type T. `variant`
-// may be null, which is reported. An array of numbers that is read as one of strings throws
-// StringUtilsEx for a text that is no number, and stays as it was. The variant's lock is taken
-// while its value is fetched or stored, not while the stream works.
+/// @file
+/// The implementations of the stream form of VariantBase, for callers that know the element type
+/// `T`. `variant` may be null, which is reported as a failure.
+///
+/// Failures are logged at level 3 and return false. If `T` is `std::string` but the variant an array
+/// of numbers, a string that is no number throws `StringUtilsEx`. A failure leaves the variant
+/// unchanged.
+///
+/// The variant's lock is held while the value is fetched or stored, not while the stream works. Not
+/// thread-safe for the stream.
+///
+/// Guide: docs/variants.md
 
+///@{
+/// Do what the functions of VariantBase with these names do.
 template <zel::VariantElement T>
 ZEL_ADVANCED_API bool ReadScalarValueFromStreamImp(zel::VariantBase* variant, std::istream& in);
 template <zel::VariantElement T>
@@ -15,11 +25,4 @@ template <zel::VariantElement T>
 ZEL_ADVANCED_API bool ReadVectorValueFromStreamImp(zel::VariantBase* variant, std::istream& in);
 template <zel::VariantElement T>
 ZEL_ADVANCED_API bool WriteVectorValueToStreamImp(zel::VariantBase* variant, std::ostream& out);
-
-#define ZEL_DECLARE_STREAM(T, ...)                                                          \
-    extern template bool ReadScalarValueFromStreamImp<T>(zel::VariantBase*, std::istream&); \
-    extern template bool WriteScalarValueToStreamImp<T>(zel::VariantBase*, std::ostream&);  \
-    extern template bool ReadVectorValueFromStreamImp<T>(zel::VariantBase*, std::istream&); \
-    extern template bool WriteVectorValueToStreamImp<T>(zel::VariantBase*, std::ostream&);
-ZEL_FOR_EACH_ELEMENT(ZEL_DECLARE_STREAM)
-#undef ZEL_DECLARE_STREAM
+///@}

@@ -6,40 +6,53 @@
 
 namespace zel {
 
-// The limits of an element type, as SetMinimumValue and SetMaximumValue of VariantBase set them. A
-// string keeps its length.
+/// The limits of an element type that SetMinimumValue and SetMaximumValue of VariantBase set. A
+/// string keeps its length. Not thread-safe.
 template <VariantElement T>
 class Variant_GetLimitsImp {
 public:
+    ///@{
+    /// Sets `value` to the limit.
     static void GetMax(T& value);
     static void GetMin(T& value);
+    ///@}
 };
 
-// Resizes an array, as SetNumberOfElements of VariantBase does.
+/// Resizes an array as SetNumberOfElements of VariantBase does. Requires: `values` isn't null. Not
+/// thread-safe.
 template <VariantElement T>
 ZEL_ADVANCED_API void SetNumberOfElementsImp(std::vector<T>* values, unsigned int count);
 
-// A variant whose type is known here. It may stand on the stack, or be shared by an RCPtr.
-//
-//     RCPtr<VariantBase> speed(new Variant<float>(2.5F));
+/// A variant whose type is known at compile time. It may be a local variable or a member, or be
+/// owned by an `RCPtr`, but not both.
+///
+///     RCPtr<VariantBase> speed(new Variant<float>(2.5F));
+///
+/// Thread-safe as described at VariantBase.
+///
+/// Guide: docs/variants.md
 template <class T>
 class Variant : public VariantBase {
 public:
     ZEL_ASSERT_VARIANT_VALUE(T);
 
-    // Holds `value`: by default a zero, an empty string or no elements. `isFixed` makes an array
-    // keep its size.
+    /// Constructs a variant with zero, an empty string or no elements.
     Variant() : Variant(T()) {}
+
+    /// Constructs a variant with `value`. `isFixed` makes an array keep its size; a scalar with this
+    /// flag has no text, stream or buffer form.
     explicit Variant(const T& value, bool isFixed = false)
         : VariantBase(ValueTraits<T>::Code, isFixed), m_value(value) {}
 
-    // A copy has a lock and a count of its own. Unlocked, and so is the assignment, which copies
-    // value and fixed flag.
+    /// Copies value and fixed flag; lock and reference count are new. Unlocked.
     Variant(const Variant&) = default;
+
+    /// Copies value and fixed flag, so that even a fixed-size array changes its size. Unlocked.
     Variant& operator=(const Variant& other);
+
     ~Variant() override;
 
-    // The value itself. Unlocked, and good for as long as nobody changes it.
+    /// Returns the value, valid until it is next changed. Unlocked.
     const T& GetValue() const { return m_value; }
     using VariantBase::GetValue;
 
@@ -71,15 +84,14 @@ private:
 
     template <class Relation>
     bool Compare(const RCPtr<VariantBase>& other, const char* operation, bool throwOnError,
-                 Relation relation) const;
+                 bool expandSingle, bool requireAll) const;
 
     T m_value;
 };
 
-#define ZEL_DECLARE_VARIANT(T, ...)                                             \
-    extern template class ZEL_ADVANCED_API Variant_GetLimitsImp<T>;             \
-    extern template void SetNumberOfElementsImp(std::vector<T>*, unsigned int); \
-    extern template class ZEL_ADVANCED_API Variant<T>;                          \
+#define ZEL_DECLARE_VARIANT(T, ...)                                 \
+    extern template class ZEL_ADVANCED_API Variant_GetLimitsImp<T>; \
+    extern template class ZEL_ADVANCED_API Variant<T>;              \
     extern template class ZEL_ADVANCED_API Variant<std::vector<T>>;
 ZEL_FOR_EACH_ELEMENT(ZEL_DECLARE_VARIANT)
 #undef ZEL_DECLARE_VARIANT

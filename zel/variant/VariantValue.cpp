@@ -1,7 +1,7 @@
-#pragma once
+#include "zel/variant/VariantValue.h"
 
 #include "zel/variant/VariantAccess.h"
-#include "zel/variant/VariantComparisonImp.h"
+#include "zel/variant/VariantMessages.h"
 
 #include <algorithm>
 #include <limits>
@@ -32,10 +32,24 @@ void SetNumberOfElementsImp(std::vector<T>* values, unsigned int count) {
     values->resize(count);
 }
 
-// What an int can tell of a count.
-inline int ToInt(std::size_t count) {
+namespace {
+
+// Saturates.
+int ToInt(std::size_t count) {
     return static_cast<int>(std::min<std::size_t>(count, std::numeric_limits<int>::max()));
 }
+
+// Applies a limit to the value or to each of its elements.
+template <class T, class SetLimit>
+void SetLimits(T& value, SetLimit setLimit) {
+    if constexpr (ValueTraits<T>::IsArray) {
+        std::for_each(value.begin(), value.end(), setLimit);
+    } else {
+        setLimit(value);
+    }
+}
+
+}  // namespace
 
 template <class T>
 Variant<T>& Variant<T>::operator=(const Variant& other) {
@@ -129,16 +143,6 @@ RCPtr<VariantBase> Variant<T>::Clone() const {
     return new Variant<T>(m_value, m_isFixed);
 }
 
-// Applies a limit to the value or to each of its elements.
-template <class T, class SetLimit>
-void SetLimits(T& value, SetLimit setLimit) {
-    if constexpr (ValueTraits<T>::IsArray) {
-        std::for_each(value.begin(), value.end(), setLimit);
-    } else {
-        setLimit(value);
-    }
-}
-
 template <class T>
 void Variant<T>::SetMinimumValue() {
     SetLimits(m_value, Variant_GetLimitsImp<typename ValueTraits<T>::Element>::GetMin);
@@ -149,44 +153,12 @@ void Variant<T>::SetMaximumValue() {
     SetLimits(m_value, Variant_GetLimitsImp<typename ValueTraits<T>::Element>::GetMax);
 }
 
-// Reads `other` before this variant's lock is taken: the two are never held together.
-template <class T>
-template <class Relation>
-bool Variant<T>::Compare(const RCPtr<VariantBase>& other, const char* operation, bool throwOnError,
-                         Relation relation) const {
-    if (!other) {
-        if (throwOnError) {
-            zel::Throw<VariantEx>(s_variantLog, "[Variant< T >::", operation,
-                                  "] Invalid comparison variant argument!");
-        }
-        return false;
-    }
-    T value{};
-    if (!other->GetValue(&value, throwOnError)) {
-        return false;
-    }
-    CriticalSectionLock lock(&m_cs);
-    return relation(m_value, value);
-}
-
-#define ZEL_DEFINE_COMPARISON(Operation, Relate)                                             \
-    template <class T>                                                                       \
-    bool Variant<T>::Operation(RCPtr<VariantBase> other, bool throwOnError,                  \
-                               [[maybe_unused]] bool expandSingle,                           \
-                               [[maybe_unused]] bool requirement) const {                    \
-        return Compare(other, #Operation, throwOnError, [&](const T& left, const T& right) { \
-            if constexpr (ValueTraits<T>::IsArray) {                                         \
-                return ComparePairs<Relate>(left, right, expandSingle, requirement);         \
-            } else {                                                                         \
-                return Relate::Holds(left, right);                                           \
-            }                                                                                \
-        });                                                                                  \
-    }
-ZEL_DEFINE_COMPARISON(IsEqual, Equal)
-ZEL_DEFINE_COMPARISON(IsLessThan, Less)
-ZEL_DEFINE_COMPARISON(IsLessThanOrEqualTo, LessOrEqual)
-ZEL_DEFINE_COMPARISON(IsGreaterThan, Greater)
-ZEL_DEFINE_COMPARISON(IsGreaterThanOrEqualTo, GreaterOrEqual)
-#undef ZEL_DEFINE_COMPARISON
+#define ZEL_INSTANTIATE_VALUES(T, ...)                                   \
+    template class Variant_GetLimitsImp<T>;                              \
+    template void SetNumberOfElementsImp(std::vector<T>*, unsigned int); \
+    template class Variant<T>;                                           \
+    template class Variant<std::vector<T>>;
+ZEL_FOR_EACH_ELEMENT(ZEL_INSTANTIATE_VALUES)
+#undef ZEL_INSTANTIATE_VALUES
 
 }  // namespace zel
