@@ -36,8 +36,8 @@ public:
     /// further detail.
     virtual std::string AsStringEx() const;
 
-    ///@{
     /// Returns the type, message, file or line passed to the constructor.
+    ///@{
     const std::string& GetType() const noexcept;
     const std::string& GetText() const noexcept;
     const std::string& GetFile() const noexcept;

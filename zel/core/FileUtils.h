@@ -19,7 +19,6 @@ ZEL_CORE_API std::string GetFileFromPath(const std::string& path);
 /// Skips white space (the six characters of the C locale).
 ZEL_CORE_API void EatWhite(std::istream& in);
 
-///@{
 /// Reads a line into `buffer`, which has `size` bytes including the terminating zero. The line feed
 /// is removed unless `keepLineFeed` is true. A last line without a line feed is a line.
 ///
@@ -28,6 +27,7 @@ ZEL_CORE_API void EatWhite(std::istream& in);
 ///
 /// Throws Exception, whose message contains the limit, if the line doesn't fit. `buffer` then holds
 /// the beginning of the line, and the next byte read from `in` is the first one that didn't fit.
+///@{
 ZEL_CORE_API bool ReadLine(std::istream& in, char* buffer, std::size_t size,
                            bool keepLineFeed = false);
 ZEL_CORE_API bool ReadLine(std::istream& in, char* buffer, std::size_t size, std::size_t* length,

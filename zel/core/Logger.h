@@ -51,8 +51,8 @@ public:
     /// Sets the logger in use, which may be null, and releases the previous one.
     static void SetInstance(RCPtr<Logger> logger);
 
-    ///@{
     /// Starts or stops writing messages. Sinks and levels are unchanged.
+    ///@{
     void Start();
     void Stop();
     ///@}
@@ -84,10 +84,10 @@ public:
     /// `level`.
     static bool ShouldLog(int level);
 
-    ///@{
     /// Finds the log area of a source file and its level in the logger in use. The area's name is
     /// the file's name without directories; without the extension as well if an area is registered
     /// under that name. The level of an area that isn't registered is -1.
+    ///@{
     static void GetAreaNameAndLevel(const std::string& file, std::string& name, int& level);
     static int GetLevelFromFileName(const std::string& file);
     ///@}

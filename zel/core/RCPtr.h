@@ -28,8 +28,8 @@ public:
     /// Makes a null pointer.
     RCPtr() noexcept = default;
 
-    ///@{
     /// Adds a reference to the object, unless it is null.
+    ///@{
     RCPtr(T* object) noexcept : m_object(object) { Retain(); }
     RCPtr(const RCPtr& other) noexcept : m_object(other.m_object) { Retain(); }
     ///@}
@@ -37,8 +37,8 @@ public:
     /// Takes over the reference of `other`, which becomes null.
     RCPtr(RCPtr&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
 
-    ///@{
     /// Converts from a pointer to a derived class.
+    ///@{
     template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
     RCPtr(const RCPtr<U>& other) noexcept : m_object(other.Get()) {
         Retain();
@@ -49,9 +49,9 @@ public:
 
     ~RCPtr() { Release(m_object); }
 
-    ///@{
     /// Adds a reference to the new object before it releases the old one. If the old object is
     /// destroyed, its destructor runs with no lock held and already sees the new value.
+    ///@{
     RCPtr& operator=(const RCPtr& other) noexcept {
         if (this == &other) {
             return *this;
@@ -70,8 +70,8 @@ public:
     }
     ///@}
 
-    ///@{
     /// Returns the object, which lives at least as long as this pointer holds it.
+    ///@{
     T* Get() const noexcept { return m_object; }
     T* operator->() const noexcept { return m_object; }
     T& operator*() const noexcept { return *m_object; }
@@ -102,8 +102,8 @@ public:
         return Attach(object);
     }
 
-    ///@{
     /// Compares the addresses of the objects.
+    ///@{
     friend bool operator==(const RCPtr& a, const RCPtr& b) noexcept {
         return a.m_object == b.m_object;
     }

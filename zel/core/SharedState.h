@@ -52,8 +52,8 @@ class DynamicObjectStatics;
 template <class T>
 class StaticsRefCount {
 public:
-    ///@{
     /// Adds or removes a user.
+    ///@{
     static void Increment() noexcept;
     static void Decrement() noexcept;
     ///@}

@@ -49,9 +49,9 @@ bool FromString(const std::string& text, T& value, int radix);
 template <class T>
 std::string AsString(const T& value);
 
-///@{
 /// The same as `FromString` and `AsString`, and accept the 8-bit types too, which are converted as
 /// numbers.
+///@{
 template <class T>
 bool NumberFromString(const std::string& text, T& value, int radix);
 template <class T>
@@ -73,7 +73,6 @@ constexpr unsigned short ByteSwap(unsigned short value) noexcept {
 /// Logs and throws StringUtilsEx.
 [[noreturn]] ZEL_CORE_API void ThrowEx(const std::string& message);
 
-///@{
 /// Writes any bytes as one or more string segments; an empty text is the segment `""`. The first
 /// form writes to a stream, the second appends to `out`.
 ///
@@ -83,17 +82,18 @@ constexpr unsigned short ByteSwap(unsigned short value) noexcept {
 /// | quote, backslash | in double quotes as `\"`, `\\` |
 /// | line feed, tab, carriage return | in double quotes as `\n`, `\t`, `\r` |
 /// | other bytes | lower-case hexadecimal digits between two `$` |
+///@{
 ZEL_CORE_API void Encode(const char* data, int length, std::ostream& out);
 ZEL_CORE_API void Encode(std::string_view text, std::string& out);
 ///@}
 
-///@{
 /// Reads one string segment, which must start at the next byte of the input, and consumes nothing
 /// after it. In quotes all bytes but quote and backslash stand for themselves.
 ///
 /// Returns false for a malformed segment: another first character, no end, an unknown escape, an
 /// invalid digit or an odd number of digits. On failure the first form leaves `*value` unchanged;
 /// the second form, which appends to `*value`, may have appended a part.
+///@{
 ZEL_CORE_API bool Decode(std::istream& in, std::string* value);
 ZEL_CORE_API bool Decode(StreamScanner& in, std::string* value);
 ///@}

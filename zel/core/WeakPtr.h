@@ -29,8 +29,8 @@ public:
         }
     }
 
-    ///@{
     /// Points at the object of a strong pointer, which may be null.
+    ///@{
     WeakPtr(const RCPtr<T>& object) noexcept : WeakPtr(object.Get()) {}
     template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
     WeakPtr(const RCPtr<U>& object) noexcept : WeakPtr(static_cast<T*>(object.Get())) {}

@@ -50,10 +50,10 @@ RCPtr<MemFuncBindBase<R, A>> BindCallback(Callable callable) {
     return RCPtr<MemFuncBindBase<R, A>>(new MemFuncBindImp<R, A, Callable>(std::move(callable)));
 }
 
-///@{
 /// Returns a call of a member function, which may be one of a base class. The result shares
 /// ownership of `object`.
 /// Requires: `object` isn't null.
+///@{
 template <class T, class Base, class R, class A>
 RCPtr<MemFuncBindBase<R, A>> BindMemFunc(RCPtr<T> object, R (Base::*function)(A)) {
     return BindCallback<R, A>(std::bind_front(function, std::move(object)));

@@ -113,22 +113,22 @@ public:
     /// Removes cells from the end, or appends cells that contain `fill`.
     void SetFieldCount(unsigned int count, const std::string& fill);
 
-    ///@{
     /// Replaces all cells.
+    ///@{
     void Assign(const std::vector<std::string>& values);
     void Assign(std::vector<std::string>&& values) noexcept;
     ///@}
 
-    ///@{
     /// Returns a cell by index, from 0, or by field name. Throws `DataTableEx` "Field index out of
     /// range" if the row has no such cell, the table has no such field, or the table has been
     /// deleted.
+    ///@{
     std::string GetField(int index) const;
     std::string GetField(const std::string& name) const;
     ///@}
 
-    ///@{
     /// Replaces an existing cell. Throws like `GetField`.
+    ///@{
     void SetField(int index, const std::string& value);
     void SetField(const std::string& name, const std::string& value);
     ///@}

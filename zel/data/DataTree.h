@@ -113,10 +113,10 @@ public:
     /// document.
     std::string ToString() const;
 
-    ///@{
     /// Reads a document to the end of the input and returns its root, which is never null. Throws
     /// `DataTreeEx` if the document is malformed; the stream is then positioned where the error was
     /// detected.
+    ///@{
     static RCPtr<DataTree> ReadFrom(std::istream& in);
     static RCPtr<DataTree> FromString(const std::string& text);
     ///@}

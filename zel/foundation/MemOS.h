@@ -53,10 +53,10 @@ public:
     /// Returns a copy of the text written so far.
     std::string ToString() { return std::string(GetText()); }
 
-    ///@{
     /// Writes what `std::ostream` would write for the value. Text, and numbers with the default
     /// format flags, are written directly to the buffer. A program's own `operator<<` for another
     /// type, such as a container, is used as well.
+    ///@{
     template <class T>
     requires std::is_arithmetic_v<T> MemOS& operator<<(T value) {
         if constexpr (std::is_same_v<T, char>) {

@@ -63,10 +63,10 @@ private:
 /// to throw. Not thread-safe.
 class ZEL_ADVANCED_API DataUnpacker {
 public:
-    ///@{
     /// Reads from the first byte of `data`, of at most `INT_MAX` bytes. The block is neither copied
     /// nor owned. A negative size counts as 0. `flag` is stored and has no effect.
     /// Requires: the block outlives the unpacker and is not modified meanwhile.
+    ///@{
     DataUnpacker(const std::string& data, bool flag) noexcept
         : DataUnpacker(data.data(), SizeOf(data), flag) {}
     DataUnpacker(const char* data, int size, bool flag) noexcept
@@ -85,8 +85,8 @@ public:
         }
     }
 
-    ///@{
     /// Sets `*value` to the next number and advances past it. Throws like `VerifySize`.
+    ///@{
     void Extract(unsigned short* value) {
         VerifySize(2);
         const unsigned int high = ByteAt(m_position);

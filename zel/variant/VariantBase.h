@@ -79,10 +79,10 @@ public:
     /// Returns a new variant of the same type, value and fixed flag.
     virtual RCPtr<VariantBase> Clone() const = 0;
 
-    ///@{
     /// Sets each number to the limit of its type and each character of a string to 1 or 255. The
     /// limits of `float` and `double` are the smallest and the largest positive normal number.
     /// Unlocked.
+    ///@{
     virtual void SetMinimumValue() = 0;
     virtual void SetMaximumValue() = 0;
     ///@}
@@ -108,8 +108,8 @@ public:
     virtual bool IsNotEqual(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
                             bool requireAll) const;
 
-    ///@{
     /// Compares the order of the two values by the rules given at IsEqual.
+    ///@{
     virtual bool IsLessThan(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
                             bool requireAny) const = 0;
     virtual bool IsLessThanOrEqualTo(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
@@ -198,7 +198,6 @@ public:
     /// only for a scalar with the fixed flag.
     bool WriteValueToStream(std::ostream& out);
 
-    ///@{
     /// Reads or writes the buffer form at `buffer`, which needs no alignment and lies outside the
     /// variant. The bytes are those of the stream form, with two exceptions: an array has its count
     /// only if `withSize`; and the characters after the first byte 0 of a string are written as
@@ -208,6 +207,7 @@ public:
     /// `bytes` is the number of bytes available at `buffer`. On success the number used is
     /// subtracted, and the address after the last byte is returned. On failure the message is logged
     /// at level 3, null is returned, and variant, buffer and `bytes` are unchanged.
+    ///@{
     void* ReadValueFromBuffer(void* buffer, unsigned long long& bytes, bool withSize);
     void* WriteValueToBuffer(void* buffer, unsigned long long& bytes, bool withSize);
     ///@}
@@ -235,9 +235,9 @@ public:
     /// INT_MAX. Characters after the `]` are ignored. Thread-safe.
     static RCPtr<VariantBase> CreateByTypeName(const std::string& name);
 
-    ///@{
     /// Logs in the log area of variants, at level 3 or 5. Does nothing if `message` is null.
     /// Thread-safe.
+    ///@{
     static void LogMessage(const char* message);
     static void LogDebugMessage(const char* message);
     ///@}

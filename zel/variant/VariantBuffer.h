@@ -14,8 +14,8 @@
 ///
 /// Guide: docs/variants.md
 
-///@{
 /// Do what the functions of VariantBase with these names do.
+///@{
 template <zel::VariantElement T>
 ZEL_ADVANCED_API void* ReadScalarValueFromBufferImp(zel::VariantBase* variant, void* buffer,
                                                     unsigned long long& bytes);

@@ -12,9 +12,9 @@
 
 namespace zel {
 
-///@{
 /// Compares two arrays pair by pair, as described at IsEqual of VariantBase; neither is changed.
 /// Requires: `left` and `right` aren't null. Thread-compatible: const calls may run concurrently.
+///@{
 template <VariantElement T>
 ZEL_ADVANCED_API bool IsEqualImp(std::vector<T>* left, std::vector<T>* right, bool expandSingle,
                                  bool requireAll);

@@ -15,8 +15,8 @@
 ///
 /// Guide: docs/variants.md
 
-///@{
 /// Do what the functions of VariantBase with these names do.
+///@{
 template <zel::VariantElement T>
 ZEL_ADVANCED_API bool ReadScalarValueFromStreamImp(zel::VariantBase* variant, std::istream& in);
 template <zel::VariantElement T>

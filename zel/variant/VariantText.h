@@ -15,8 +15,8 @@
 ///
 /// Guide: docs/variants.md
 
-///@{
 /// Do what the functions of VariantBase with these names do.
+///@{
 template <zel::VariantElement T>
 ZEL_ADVANCED_API bool ReadScalarValueFromStringImp(zel::VariantBase* variant,
                                                    const std::string& text);

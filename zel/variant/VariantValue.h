@@ -11,8 +11,8 @@ namespace zel {
 template <VariantElement T>
 class Variant_GetLimitsImp {
 public:
-    ///@{
     /// Sets `value` to the limit.
+    ///@{
     static void GetMax(T& value);
     static void GetMin(T& value);
     ///@}

@@ -51,10 +51,10 @@ struct ZEL_ADVANCED_API StrcmpiPred {
 /// Guide: docs/watching.md
 class ZEL_ADVANCED_API FileWatcher : public Thread {
 public:
-    ///@{
     /// Fired with the full path of one entry. The events of one listing are fired in the order
     /// `DirAdded`, `DirRemoved`, `FileAdded`, `FileRemoved`, and each in the order of
     /// `StrcmpiPred`.
+    ///@{
     EventSource<std::string> FileAdded;
     EventSource<std::string> FileRemoved;
     EventSource<std::string> DirAdded;
@@ -88,9 +88,9 @@ public:
     /// Thread-safe.
     void Reset();
 
-    ///@{
     /// Opens the system's change notice unless it is open, or closes it. `Tick` calls both.
     /// Not thread-safe: must not run concurrently with `Tick`.
+    ///@{
     void InitChangeHandle();
     void CloseChangeHandle();
     ///@}
