@@ -80,9 +80,8 @@ public:
     /// - `separators`: the characters that separate cells; not null. A separator at the end of a
     ///   line doesn't start another cell.
     /// - `strictFieldCount`: a record whose number of cells differs from the number of fields
-    /// throws
-    ///   `DataTableEx` "On line ...". If not set, such a record is dropped if `hasHeader` is set,
-    ///   and becomes a row otherwise. A table without fields accepts any record.
+    ///   throws `DataTableEx` "On line ...". If not set, such a record is dropped if `hasHeader` is
+    ///   set, and becomes a row otherwise. A table without fields accepts any record.
     /// - `hasHeader`: the first record names fields; new names are added.
     /// - `collapseSeparators`: consecutive separators count as one.
     /// - `skipToBlankLine`: lines before the first empty line are skipped.
