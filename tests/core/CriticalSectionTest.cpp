@@ -8,7 +8,7 @@
 namespace zel {
 namespace {
 
-TEST(CriticalSectionTest, KeepsThreadsApartAndWakesThoseThatSleep) {
+TEST(CriticalSectionTest, ExcludesOtherThreadsAndWakesSleepingOnes) {
     CriticalSection cs("counter");
     constexpr int threads = 4;
     constexpr int rounds = 20000;
@@ -23,16 +23,17 @@ TEST(CriticalSectionTest, KeepsThreadsApartAndWakesThoseThatSleep) {
             }
         }
     };
-    std::vector<std::jthread> workers;
-    for (int i = 0; i < threads; ++i) {
-        workers.emplace_back(work);
+    {
+        std::vector<std::jthread> workers;
+        for (int i = 0; i < threads; ++i) {
+            workers.emplace_back(work);
+        }
     }
-    workers.clear();
     EXPECT_EQ(counter, threads * rounds);
     EXPECT_EQ(cs.GetName(), "counter");
 }
 
-TEST(CriticalSectionTest, StaysWithItsOwnerUntilLeftAsOftenAsEntered) {
+TEST(CriticalSectionTest, IsReleasedByTheLastLeave) {
     CriticalSection cs;
     cs.Enter();
     cs.Enter();
@@ -40,13 +41,12 @@ TEST(CriticalSectionTest, StaysWithItsOwnerUntilLeftAsOftenAsEntered) {
         CriticalSectionLock lock(&cs);
         lock.Unlock();
         lock.Unlock();
-        CriticalSectionLock nothing(nullptr);
-        nothing.Unlock();
+        const CriticalSectionLock nothing(nullptr);
     }
     cs.Leave();
     std::atomic<bool> isTrying{false};
     bool isLeft = false;
-    std::jthread other([&] {
+    const std::jthread other([&] {
         isTrying = true;
         const CriticalSectionLock lock(&cs);
         EXPECT_TRUE(isLeft);

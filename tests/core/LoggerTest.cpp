@@ -18,11 +18,11 @@ namespace {
 const LoggingRegisterHelper s_ownLevel("some/where/LoggerTestOwn", 3, nullptr);
 const LoggingRegisterHelper s_global("LoggerTestGlobal", -1, nullptr);
 
-TEST(LoggerTest, LetsAMessageThroughByTheLevelOfItsAreaElseTheGlobalOne) {
+TEST(LoggerTest, EnablesALevelByTheAreaOrTheGlobalLevel) {
     const test::ScopedLogger log(2);
     const RCPtr<Logger> other(new Logger);
     other->Start();
-    // The highest level that is written in either area, and that ShouldLog tells.
+    // A change, and then the highest level enabled in the two areas and by ShouldLog.
     const std::tuple<std::function<void()>, int, int, int> rows[] = {
         {[] {}, 3, 2, 2},
         {[&] { log.logger->SetGlobalLogLevel(5); }, 3, 5, 5},
@@ -34,15 +34,16 @@ TEST(LoggerTest, LetsAMessageThroughByTheLevelOfItsAreaElseTheGlobalOne) {
         {[&] { Logger::SetInstance(other); }, 3, 3, 3},
         {[] { Logger::SetInstance(nullptr); }, -1, -1, -1},
     };
-    for (const auto& [change, ownLevel, global, told] : rows) {
-        SCOPED_TRACE(testing::Message() << ownLevel << ' ' << global << ' ' << told);
+    for (const auto& [change, ownLevel, global, shouldLog] : rows) {
+        SCOPED_TRACE(testing::Message() << ownLevel << ' ' << global << ' ' << shouldLog);
         change();
-        EXPECT_TRUE(s_ownLevel.IsEnabled(ownLevel) && s_global.IsEnabled(global));
-        EXPECT_FALSE(s_ownLevel.IsEnabled(ownLevel + 1) || s_global.IsEnabled(global + 1));
-        EXPECT_EQ(Logger::ShouldLog(told), told > 0);
-        EXPECT_FALSE(Logger::ShouldLog(told + 1));
+        for (int level = 1; level <= 6; ++level) {
+            EXPECT_EQ(s_ownLevel.IsEnabled(level), level <= ownLevel) << level;
+            EXPECT_EQ(s_global.IsEnabled(level), level <= global) << level;
+            EXPECT_EQ(Logger::ShouldLog(level), level <= shouldLog) << level;
+        }
     }
-    s_ownLevel.Write(1, 1, "nobody hears");
+    s_ownLevel.Write(1, 1, "no logger");
     log.logger->Stop();
     log.logger->AppendData(1, "Any", 1, "text", 4);
     EXPECT_EQ(log.sink->TakeText(), "");
@@ -53,7 +54,7 @@ TEST(LoggerTest, NamesTheAreaOfASourceFile) {
         {"LoggerTestOwn", "LoggerTestOwn", 3},
         {"/a/b/LoggerTestOwn.cpp", "LoggerTestOwn", 3},
         {"LoggerTestGlobal", "LoggerTestGlobal", -1},
-        {"x/NobodyKnows.cpp", "NobodyKnows.cpp", -1},
+        {"x/Unregistered.cpp", "Unregistered.cpp", -1},
         {"x/", "", -1},
     };
     for (const auto& [file, area, ownLevel] : rows) {
@@ -74,9 +75,9 @@ public:
     }
 };
 
-TEST(LoggerTest, DropsWhatASinkLogsAndThrows) {
+TEST(LoggerTest, DiscardsWhatASinkLogsAndThrows) {
     const test::ScopedLogger log;
-    RCPtr<LogSink> hostile(new HostileSink);
+    const RCPtr<LogSink> hostile(new HostileSink);
     log.logger->AddSink(hostile);
     log.logger->AddSink(log.sink);
     s_ownLevel.Write(2, 1, std::string_view("a\0b", 3));
@@ -88,7 +89,7 @@ TEST(LoggerTest, DropsWhatASinkLogsAndThrows) {
     EXPECT_EQ(log.sink->TakeText(), "");
 }
 
-TEST(LoggerTest, TakesChangesOfSinksAndLoggersWhileOthersLog) {
+TEST(LoggerTest, ChangesSinksAndLoggersWhileAnotherThreadLogs) {
     const test::ScopedLogger log;
     const std::jthread writer([](const std::stop_token& stop) {
         while (!stop.stop_requested()) {
@@ -103,7 +104,7 @@ TEST(LoggerTest, TakesChangesOfSinksAndLoggersWhileOthersLog) {
     }
 }
 
-TEST(FileLogSinkTest, BeginsANewFileOnceTheOldOneWasRenamed) {
+TEST(FileLogSinkTest, StartsANewFileIfTheOldOneWasRenamed) {
     const test::TemporaryFolder folder;
     const std::string path = folder / "log";
     const LogRecord record{2, "Area", 7, "te\nx\x7Ft", {}, 42};

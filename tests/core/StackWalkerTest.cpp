@@ -10,7 +10,7 @@
 #include <unistd.h>
 #include <vector>
 
-// Where only exported names can be looked up, these must be among them.
+// Exported, as some services find only exported names.
 #define ZEL_VISIBLE __attribute__((noinline, visibility("default")))
 
 namespace zel::stackwalkertest {
@@ -43,7 +43,7 @@ private:
     void OnOutput(const char* text) override { lines.push_back(text); }
 };
 
-// Each of these does something behind its call, so that none leaves the stack early.
+// Each of these does something after its call, so that it stays on the stack.
 constexpr int lineOfCall = __LINE__ + 2;
 ZEL_VISIBLE bool ShowFromHere(Recorder& walker, const void* context = nullptr) {
     return walker.ShowCallstack(nullptr, context) && !walker.entries.empty();
@@ -58,7 +58,7 @@ ZEL_VISIBLE bool ShowFromDepth(Recorder& walker, int depth) {
     return shown && !walker.entries.empty();
 }
 
-TEST(StackWalkerTest, ShowsTheOwnStackFromTheCallerOnAndAnEmptyEntryLast) {
+TEST(StackWalkerTest, ReportsTheStackFromTheCallerAndAnEmptyEntryLast) {
     const auto own = static_cast<unsigned long>(getpid());
     EXPECT_FALSE(Recorder(own + 1, nullptr).ShowCallstack());
     Recorder walker(own, nullptr);
@@ -80,7 +80,7 @@ TEST(StackWalkerTest, ShowsTheOwnStackFromTheCallerOnAndAnEmptyEntryLast) {
     EXPECT_STREQ(walker.entries.back().symbolName, "");
 }
 
-TEST(StackWalkerTest, ShowsBothEndsOfADeepStackAndBeginsWhereAContextSays) {
+TEST(StackWalkerTest, ReportsBothEndsOfADeepStackAndStartsAtAContext) {
     Recorder deep;
     ASSERT_TRUE(ShowFromDepth(deep, 2000));
     EXPECT_NE(deep.lines.at(992).find(" more ..."), std::string::npos);
@@ -99,7 +99,7 @@ void ShowWithoutDescriptors() {
     _exit(ShowFromHere(walker) ? 0 : 1);
 }
 
-TEST(StackWalkerDeathTest, TellsOnceThatNamesCannotBeRead) {
+TEST(StackWalkerDeathTest, ReportsOnceThatNamesCannotBeRead) {
     Recorder walker;
     walker.LoadModules();
     if (!walker.KnowsLines()) {

@@ -18,7 +18,7 @@
 namespace zel {
 namespace {
 
-// What happens to the watched object and its block, in the order of happening.
+// What happens to the watched object and its control block, in order.
 std::string s_events;
 
 void Mark(const std::string& event) {
@@ -46,7 +46,7 @@ void MarkUpgrade(const WeakPtr<Probe>& weak) {
     Mark(weak.GetRCPtr() ? "upgraded" : "null");
 }
 
-// The control block is the second word of an object, behind the pointer to its virtual table.
+// The control block is the second word of an object, after the pointer to its virtual table.
 void WatchBlockOf(const RCObject& object) {
     test::WatchBlock(reinterpret_cast<void* const*>(&object)[1], [] { Mark("block freed"); });
 }
@@ -54,7 +54,7 @@ void WatchBlockOf(const RCObject& object) {
 static_assert(!std::is_convertible_v<RCPtr<RCObject>, RCPtr<Probe>>);
 static_assert(std::is_nothrow_move_constructible_v<RCPtr<Probe>>);
 
-TEST(CountingTest, AnObjectEndsWithItsLastPointerAndItsBlockWithTheLastWeakOne) {
+TEST(CountingTest, DeletesAnObjectWithItsLastRCPtrAndItsBlockWithTheLastWeakPtr) {
     CriticalSection* const lock = RCUtils::s_cs;
     for (CriticalSection* const used : {lock, static_cast<CriticalSection*>(nullptr)}) {
         RCUtils::s_cs = used;
@@ -73,10 +73,10 @@ TEST(CountingTest, AnObjectEndsWithItsLastPointerAndItsBlockWithTheLastWeakOne) 
             MarkUpgrade(weak);
             const WeakPtr<Probe> copy(weak);
             weak = WeakPtr<Probe>();
-            Mark("first weak gone");
+            Mark("first weak released");
         }
         EXPECT_EQ(TakeEvents(),
-                  "created, last stays, upgraded, destroyed, null, first weak gone, "
+                  "created, last stays, upgraded, destroyed, null, first weak released, "
                   "block freed, ");
         RCPtr<Probe> unwatched(new Probe);
         WatchBlockOf(*unwatched);
@@ -86,7 +86,7 @@ TEST(CountingTest, AnObjectEndsWithItsLastPointerAndItsBlockWithTheLastWeakOne) 
     RCUtils::s_cs = lock;
 }
 
-TEST(CountingTest, AnObjectOnTheStackExpiresItsWeakPointersAtItsEnd) {
+TEST(CountingTest, AnObjectOnTheStackExpiresItsWeakPointers) {
     WeakPtr<Probe> weak;
     {
         Probe probe;
@@ -101,7 +101,7 @@ TEST(CountingTest, AnObjectOnTheStackExpiresItsWeakPointersAtItsEnd) {
     EXPECT_EQ(TakeEvents(), "block freed, ");
 }
 
-TEST(CountingTest, AssignmentHoldsTheNewObjectBeforeTheOldOneGoes) {
+TEST(CountingTest, AssignmentHoldsTheNewObjectBeforeItReleasesTheOldOne) {
     static RCPtr<Probe> slot;
     class Looker : public Probe {
     public:
@@ -121,7 +121,7 @@ TEST(CountingTest, AssignmentHoldsTheNewObjectBeforeTheOldOneGoes) {
     EXPECT_EQ(TakeEvents(), "created, created, sees next, null, destroyed, assigned, to itself, ");
 }
 
-TEST(CountingTest, PointersConvertCompareAndHashByTheirObject) {
+TEST(CountingTest, PointersConvertCompareAndHashByAddress) {
     const RCPtr<DerivedProbe> derived(new DerivedProbe);
     const RCPtr<Probe> base = derived;
     const WeakPtr<Probe> weak = WeakPtr<DerivedProbe>(derived);
@@ -129,13 +129,13 @@ TEST(CountingTest, PointersConvertCompareAndHashByTheirObject) {
     EXPECT_EQ(weak.GetRCPtr(), derived.Get());
     EXPECT_EQ(WeakPtr<const Probe>(RCPtr<const Probe>(derived)).GetRCPtr(), base.Get());
     EXPECT_NE(base, nullptr);
-    EXPECT_TRUE(RCPtr<Probe>(NULL) == NULL);  // NOLINT(modernize-use-nullptr): other people's code
+    EXPECT_TRUE(RCPtr<Probe>(NULL) == NULL);  // NOLINT(modernize-use-nullptr): used by programs
     EXPECT_EQ((std::unordered_set<RCPtr<Probe>>{base, derived}.size()), 1U);
     EXPECT_EQ((std::set<RCPtr<Probe>>{base, nullptr, derived}.size()), 2U);
 }
 
-// Both outcomes of the race must be seen: the upgrade that comes in time, and the one too late.
-TEST(CountingTest, AnUpgradeThatRacesTheLastReleaseGetsAWholeObjectOrNull) {
+// Repeats the race until both outcomes have occurred.
+TEST(CountingTest, AnUpgradeDuringTheLastReleaseReturnsALivingObjectOrNull) {
     class Number : public RCObject {
     public:
         ~Number() override { m_value = 0; }

@@ -13,7 +13,7 @@ namespace {
 
 class EventSourceTest : public testing::Test {
 protected:
-    // A sink that notes its name and gives what `stays` gives.
+    // Connects a sink that records its name and returns what `stays` returns.
     RCPtr<EventSink<int>> Connect(
         const std::string& name, std::function<bool()> stays = [] { return true; }) {
         return m_source.Connect([=, this](const int& value) {
@@ -33,7 +33,7 @@ protected:
     std::string m_calls;
 };
 
-TEST_F(EventSourceTest, CallsSinksInOrderUntilTheyAskToGoOrAreRemoved) {
+TEST_F(EventSourceTest, CallsSinksInOrderUntilTheyReturnFalseOrAreRemoved) {
     EXPECT_EQ(Fire(0), "");
     Connect("a");
     m_source.AddSink(Connect("twice", m_once));
@@ -46,7 +46,7 @@ TEST_F(EventSourceTest, CallsSinksInOrderUntilTheyAskToGoOrAreRemoved) {
     EXPECT_EQ(Fire(3), "a3 ");
 }
 
-TEST_F(EventSourceTest, AChangeDuringAFiringShowsFromTheNextOneOn) {
+TEST_F(EventSourceTest, AChangeDuringAFiringTakesEffectFromTheNextOne) {
     RCPtr<EventSink<int>> last;
     Connect("first", [&] {
         Connect("added", m_once);
@@ -61,7 +61,7 @@ TEST_F(EventSourceTest, AChangeDuringAFiringShowsFromTheNextOneOn) {
 
 TEST_F(EventSourceTest, AnExceptionEndsTheFiringAndNothingElse) {
     Connect("thrower", []() -> bool { throw std::runtime_error("sink"); });
-    Connect("behind");
+    Connect("next");
     for (const int firing : {1, 2}) {
         EXPECT_THROW(Fire(firing), std::runtime_error);
         EXPECT_EQ(m_calls, "thrower" + std::to_string(firing) + ' ');
@@ -69,7 +69,7 @@ TEST_F(EventSourceTest, AnExceptionEndsTheFiringAndNothingElse) {
 }
 
 TEST_F(EventSourceTest, DestroysASinkWithNoLockHeld) {
-    // Goes together with the sink that holds it.
+    // Destroyed with the sink that holds it.
     class Leaver {
     public:
         ~Leaver() {

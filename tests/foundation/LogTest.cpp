@@ -1,8 +1,13 @@
 #include "zel/foundation/Log.h"
 
+#include "zel/core/StringUtils.h"
+
 #include "tests/support/RecordingLogSink.h"
 
 #include <gtest/gtest.h>
+
+#include <functional>
+#include <tuple>
 
 namespace zel {
 namespace {
@@ -12,7 +17,7 @@ const LogArea s_log("LogTest", 3);
 class LogTestEx : public Exception {
 public:
     LogTestEx(const std::string& message, const std::string& file, int line)
-        : Exception("LogTestEx", message, file, line) {}
+        : Exception("LogTestEx", message, file, line, "line 7, column 3") {}
 };
 
 struct Streamed {
@@ -23,35 +28,43 @@ struct Streamed {
     }
 };
 
-TEST(LogTest, BuildsAMessageOnlyForAReader) {
+TEST(LogTest, FormatsAMessageOnlyIfItIsWritten) {
     const test::ScopedLogger log;
     int times = 0;
-    Log(s_log, 4, "nobody reads ", Streamed{&times});
+    Log(s_log, 4, "disabled ", Streamed{&times});
     EXPECT_EQ(times, 0);
     Log(s_log, 3, "at ", 7, ' ', 0.5, ' ', Streamed{&times});
     EXPECT_EQ(times, 1);
     EXPECT_FALSE(Fail<LogTestEx>(s_log, false, "refused ", 1));
     EXPECT_EQ(log.sink->TakeText(), "\n3 LogTest at 7 0.5 streamed\n3 LogTest refused 1");
-    EXPECT_THROW(Fail<LogTestEx>(s_log, true, "refused ", 2), LogTestEx);
 }
 
-TEST(LogTest, ThrowLogsTheExceptionThatItRaises) {
+TEST(LogTest, LogsWhatItThrows) {
     const test::ScopedLogger log;
-    const int line = __LINE__ + 2;
-    try {
-        Throw<LogTestEx>(s_log, "no ", std::string("room\0!", 6));
-    } catch (const LogTestEx& exception) {
-        EXPECT_EQ(exception.AsStringEx(),
-                  std::string("LogTestEx: no room\0! (LogTest:", 30) + std::to_string(line) + ')');
-        EXPECT_STREQ(exception.what(), "no room");
+    const std::string text("no\0!", 4);
+    // What throws, and then the area, type and file of the exception.
+    const std::tuple<std::function<void()>, std::string, std::string, std::string> rows[] = {
+        {[&] { Throw<LogTestEx>(s_log, "no", text.substr(2)); }, "LogTest", "LogTestEx", "LogTest"},
+        {[&] { Throw<Exception>(s_log, text); }, "LogTest", "Exception", "LogTest"},
+        {[&] { Fail<LogTestEx>(s_log, true, text); }, "LogTest", "LogTestEx", "LogTest"},
+        {[&] { StringUtils::ThrowEx(text); }, "StringUtils", "StringUtilsEx",
+         "../core/StringUtils"},
+    };
+    for (const auto& [call, area, type, file] : rows) {
+        try {
+            call();
+            ADD_FAILURE() << type << " isn't thrown";
+        } catch (const Exception& exception) {
+            EXPECT_EQ(exception.AsString(), type + ": " + text);
+            EXPECT_STREQ(exception.what(), "no");
+            EXPECT_EQ(exception.GetFile(), file);
+            EXPECT_EQ(exception.GetLine(), log.sink->GetLine());
+            const std::string info = type == "LogTestEx" ? ", line 7, column 3" : "";
+            EXPECT_EQ(exception.AsStringEx(), type + ": " + text + " (" + file + ':' +
+                                                  std::to_string(exception.GetLine()) + info + ')');
+        }
+        EXPECT_EQ(log.sink->TakeText(), "\n2 " + area + " Exception of type " + type + ". " + text);
     }
-    EXPECT_EQ(log.sink->TakeText(),
-              std::string("\n2 LogTest Exception of type LogTestEx. no room\0!", 49));
-}
-
-TEST(ExceptionTest, TellsItsInfoBehindThePlace) {
-    const Exception informed("SomeEx", "message", "File", 12, "line 7, column 3");
-    EXPECT_EQ(Exception(informed).AsStringEx(), "SomeEx: message (File:12, line 7, column 3)");
 }
 
 }  // namespace

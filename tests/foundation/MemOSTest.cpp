@@ -14,7 +14,7 @@
 namespace zel {
 namespace {
 
-TEST(MemOSTest, KeepsUpTo512CharactersWithoutTheHeap) {
+TEST(MemOSTest, Stores512CharactersWithoutAHeapAllocation) {
     const std::string part(500, 'x');
     const std::size_t before = test::CountAllocations();
     std::size_t whenFull = 0;
@@ -32,8 +32,8 @@ TEST(MemOSTest, KeepsUpTo512CharactersWithoutTheHeap) {
     EXPECT_EQ(whenFull, before);
 }
 
-// A standard stream says what must come back, in whatever turn it is written, read and taken out.
-TEST(MemOSTest, WritesAndReadsInTurnLikeAStandardStream) {
+// Compares with a standard stream in a random sequence of writes and reads.
+TEST(MemOSTest, WritesAndReadsLikeAStandardStream) {
     std::mt19937 random(2);
     MemOS text;
     std::stringstream model;
@@ -53,7 +53,7 @@ TEST(MemOSTest, WritesAndReadsInTurnLikeAStandardStream) {
     EXPECT_EQ(text.tellp(), std::streampos(-1));
 }
 
-// Writes the same through a stream of the standard library and through both of MemOS's ways.
+// Writes the same to a standard stream, a MemOS and a MemOS used as std::ostream.
 template <class Write>
 void ExpectSameText(const char* what, Write write) {
     std::ostringstream standard;
@@ -68,7 +68,7 @@ void ExpectSameText(const char* what, Write write) {
     EXPECT_EQ(own.rdstate(), standard.rdstate()) << what;
 }
 
-// A member without a definition, and an operator that only this file can find.
+// A member without a definition, and an operator declared in this file only.
 struct Declared {
     static const int s_seven = 7;
 };
@@ -103,7 +103,7 @@ TEST(MemOSTest, WritesWhatAStandardStreamWrites) {
             << std::setw(6) << std::setfill('*') << std::left << 12 << std::boolalpha << true
             << std::setprecision(3) << 3.14159 << std::fixed << 2.0 << std::endl;
     });
-    ExpectSameText("other people's, and a null text", [](auto& out) {
+    ExpectSameText("user-defined operators and a null text", [](auto& out) {
         const char* const null = nullptr;
         out << Declared::s_seven << std::vector<int>{1, 2};
         out << null << "lost";
