@@ -1,5 +1,5 @@
-// Reads a table of text into typed values, sorts it by a column, writes it in the stream form and
-// proves that it comes back equal.
+// Reads a table of text into typed values, sorts it by a column, writes it in the stream form, and
+// checks that it reads back equal.
 
 #include "zel/core/StringUtils.h"
 #include "zel/variant/Variant.h"
@@ -23,16 +23,16 @@ namespace {
 constexpr std::string_view USAGE =
     R"(usage: typed_records TABLE COLUMN OUTPUT [NAME:TYPE...]
 
-Reads TABLE, a record a line and its cells separated by tabs, sorts it by COLUMN and writes it to
-OUTPUT. Empty lines and those that begin with # are skipped. NAME:TYPE... is the header line that
-tells name and type of each column; without it, the first line of TABLE is. A cell is the text form
-of its type; cells missing at the end of a line are empty.
+Reads TABLE, with one record per line and tabs between its cells, sorts it by COLUMN and writes it to
+OUTPUT. Empty lines and lines that start with # are skipped. NAME:TYPE... is the header, the name and
+type of each column; without it, the first line of TABLE is the header. Cells are in the text form of
+their type; cells missing at the end of a line are empty.
 )";
 
 using Words = std::vector<std::string>;
 using Record = std::vector<RCPtr<VariantBase>>;
 
-// `prototype` is what each cell of the column is cloned from.
+// Each cell of the column is cloned from `prototype`.
 struct Column {
     std::string name;
     RCPtr<VariantBase> prototype;
@@ -58,7 +58,7 @@ Table MakeTable(const Words& header) {
     for (const std::string& word : header) {
         const std::size_t colon = word.find(':');
         if (colon == std::string::npos) {
-            throw std::runtime_error("'" + word + "' is no NAME:TYPE");
+            throw std::runtime_error("'" + word + "' is not NAME:TYPE");
         }
         table.columns.push_back(
             {word.substr(0, colon), VariantBase::CreateByTypeName(word.substr(colon + 1))});
@@ -66,22 +66,22 @@ Table MakeTable(const Words& header) {
     return table;
 }
 
-// The text form cuts an 8-bit number to its low bits without a word. Here it may not.
-bool IsCut(const VariantBase& cell, const std::string& text) {
+// Returns whether the text form silently truncated an 8-bit number to its low bits.
+bool IsTruncated(const VariantBase& cell, const std::string& text) {
     Variant<std::vector<int>> wide;
     return cell.GetSizeOfElement() == 1 && wide.ReadValueFromString(text, false) &&
            wide.WriteValueToString(false) != cell.WriteValueToString(false);
 }
 
-// A NaN isn't even equal to itself, and so has no place in an order.
+// Returns false for a NaN, which isn't equal to itself and can't be sorted.
 bool IsOrdered(const RCPtr<VariantBase>& cell) {
     return cell->IsEqual(cell, true, false, true);
 }
 
 RCPtr<VariantBase> ReadCell(const Column& column, const std::string& text) {
     RCPtr<VariantBase> cell = column.prototype->Clone();
-    if (!cell->ReadValueFromString(text, false) || IsCut(*cell, text) || !IsOrdered(cell)) {
-        throw std::runtime_error("column " + column.name + ": '" + text + "' is no " +
+    if (!cell->ReadValueFromString(text, false) || IsTruncated(*cell, text) || !IsOrdered(cell)) {
+        throw std::runtime_error("column " + column.name + ": '" + text + "' is not of type " +
                                  column.prototype->GetTypeName());
     }
     return cell;
@@ -135,9 +135,9 @@ void SortBy(const std::string& name, Table& table) {
     if (column == table.columns.end()) {
         throw std::runtime_error("There is no column " + name);
     }
-    // Arrays compare element by element, which puts {1, 4} neither before nor behind {2, 3}.
+    // Arrays are compared element by element, so {1, 4} is neither less nor greater than {2, 3}.
     if (column->prototype->IsArray()) {
-        throw std::runtime_error("Column " + name + " holds arrays, which have no order");
+        throw std::runtime_error("Column " + name + " contains arrays, which have no order");
     }
     const auto index = static_cast<std::size_t>(column - table.columns.begin());
     std::ranges::stable_sort(table.records, [index](const Record& a, const Record& b) {
@@ -145,7 +145,7 @@ void SortBy(const std::string& name, Table& table) {
     });
 }
 
-// The stream form tells no types, so names and types go ahead of the cells. Gives the size.
+// Writes names and types before the cells, as the stream form contains no types. Returns the size.
 std::streamoff WriteValues(const Table& table, const std::string& file) {
     std::ofstream out(file, std::ios::binary);
     Variant<Words>(table.header).WriteValueToStream(out);
@@ -215,7 +215,7 @@ void Run(const std::string& file, const std::string& column, const std::string& 
     const std::streamoff size = WriteValues(table, output);
     const Table copy = ReadValues(output);
     if (copy.header != table.header || !std::ranges::equal(copy.records, table.records, AreEqual)) {
-        throw std::runtime_error(output + " doesn't hold what was written");
+        throw std::runtime_error(output + " doesn't contain what was written");
     }
     PrintEnds(copy.records);
     std::cout << copy.records.size() << " records of " << copy.columns.size()
@@ -225,7 +225,7 @@ void Run(const std::string& file, const std::string& column, const std::string& 
     }
 }
 
-// One line, whatever a cell or path in the text holds.
+// Replaces control characters, so that the error is printed on one line.
 void PrintError(std::string text) {
     std::ranges::replace_if(
         text, [](unsigned char c) { return c < ' ' || c == '\x7F'; }, '?');
@@ -235,12 +235,12 @@ void PrintError(std::string text) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    constexpr int wrongInput = 1;
-    constexpr int wrongUsage = 2;
+    constexpr int inputError = 1;
+    constexpr int usageError = 2;
     constexpr int fixedArguments = 4;
     if (argc < fixedArguments) {
         std::cerr << USAGE;
-        return wrongUsage;
+        return usageError;
     }
     try {
         Run(argv[1], argv[2], argv[3], Words(argv + fixedArguments, argv + argc));
@@ -248,5 +248,5 @@ int main(int argc, char** argv) {
     } catch (const std::exception& ex) {
         PrintError(ex.what());
     }
-    return wrongInput;
+    return inputError;
 }
