@@ -26,8 +26,8 @@ zel::RCPtr<LastLineSink> LogToSink() {
 
 }  // namespace
 
-// An object made here is changed there, an exception thrown there is caught here, and what the
-// library logs about it arrives in a class of this program.
+// The program creates an object that the library changes, catches an exception that the library
+// throws, and derives a class that the library's logger calls.
 int main() {
     const zel::RCPtr<LastLineSink> sink = LogToSink();
     zel::RCPtr<zel::DataTree> station(new zel::DataTree("station", ""));
