@@ -36,7 +36,7 @@ public:
     ///
     /// - `processor` is where ticks are posted. It is held weakly.
     /// - `period` is the number of seconds between ticks. 0, a negative value and a NaN mean about
-    ///   10 milliseconds, with the first tick at once.
+    ///   10 milliseconds, with the first tick immediately.
     /// - `pendingLimit` is the number of ticks that may be in flight: posted and not finished. A
     ///   tick that is due when they are is dropped and not counted.
     /// - `repeatCount` is the number of ticks after which the thread exits, or `FOREVER`.
@@ -54,7 +54,7 @@ public:
     /// | A sink throws | Effect |
     /// |---|---|
     /// | an `Exception` | Logged at level 3. The sinks after it miss this tick. |
-    /// | anything else | Passed to the processor. The tick counts as in flight for good. |
+    /// | anything else | Passed to the processor. The tick remains in flight permanently. |
     void OnTimerImp(int);
 
     /// Returns the event that is fired with this timer at each tick. Sinks may be added and removed
