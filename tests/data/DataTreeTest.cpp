@@ -80,7 +80,9 @@ TEST(DataTreeTest, MatchesAListThroughRandomChanges) {
         ASSERT_EQ(tree->GetChild(name), isKnown ? *found : nullptr);
         const std::size_t targetSize = round / 500 % 2 == 0 ? 30 : 3;
         if (model.size() < targetSize) {
-            tree->AppendChild(model.emplace_back(new DataTree(name, "")));
+            const bool isRepeated = isKnown && random() % 4 == 0;
+            tree->AppendChild(
+                model.emplace_back(isRepeated ? *found : Tree(new DataTree(name, ""))));
         } else {
             ASSERT_EQ(tree->DeleteChild(name), isKnown);
             model.erase(found, isKnown ? std::next(found) : found);
@@ -110,19 +112,26 @@ TEST(DataTreeTest, DeletesParentsFirstAndKeepsReferencedNodes) {
     class Recorded : public DataTree {
     public:
         using DataTree::DataTree;
-        ~Recorded() override { events += GetName() + std::to_string(GetChildCount()) + ' '; }
+        ~Recorded() override {
+            events += '(' + GetName() + std::to_string(GetChildCount());
+            other = nullptr;
+            events += ')';
+        }
+        Tree other;
     };
     Tree root(new Recorded("root", ""));
     Tree held;
     for (const char* name : {"a", "b"}) {
-        Tree child(new Recorded(name, ""));
+        RCPtr<Recorded> child(new Recorded(name, ""));
         held = new Recorded("held", "");
         child->AppendChild(new Recorded("leaf", ""));
         child->AppendChild(held);
+        child->other = new Recorded("other", "");
+        child->other->AppendChild(new Recorded("leaf", ""));
         root->AppendChild(child);
     }
     root = nullptr;
-    EXPECT_EQ(events, "root2 a2 leaf0 held0 b2 leaf0 ");
+    EXPECT_EQ(events, "(root2)(a2(other1)(leaf0))(leaf0)(held0)(b2(other1)(leaf0))(leaf0)");
     EXPECT_FALSE(held->GetParentNode());
 }
 

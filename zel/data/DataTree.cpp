@@ -18,14 +18,16 @@ const LogArea s_log("DataTree", 3);
 // A linear search is faster than an index up to this number of children.
 constexpr std::size_t MAX_CHILDREN_WITHOUT_INDEX = 8;
 
-// Deferred-deletion list: nodes whose reference count reached zero are deleted iteratively, so that
-// destroying a deep tree needs constant stack.
+// Deferred-deletion list of a tree: nodes whose reference count reached zero are deleted
+// iteratively, so that destroying a deep tree needs constant stack.
 struct DeferredDeletions {
     DataTree* first = nullptr;
-    bool isDeleting = false;
+    const DataTree* current = nullptr;
 };
 
-constinit thread_local DeferredDeletions t_deferred;
+// List of the innermost tree that this thread is deleting, or null. A node's destructor may drop
+// another tree, which is deleted as a whole before the destructor returns.
+constinit thread_local DeferredDeletions* t_deletions = nullptr;
 
 }  // namespace
 
@@ -42,16 +44,19 @@ DataTree::~DataTree() {
     if (m_children.empty()) {
         return;
     }
-    DeferredDeletions& deferred = t_deferred;
-    ReleaseChildren(deferred.first);
-    if (deferred.isDeleting) {
+    if (t_deletions != nullptr && t_deletions->current == this) {
+        ReleaseChildren(t_deletions->first);
         return;
     }
-    deferred.isDeleting = true;
-    while (deferred.first != nullptr) {
-        delete std::exchange(deferred.first, deferred.first->m_nextDeferred);
+    DeferredDeletions deletions;
+    ReleaseChildren(deletions.first);
+    DeferredDeletions* const outer = std::exchange(t_deletions, &deletions);
+    while (deletions.first != nullptr) {
+        DataTree* const node = std::exchange(deletions.first, deletions.first->m_nextDeferred);
+        deletions.current = node;
+        delete node;
     }
-    deferred.isDeleting = false;
+    t_deletions = outer;
 }
 
 // Prepends the unreferenced children to the deferred-deletion list in reverse order, so that the
@@ -86,8 +91,8 @@ std::size_t DataTree::GetChildCount() const {
         return index->GetCount();
     }
     std::size_t count = 0;
-    for (const RCPtr<DataTree>& child : m_children) {
-        count += Find(child->m_name) == child.Get() ? 1 : 0;
+    for (std::size_t i = 0; i < m_children.size(); ++i) {
+        count += FindFrom(0, m_children[i]->m_name) == i ? 1 : 0;
     }
     return count;
 }
@@ -169,7 +174,8 @@ RCPtr<DataTree> DataTree::Detach(DataTree* child) noexcept {
     const auto following =
         static_cast<std::size_t>(m_children.erase(position) - m_children.begin());
     if (Index* const index = m_index.load(std::memory_order_relaxed)) {
-        index->Replace(child, FindFrom(following, child->m_name));
+        const std::size_t next = FindFrom(following, child->m_name);
+        index->Replace(child, next == m_children.size() ? nullptr : m_children[next].Get());
     }
     return detached;
 }
@@ -210,17 +216,19 @@ DataTree* DataTree::AppendUnshared() {
 }
 
 DataTree* DataTree::Find(std::string_view name) const noexcept {
-    const Index* const index = GetIndex();
-    return index != nullptr ? index->Find(name) : FindFrom(0, name);
+    if (const Index* const index = GetIndex()) {
+        return index->Find(name);
+    }
+    const std::size_t position = FindFrom(0, name);
+    return position == m_children.size() ? nullptr : m_children[position].Get();
 }
 
-DataTree* DataTree::FindFrom(std::size_t position, std::string_view name) const noexcept {
-    for (; position < m_children.size(); ++position) {
-        if (m_children[position]->m_name == name) {
-            return m_children[position].Get();
-        }
+// Returns the number of children if there is no child of that name at or after `position`.
+std::size_t DataTree::FindFrom(std::size_t position, std::string_view name) const noexcept {
+    while (position < m_children.size() && m_children[position]->m_name != name) {
+        ++position;
     }
-    return nullptr;
+    return position;
 }
 
 // Concurrent callers may each create an index; the first one stored is kept. Returns null if there

@@ -33,8 +33,8 @@ public:
 ///     settings->GetChildValue("interval", &interval);  // keeps "60" if there is no such child
 ///
 /// A node owns its children and has a weak pointer to its parent. Depth and number of children are
-/// limited only by memory. When the last pointer to a node is released, the node is deleted, and
-/// with it the children that nothing else references.
+/// limited only by memory. Releasing the last pointer to a node deletes the node and all
+/// descendants that nothing else references, parents before children.
 ///
 /// Thread-compatible: const calls may run concurrently.
 ///
@@ -135,7 +135,7 @@ private:
     DataTree() = default;
 
     DataTree* Find(std::string_view name) const noexcept;
-    DataTree* FindFrom(std::size_t position, std::string_view name) const noexcept;
+    std::size_t FindFrom(std::size_t position, std::string_view name) const noexcept;
     Index* GetIndex() const noexcept;
     RCPtr<DataTree> Detach(DataTree* child) noexcept;
     DataTree* AppendUnshared();
