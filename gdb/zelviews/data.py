@@ -1,12 +1,12 @@
 """DataTree, DataTable and DataRow."""
 
-from .memory import Array, Text, quote, target_of
+from .memory import Array, Pointers, Text, quote, target_of
 from .view import ListView, View
 
 
 class DataTreeView(View):
     NAME = "DataTree"
-    FIELDS = ("m_name", "m_value", "m_children")
+    FIELDS = ("m_name", "m_value", "m_children", "m_index")
 
     def describe(self):
         children = self._children()
@@ -20,7 +20,9 @@ class DataTreeView(View):
         return _numbered(self._children())
 
     def _children(self):
-        return Array.of(self.value["m_children"])
+        children = Array.of(self.value["m_children"])
+        has_index = self.value["m_index"]["_M_b"]["_M_p"]
+        return Pointers(children) if has_index else children
 
 
 class DataTableView(View):

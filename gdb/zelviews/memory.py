@@ -80,6 +80,17 @@ class Array:
         return f"{{{', '.join(shown)}}}{cut}"
 
 
+class Pointers(Array):
+    """The pointers that are not null in an array of RCPtr."""
+
+    def __init__(self, array):
+        self._elements = [element for element in array if element["m_object"]]
+        self.length = None if array.length is None else len(self._elements)
+
+    def __iter__(self):
+        return iter(self._elements)
+
+
 def limit():
     """Returns the number of characters or elements that GDB prints."""
     return print_option("max_elements", "print elements") or _NO_LIMIT

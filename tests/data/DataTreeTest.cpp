@@ -98,6 +98,16 @@ TEST(DataTreeTest, MatchesAListThroughRandomChanges) {
     }
 }
 
+TEST(DataTreeTest, EmptyingANodeOfEqualNamesTakesLinearTime) {
+    constexpr int count = 100'000;
+    const Tree tree = MakeTree(std::vector<std::string>(count, "same"));
+    for (int i = 1; i <= count; ++i) {
+        ASSERT_EQ(tree->GetChildValue("same"), std::to_string(i));
+        ASSERT_TRUE(tree->DeleteChild("same"));
+    }
+    EXPECT_EQ(tree->ToString(), "[\"root\"]\n");
+}
+
 TEST(DataTreeTest, AllowsConcurrentLookups) {
     for (int round = 0; round < 50; ++round) {
         const Tree tree = MakeTree(std::vector<std::string>(100, "same"));

@@ -48,6 +48,16 @@ RCPtr<DataTree> MakeWideTree() {
     return wide;
 }
 
+// Returns a tree with an index, whose list of children contains a null pointer.
+RCPtr<DataTree> MakeSparseTree() {
+    RCPtr<DataTree> sparse(new DataTree("sparse", ""));
+    for (int i = 0; i < 10; ++i) {
+        sparse->AppendChild(new DataTree(std::to_string(i), ""));
+    }
+    sparse->DeleteChild("0");
+    return sparse;
+}
+
 RCPtr<DataTree> MakeDeepTree() {
     RCPtr<DataTree> deep(new DataTree("100000", ""));
     for (int i = 100000; i-- > 0;) {
@@ -112,6 +122,7 @@ int main() {
     const RCPtr<DataTree> station =
         DataTree::FromString(R"(["station" ."name" = "Harbour" ["logger" ."interval" = "60"]])");
     const RCPtr<DataTree> wide = MakeWideTree();
+    const RCPtr<DataTree> sparse = MakeSparseTree();
     const RCPtr<DataTree> deep = MakeDeepTree();
     const RCPtr<DataTable> users = MakeUsers();
 

@@ -92,7 +92,7 @@ std::size_t DataTree::GetChildCount() const {
     }
     std::size_t count = 0;
     for (std::size_t i = 0; i < m_children.size(); ++i) {
-        count += FindFrom(0, m_children[i]->m_name) == i ? 1 : 0;
+        count += FindPosition(m_children[i]->m_name) == i ? 1 : 0;
     }
     return count;
 }
@@ -107,14 +107,15 @@ RCPtr<DataTree> DataTree::GetChild(const std::string& name) const {
 
 void DataTree::GetChildren(const std::string& name, std::list<RCPtr<DataTree>>* children) const {
     std::list<RCPtr<DataTree>> found;
-    RCBatch::CopyIf(m_children, found,
-                    [&name](const RCPtr<DataTree>& child) { return child->m_name == name; });
+    RCBatch::CopyIf(m_children, found, [&name](const RCPtr<DataTree>& child) {
+        return child && child->m_name == name;
+    });
     children->splice(children->end(), found);
 }
 
 void DataTree::GetChildren(std::list<RCPtr<DataTree>>* children) const {
     std::list<RCPtr<DataTree>> all;
-    RCBatch::Copy(m_children, all);
+    RCBatch::CopyIf(m_children, all, [](const RCPtr<DataTree>& child) { return bool(child); });
     children->swap(all);
 }
 
@@ -149,35 +150,40 @@ void DataTree::AppendChild(RCPtr<DataTree> child) {
     m_children.push_back(std::move(child));
     if (Index* const index = m_index.load(std::memory_order_relaxed)) {
         try {
-            index->Add(node);
-        } catch (...) {
-            m_children.pop_back();
-            throw;
+            index->Append(*node);
+        } catch (const std::bad_alloc&) {
+            DropIndex();
         }
     }
     node->m_parent = WeakPtr<DataTree>(this);
 }
 
 bool DataTree::DeleteChild(const std::string& name) {
-    DataTree* const child = Find(name);
-    if (child == nullptr) {
+    const std::size_t position = FindPosition(name);
+    if (position == NONE) {
         return false;
     }
-    const RCPtr<DataTree> removed = Detach(child);
+    const RCPtr<DataTree> removed = Detach(position);
     return true;
 }
 
-// Removes the first child of its name from the list and the index.
-RCPtr<DataTree> DataTree::Detach(DataTree* child) noexcept {
-    const auto position = std::find(m_children.begin(), m_children.end(), child);
-    RCPtr<DataTree> detached = std::move(*position);
-    const auto following =
-        static_cast<std::size_t>(m_children.erase(position) - m_children.begin());
-    if (Index* const index = m_index.load(std::memory_order_relaxed)) {
-        const std::size_t next = FindFrom(following, child->m_name);
-        index->Replace(child, next == m_children.size() ? nullptr : m_children[next].Get());
+// Removes the first child of its name.
+RCPtr<DataTree> DataTree::Detach(std::size_t position) noexcept {
+    Index* const index = m_index.load(std::memory_order_relaxed);
+    if (index != nullptr) {
+        index->RemoveFirst(m_children, m_children[position]->m_name);
+    }
+    RCPtr<DataTree> detached = std::move(m_children[position]);
+    if (index == nullptr || index->IsSparse()) {
+        DropIndex();
     }
     return detached;
+}
+
+// Deletes the index and removes the null pointers it has left in the list.
+void DataTree::DropIndex() noexcept {
+    std::erase(m_children, nullptr);
+    delete m_index.exchange(nullptr, std::memory_order_relaxed);
 }
 
 RCPtr<DataTree> DataTree::GetParentNode() const {
@@ -192,6 +198,9 @@ RCPtr<DataTree> DataTree::Clone() const {
         open.pop_back();
         copy->m_children.reserve(source->m_children.size());
         for (const RCPtr<DataTree>& child : source->m_children) {
+            if (!child) {
+                continue;
+            }
             DataTree* const childCopy = copy->AppendUnshared();
             childCopy->m_name = child->m_name;
             childCopy->m_value = child->m_value;
@@ -216,19 +225,22 @@ DataTree* DataTree::AppendUnshared() {
 }
 
 DataTree* DataTree::Find(std::string_view name) const noexcept {
+    const std::size_t position = FindPosition(name);
+    return position == NONE ? nullptr : m_children[position].Get();
+}
+
+// Returns the position of the first child of that name, or NONE.
+std::size_t DataTree::FindPosition(std::string_view name) const noexcept {
     if (const Index* const index = GetIndex()) {
         return index->Find(name);
     }
-    const std::size_t position = FindFrom(0, name);
-    return position == m_children.size() ? nullptr : m_children[position].Get();
-}
-
-// Returns the number of children if there is no child of that name at or after `position`.
-std::size_t DataTree::FindFrom(std::size_t position, std::string_view name) const noexcept {
-    while (position < m_children.size() && m_children[position]->m_name != name) {
-        ++position;
+    // Without an index there are no null pointers in the list.
+    for (std::size_t i = 0; i < m_children.size(); ++i) {
+        if (m_children[i]->m_name == name) {
+            return i;
+        }
     }
-    return position;
+    return NONE;
 }
 
 // Concurrent callers may each create an index; the first one stored is kept. Returns null if there

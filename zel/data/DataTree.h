@@ -135,18 +135,22 @@ private:
     DataTree() = default;
 
     DataTree* Find(std::string_view name) const noexcept;
-    std::size_t FindFrom(std::size_t position, std::string_view name) const noexcept;
+    std::size_t FindPosition(std::string_view name) const noexcept;
     Index* GetIndex() const noexcept;
-    RCPtr<DataTree> Detach(DataTree* child) noexcept;
+    RCPtr<DataTree> Detach(std::size_t position) noexcept;
+    void DropIndex() noexcept;
     DataTree* AppendUnshared();
     bool Contains(const DataTree* child) const;
     bool IsAncestorOfOrSame(const DataTree* node) const;
     void ReleaseChildren(DataTree*& deferred) noexcept;
 
+    static constexpr std::size_t NONE = static_cast<std::size_t>(-1);
+
     std::string m_name;
     std::string m_value;
+    // While there is an index, removed children are null pointers.
     Children m_children;
-    // The first child of each name. Created when a node of many children is first searched.
+    // Created when a node of many children is first searched.
     mutable std::atomic<Index*> m_index{nullptr};
     WeakPtr<DataTree> m_parent;
     DataTree* m_nextDeferred = nullptr;

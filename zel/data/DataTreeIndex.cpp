@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 namespace zel {
 
@@ -37,6 +38,33 @@ std::size_t NameHash::operator()(std::string_view name) const noexcept {
     word = 0;
     std::memcpy(&word, name.data(), name.size());
     return static_cast<std::size_t>(Mix(state, word));
+}
+
+DataTree::Index::Index(const Children& children) : m_runs(2 * children.size()) {
+    m_next.reserve(children.size());
+    for (const RCPtr<DataTree>& child : children) {
+        Append(*child);
+    }
+}
+
+void DataTree::Index::Append(const DataTree& child) {
+    const std::size_t position = m_next.size();
+    m_next.push_back(NONE);
+    const auto [run, isNew] = m_runs.try_emplace(child.m_name, Run{position, position});
+    if (!isNew) {
+        m_next[std::exchange(run->second.last, position)] = position;
+    }
+}
+
+void DataTree::Index::RemoveFirst(const Children& children, std::string_view name) noexcept {
+    auto entry = m_runs.extract(name);
+    const std::size_t next = m_next[entry.mapped().first];
+    ++m_removed;
+    if (next != NONE) {
+        entry.key() = children[next]->m_name;
+        entry.mapped().first = next;
+        m_runs.insert(std::move(entry));
+    }
 }
 
 }  // namespace zel

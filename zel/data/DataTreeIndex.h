@@ -13,38 +13,42 @@ public:
     std::size_t operator()(std::string_view name) const noexcept;
 };
 
-// Maps each name to its first child. The keys refer to the names of the children, which never
-// change and outlive the entry, as a child is removed from the index first.
+// Positions of the children by name. Removing a child leaves a null pointer in the list of
+// children, so that other positions remain valid and removal takes constant time. The keys refer to
+// the names of the children, which never change and outlive the entry.
 class DataTree::Index {
 public:
-    explicit Index(const Children& children) : m_children(2 * children.size()) {
-        for (const RCPtr<DataTree>& child : children) {
-            Add(child.Get());
-        }
+    explicit Index(const Children& children);
+
+    // Returns the number of distinct names.
+    std::size_t GetCount() const noexcept { return m_runs.size(); }
+
+    // Returns the position of the first child of that name, or NONE.
+    std::size_t Find(std::string_view name) const noexcept {
+        const auto found = m_runs.find(name);
+        return found == m_runs.end() ? NONE : found->second.first;
     }
 
-    std::size_t GetCount() const noexcept { return m_children.size(); }
+    // Adds the child that was appended last. If this throws, the index must not be used any more.
+    void Append(const DataTree& child);
 
-    DataTree* Find(std::string_view name) const noexcept {
-        const auto found = m_children.find(name);
-        return found == m_children.end() ? nullptr : found->second;
-    }
+    // Removes the first child of that name, which is still in the list.
+    void RemoveFirst(const Children& children, std::string_view name) noexcept;
 
-    // Adds a child unless there is an earlier one of its name.
-    void Add(DataTree* child) { m_children.emplace(child->m_name, child); }
-
-    // Replaces a child by the next one of the same name, or removes the entry if `next` is null.
-    void Replace(const DataTree* child, DataTree* next) noexcept {
-        auto entry = m_children.extract(child->m_name);
-        if (next != nullptr) {
-            entry.key() = next->m_name;
-            entry.mapped() = next;
-            m_children.insert(std::move(entry));
-        }
-    }
+    // Returns whether most of the pointers in the list of children are null.
+    bool IsSparse() const noexcept { return 2 * m_removed >= m_next.size(); }
 
 private:
-    std::unordered_map<std::string_view, DataTree*, NameHash> m_children;
+    // Positions of the first and the last child of one name.
+    struct Run {
+        std::size_t first;
+        std::size_t last;
+    };
+
+    std::unordered_map<std::string_view, Run, NameHash> m_runs;
+    // The position of the next child of the same name for each child, or NONE.
+    std::vector<std::size_t> m_next;
+    std::size_t m_removed = 0;
 };
 
 }  // namespace zel

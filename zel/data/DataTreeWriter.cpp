@@ -23,7 +23,9 @@ public:
         while (!m_open.empty()) {
             OpenTag& tag = m_open.back();
             if (tag.next < tag.node->m_children.size()) {
-                Begin(*tag.node->m_children[tag.next++]);
+                if (const DataTree* const child = tag.node->m_children[tag.next++].Get()) {
+                    Begin(*child);
+                }
             } else {
                 m_open.pop_back();
                 Indent();
