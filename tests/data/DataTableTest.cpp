@@ -7,6 +7,7 @@
 
 #include <climits>
 #include <sstream>
+#include <type_traits>
 
 namespace zel {
 namespace {
@@ -27,8 +28,10 @@ std::string TextOf(const RCPtr<DataTable>& table) {
     return out.str();
 }
 
+static_assert(!std::is_destructible_v<DataTable> && !std::is_copy_constructible_v<DataTable>);
+
 TEST(DataTableTest, KeepsFieldsByNameAndRowsOfAnyWidth) {
-    const RCPtr<DataTable> table = MakeTable("abac");
+    RCPtr<DataTable> table = MakeTable("abac");
     EXPECT_EQ(table->GetFieldCount(), 3U);
     EXPECT_EQ(table->GetField(table->GetFieldIndex("c")), "c");
     EXPECT_EQ(table->GetFieldIndex("C"), -1);
@@ -45,9 +48,13 @@ TEST(DataTableTest, KeepsFieldsByNameAndRowsOfAnyWidth) {
     EXPECT_EQ(wide->GetFieldCount(), 4U);
     EXPECT_EQ(table->GetRowCount(), 3U);
     EXPECT_EQ(TextOf(table), "a|b|c|\n1|two|\n1|2|3|4|\n\n");
+    RCPtr<DataTable> clone = table->Clone();
     narrow->SetFieldCount(4, "x");
     wide->SetFieldCount(1, "x");
     EXPECT_EQ(TextOf(table), "a|b|c|\n1|two|x|x|\n1|\n\n");
+    table = nullptr;
+    EXPECT_EQ(TextOf(clone), "a|b|c|\n1|two|\n1|2|3|4|\n\n");
+    EXPECT_EQ(clone->GetRow(1)->GetField("c"), "3");
 }
 
 TEST(DataTableTest, RefusesInvalidIndexesAndNames) {

@@ -18,6 +18,8 @@ namespace {
 
 using Tree = RCPtr<DataTree>;
 
+static_assert(!std::is_destructible_v<DataTree>);
+
 Tree MakeTree(const std::vector<std::string>& names) {
     Tree tree(new DataTree("root", ""));
     int number = 0;

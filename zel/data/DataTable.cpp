@@ -20,6 +20,21 @@ bool IsIndex(int index, const std::vector<T>& items) {
 DataTableEx::DataTableEx(const std::string& message, const std::string& file, int line)
     : Exception("DataTableEx", message, file, line) {}
 
+DataTable::~DataTable() = default;
+
+RCPtr<DataTable> DataTable::Clone() const {
+    RCPtr<DataTable> clone(new DataTable);
+    clone->m_fieldIndex = m_fieldIndex;
+    clone->m_fieldNames = m_fieldNames;
+    clone->m_rows.reserve(m_rows.size());
+    for (const RCPtr<DataRow>& row : m_rows) {
+        RCPtr<DataRow> copy = clone->CreateRow();
+        copy->m_cells = row->m_cells;
+        clone->m_rows.push_back(std::move(copy));
+    }
+    return clone;
+}
+
 void DataTable::AddField(const std::string& name) {
     const auto [entry, isNew] = m_fieldIndex.emplace(name, static_cast<int>(m_fieldNames.size()));
     if (!isNew) {

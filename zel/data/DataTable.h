@@ -21,8 +21,10 @@ public:
     DataTableEx(const std::string& message, const std::string& file, int line);
 };
 
-/// A table of strings in memory: named columns, called fields, and rows. All cells are text. The
-/// number of cells is a property of each row and may differ from the number of fields.
+/// A table of strings in memory: named columns, called fields, and rows. Tables are created by
+/// `new` and owned by `RCPtr`; the destructor is protected, so that local variables don't compile.
+/// All cells are text. The number of cells is a property of each row and may differ from the number
+/// of fields.
 ///
 ///     RCPtr<DataTable> users(new DataTable);
 ///     users->AddField("name");
@@ -40,6 +42,14 @@ public:
 /// Guide: docs/delimited-text.md
 class ZEL_ADVANCED_API DataTable : public RCObject {
 public:
+    /// Creates a table without fields and rows.
+    DataTable() = default;
+    DataTable(const DataTable&) = delete;
+    DataTable& operator=(const DataTable&) = delete;
+
+    /// Returns a deep copy, whose rows take their field names from the copy.
+    RCPtr<DataTable> Clone() const;
+
     /// Appends a field. Has no effect if there is a field of that name; names are case-sensitive.
     void AddField(const std::string& name);
 
@@ -91,6 +101,9 @@ public:
     /// positioned after the failed line, or within it if it is too long.
     void ReadFromCSV(std::istream& in, const char* separators, bool strictFieldCount,
                      bool hasHeader, bool collapseSeparators, bool skipToBlankLine);
+
+protected:
+    ~DataTable() override;
 
 private:
     std::map<std::string, int> m_fieldIndex;

@@ -24,9 +24,10 @@ public:
                const std::string& info = {});
 };
 
-/// A node of a tree document: a name, a text value and an ordered list of named children. A
-/// document is represented by its root node. Names may be empty and may repeat; they are compared
-/// byte by byte.
+/// A node of a tree document: a name, a text value and an ordered list of named children. Nodes are
+/// created by `new` and owned by `RCPtr`; the destructor is protected, so that local variables
+/// don't compile. A document is represented by its root node. Names may be empty and may repeat;
+/// they are compared byte by byte.
 ///
 ///     RCPtr<DataTree> settings = DataTree::Load("station.tree");
 ///     std::string interval = "60";
@@ -43,7 +44,6 @@ class ZEL_ADVANCED_API DataTree : public RCObject {
 public:
     /// Creates a node without parent and children. The name can't be changed later.
     DataTree(std::string name, std::string value);
-    ~DataTree() override;
     DataTree(const DataTree&) = delete;
     DataTree& operator=(const DataTree&) = delete;
 
@@ -124,6 +124,9 @@ public:
     /// Reads a document from a file. Throws `DataTreeEx` if the file can't be opened, is a
     /// directory, or is malformed.
     static RCPtr<DataTree> Load(const char* path);
+
+protected:
+    ~DataTree() override;
 
 private:
     class Index;
