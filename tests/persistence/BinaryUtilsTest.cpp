@@ -2,11 +2,13 @@
 
 #include "tests/support/AllocationWatch.h"
 #include "tests/support/RecordingLogSink.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tests/support/Thrown.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <fstream>
 #include <sstream>
 #include <tuple>
 #include <type_traits>
@@ -48,20 +50,31 @@ TEST(BinaryUtilsTest, StoresTheMostSignificantByteFirstWithoutAllocation) {
 TEST(BinaryUtilsTest, WritesAndFlushesLikeTheStream) {
     struct Buffer : std::stringbuf {
         int sync() override { return sputc('!') == '!' ? 0 : -1; }
+        std::streamsize xsputn(const char* text, std::streamsize size) override {
+            sputc('<');
+            return std::stringbuf::xsputn(text, size);
+        }
     } buffer;
     std::ostream tied(&buffer);
-    std::ostream out(&buffer);
+    DataPacker(&tied, false).Insert(WIDE);
+    std::stringstream out("   ");
     DataPacker packer(&out, false);
     packer.Insert(NARROW);
+    EXPECT_EQ(buffer.str(), "<ab");
     out.tie(&tied);
     packer.Insert(NARROW);
     out.tie(nullptr);
-    out << std::unitbuf;
-    packer.Insert(WIDE);
-    out << std::nounitbuf;
+    EXPECT_EQ(buffer.str(), "<ab!");
     out.setstate(std::ios_base::eofbit);
-    packer.Insert(NARROW);
-    EXPECT_EQ(buffer.str(), "c!cab!");
+    packer.Insert(WIDE);
+    EXPECT_EQ(out.str(), "cc ");
+
+    const test::TemporaryFolder folder;
+    std::ofstream file(folder / "file");
+    file << std::unitbuf;
+    DataPacker(&file, false).Insert(WIDE);
+    DataPacker(&file, false).Insert(NARROW);
+    EXPECT_EQ(std::filesystem::file_size(folder / "file"), 3U);
 }
 
 TEST(BinaryUtilsTest, RefusesMoreBytesThanAreLeft) {

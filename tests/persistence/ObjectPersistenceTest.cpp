@@ -37,6 +37,11 @@ TEST(ObjectPersistenceTest, LogsAndThrowsWithFileAndLine) {
          "for a version 2 Motor because this field was added in class version 3"},
         {[] { PersistentObject::ThrowPersistentObjectDetailsEx("Motor", 4000, "bad state"); },
          "Motor", "\n2 ObjectPersistence Exception of type PersistentObjectEx. bad state"},
+        {[] { PersistentObject().VersionCheck(nullptr, 3, 2, nullptr); }, "ObjectPersistence",
+         "\n2 ObjectPersistence Exception of type VersionClashEx. Access to field  is illegal for "
+         "a version 2  because this field was added in class version 3"},
+        {[] { PersistentObject::ThrowPersistentObjectDetailsEx(nullptr, 5, nullptr); }, "",
+         "\n2 ObjectPersistence Exception of type PersistentObjectEx. "},
     };
     const test::ScopedLogger logger;
     for (const auto& [call, file, text] : rows) {

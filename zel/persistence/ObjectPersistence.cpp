@@ -2,12 +2,18 @@
 
 #include "zel/foundation/Log.h"
 
+#include <string_view>
+
 namespace zel::ObjectPersistence {
 
 namespace {
 
 const LogArea s_log("ObjectPersistence", 3);
 const StaticInit<DynamicObjectStatics> s_dynamicObjectStatics;
+
+std::string_view TextOf(const char* text) {
+    return text == nullptr ? "" : text;
+}
 
 }  // namespace
 
@@ -29,15 +35,15 @@ PersistentObject::~PersistentObject() = default;
 void PersistentObject::VersionCheck(const char* fieldName, int addedVersion, int objectVersion,
                                     const char* className) const {
     if (addedVersion > objectVersion) {
-        Throw<VersionClashEx>(s_log, "Access to field ", fieldName, " is illegal for a version ",
-                              objectVersion, " ", className,
+        Throw<VersionClashEx>(s_log, "Access to field ", TextOf(fieldName),
+                              " is illegal for a version ", objectVersion, " ", TextOf(className),
                               " because this field was added in class version ", addedVersion);
     }
 }
 
 void PersistentObject::ThrowPersistentObjectDetailsEx(const char* file, int line,
                                                       const char* message) {
-    Raise(s_log, PersistentObjectEx(message, file, line));
+    Raise(s_log, PersistentObjectEx(std::string(TextOf(message)), std::string(TextOf(file)), line));
 }
 
 }  // namespace zel::ObjectPersistence

@@ -75,11 +75,12 @@ public:
     PersistentObject& operator=(const PersistentObject&) = default;
 
     /// Throws `VersionClashEx` if `addedVersion`, the version of class `className` that added field
-    /// `fieldName`, is higher than `objectVersion`. Thread-safe.
+    /// `fieldName`, is higher than `objectVersion`. A null text counts as empty. Thread-safe.
     void VersionCheck(const char* fieldName, int addedVersion, int objectVersion,
                       const char* className) const;
 
-    /// Logs and throws `PersistentObjectEx` with the caller's file and line. Thread-safe.
+    /// Logs and throws `PersistentObjectEx` with the caller's file and line. A null text counts as
+    /// empty. Thread-safe.
     [[noreturn]] static void ThrowPersistentObjectDetailsEx(const char* file, int line,
                                                             const char* message);
 };

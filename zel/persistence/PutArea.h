@@ -1,13 +1,19 @@
 #pragma once
 
+#include "zel/foundation/MemOSStreambuf.h"
+
 #include <cstddef>
+#include <fstream>
 #include <ostream>
+#include <sstream>
 #include <streambuf>
+#include <typeinfo>
 
 namespace zel {
 
 /// Writes a few bytes with the effect of `std::ostream::write`, but without a function call if the
-/// stream is good, its buffer has free space and nothing must be flushed. Part of the
+/// stream is good, its buffer is one of the standard library or of `MemOS` and has free space, and
+/// nothing must be flushed. Part of the
 /// implementation of `BinaryUtils::DataPacker`.
 ///
 /// Guide: docs/stored-objects.md
@@ -17,7 +23,8 @@ public:
     template <std::size_t size>
     static void Write(std::ostream& out, const char (&bytes)[size]) {
         std::ios& state = out;
-        if (!HasNothingToFlush(state) || !TryPut(*state.rdbuf(), bytes)) {
+        if (!HasNothingToFlush(state) || !HasKnownType(*state.rdbuf()) ||
+            !TryPut(*state.rdbuf(), bytes)) {
             out.write(bytes, size);
         }
     }
@@ -26,6 +33,13 @@ private:
     static bool HasNothingToFlush(const std::ios& state) {
         return state.good() && state.tie() == nullptr &&
                (state.flags() & std::ios_base::unitbuf) == 0;
+    }
+
+    // A user-defined buffer may override xsputn, which must see every write.
+    static bool HasKnownType(const std::streambuf& buffer) {
+        const std::type_info& type = typeid(buffer);
+        return type == typeid(std::stringbuf) || type == typeid(std::filebuf) ||
+               type == typeid(MemOSStreambuf);
     }
 
     // The members are protected, but a member pointer formed in a derived class applies to any
