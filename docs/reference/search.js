@@ -1,5 +1,5 @@
 // Searches the text of all pages in the browser, also of pages opened as files. Replaces Doxygen's
-// search.js, which asks a server; the pages create a SearchBox each.
+// search.js, which asks a server; each page makes a SearchBox.
 
 const RESULTS_AT_MOST = 40;
 
@@ -102,7 +102,8 @@ async function searchFor(query) {
   const records = [...readGuides(), ...readNames()];
   const found = findRecords(makeIndex(records), words);
   const results = document.getElementById('searchresults');
-  results.textContent = `${found.length} pages and names match ${query}.`;
+  const rest = found.length > RESULTS_AT_MOST ? `; the best ${RESULTS_AT_MOST} are` : '';
+  results.textContent = `${found.length} sections and names match ${query}${rest}:`;
   for (const id of found.slice(0, RESULTS_AT_MOST)) {
     results.append(showRecord(records[id], words));
   }
@@ -110,7 +111,6 @@ async function searchFor(query) {
 
 class SearchBox {
   OnSearchFieldFocus() {}
-  DOMSearchField() { return document.getElementById('MSearchField'); }
 }
 
 // After the menu, which makes the search field.
