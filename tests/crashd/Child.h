@@ -10,7 +10,7 @@
 
 namespace zel::crashtest {
 
-// What is left of a victim and its daemon.
+// The results of a victim and its daemon.
 struct Outcome {
     int status = 0;
     std::string output;
@@ -25,17 +25,17 @@ struct Outcome {
     }
 };
 
-// This program again as a victim, in a process that is a subreaper and has one at a time.
+// Runs this program as a victim. The calling process is a subreaper and has one victim at a time.
 class Child : public test::ChildProcess {
 public:
-    Child(const std::string& death, const std::string& place, const std::string& trouble = "")
+    Child(const std::string& death, const std::string& place, const std::string& shape = "")
         : ChildProcess(
-              {std::filesystem::read_symlink("/proc/self/exe"), VICTIM, death, place, trouble}) {}
+              {std::filesystem::read_symlink("/proc/self/exe"), VICTIM, death, place, shape}) {}
 
-    // Waits until a victim that dies by "wait" is ready for it and its daemon, the orphan, waits.
-    void WaitUntilReady() const { ReadUntil("ready\n"); }
+    // Waits until a victim that dies by "wait" is ready, and returns what it has printed.
+    std::string WaitUntilReady() const { return ReadUntil("ready\n"); }
 
-    // Waits until it and all that it has started are gone.
+    // Waits for the end of the victim and of all processes that it has started.
     Outcome Finish() {
         Outcome outcome;
         outcome.status = Wait();

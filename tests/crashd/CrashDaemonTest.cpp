@@ -6,11 +6,15 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <regex>
 #include <sstream>
 #include <stdexcept>
+#include <string>
+#include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace zel::crashtest {
 
@@ -33,7 +37,7 @@ const zel_crash_msg_s crash = {
     .ancillary = "0 server 0x00000ABC main (Main.cpp:12) \n",
 };
 
-// The blank at the end of a line is a dollar sign here.
+// A dollar sign is a blank at the end of a line.
 const std::string report = R"(
 +------------------------------+
 |     Zelmar Crash Handler     |
@@ -62,8 +66,8 @@ std::string BytesOf(const zel_crash_msg_s& record) {
     return {reinterpret_cast<const char*>(&record), sizeof(record)};
 }
 
-// What the daemon makes of some bytes that come in pieces; empty if they are too few.
-std::string Take(std::string_view bytes, std::size_t piece = sizeof(zel_crash_msg_s)) {
+// Returns the report of bytes that arrive in pieces, nothing if they are too few.
+std::string ReportBytes(std::string_view bytes, std::size_t piece = sizeof(zel_crash_msg_s)) {
     const auto read = [&](void* buffer, std::size_t size) {
         const std::size_t count = bytes.copy(static_cast<char*>(buffer), std::min(size, piece));
         bytes.remove_prefix(count);
@@ -81,15 +85,15 @@ std::string Take(std::string_view bytes, std::size_t piece = sizeof(zel_crash_ms
 TEST(CrashDaemonTest, PrintsTheReportByteForByte) {
     const std::string expected = std::regex_replace(report, std::regex("\\$"), " ");
     for (const std::size_t piece : {1U, 7U, 4095U, 4096U, 100'000U}) {
-        EXPECT_EQ(Take(BytesOf(crash) + "more", piece), expected);
+        EXPECT_EQ(ReportBytes(BytesOf(crash) + "more", piece), expected);
     }
     for (std::size_t size = 0; size < sizeof(crash); ++size) {
-        ASSERT_EQ(Take(BytesOf(crash).substr(0, size)), "");
+        ASSERT_EQ(ReportBytes(BytesOf(crash).substr(0, size)), "");
     }
 }
 
 TEST(CrashDaemonTest, EndsTheTextsAndTheAddressesOfAHostileRecord) {
-    const std::string text = Take(BytesOf(crash).substr(0, 4) + std::string(4092, 'x'));
+    const std::string text = ReportBytes(BytesOf(crash).substr(0, 4) + std::string(4092, 'x'));
     std::ostringstream end;
     end << "\nAsserts: " << std::string(127, 'x') << "\nStack Addresses:";
     for (int i = 0; i < 50; ++i) {
@@ -100,9 +104,9 @@ TEST(CrashDaemonTest, EndsTheTextsAndTheAddressesOfAHostileRecord) {
     EXPECT_NE(text.find("\nProgram Name: " + std::string(19, 'x') + '\n'), std::string::npos);
 }
 
-TEST(CrashDaemonTest, TellsOfItsOwnFaultWhenTheMarkIsWrong) {
+TEST(CrashDaemonTest, ReportsItsOwnFaultIfTheMagicNumberIsWrong) {
     errno = ENOENT;
-    const std::string text = Take("\xad\x0b" + std::string(4094, '\0'));
+    const std::string text = ReportBytes("\xad\x0b" + std::string(4094, '\0'));
     const std::string self = std::to_string(getpid());
     const std::regex expected(
         "crashd: MAGIC bytes are wrong \\(0x00000bad\\)!\n\n[^]*\n"
@@ -115,13 +119,43 @@ TEST(CrashDaemonTest, TellsOfItsOwnFaultWhenTheMarkIsWrong) {
     EXPECT_TRUE(std::regex_match(text, expected)) << text;
 }
 
+TEST(CrashDaemonTest, WritesEachReportToANewFile) {
+    const test::TemporaryFolder folder;
+    const std::string prefix = folder / "pump-";
+    const CrashCallback callback = CrashHandler::ReportToFile(prefix);
+    std::ofstream(prefix + "20010909T014640Z-4294967295.txt") << "kept";
+    callback->Call(&crash);
+    callback->Call(&crash);
+    const std::string expected = std::regex_replace(report, std::regex("\\$"), " ");
+    for (const auto& [ending, content] :
+         {std::pair{"", std::string("kept")}, {"-2", expected}, {"-3", expected}}) {
+        const std::string file = prefix + "20010909T014640Z-4294967295" + ending + ".txt";
+        std::ostringstream text;
+        text << std::ifstream(file).rdbuf();
+        EXPECT_EQ(text.str(), content) << file;
+        if (content != "kept") {
+            EXPECT_EQ(std::filesystem::status(file).permissions(),
+                      std::filesystem::perms::owner_read | std::filesystem::perms::owner_write)
+                << file;
+        }
+    }
+    testing::internal::CaptureStderr();
+    CrashHandler::ReportToFile(folder / "missing/pump-")->Call(&crash);
+    EXPECT_TRUE(testing::internal::GetCapturedStderr().ends_with(
+        "09T014640Z-4294967295.txt': No such file or directory\n" + expected));
+}
+
 TEST(CrashDaemonDeathTest, ReadsAnyPathAndEndsTheProcess) {
-    const auto teller = BindCallback<ZelVoidT, const zel_crash_msg_s*>(
+    const auto printer = BindCallback<ZelVoidT, const zel_crash_msg_s*>(
         [](const zel_crash_msg_s* record) { std::fputs(record->prog_name, stderr); });
     const auto thrower = BindCallback<ZelVoidT, const zel_crash_msg_s*>(
         [](const zel_crash_msg_s*) { throw std::runtime_error("out of the daemon"); });
     const test::TemporaryFolder folder;
     const std::string file = folder / "record";
+    const std::string fifo = folder / "fifo";
+    mkfifo(fifo.c_str(), S_IRUSR | S_IWUSR);
+    int other[2];
+    ASSERT_EQ(pipe(other), 0);
     const auto run = [&](const std::string& bytes, const CrashCallback& callback) {
         std::ofstream(file, std::ios::binary) << bytes;
         crashd_main(file.c_str(), callback);
@@ -129,11 +163,34 @@ TEST(CrashDaemonDeathTest, ReadsAnyPathAndEndsTheProcess) {
     const testing::ExitedWithCode ended(0);
     const std::string start = "^crashd_main: Win32!\n";
     EXPECT_EXIT(run(BytesOf(crash), nullptr), ended, start + "\n.---(.*\n)*Thread ID: 12\n");
-    EXPECT_EXIT(run(BytesOf(crash), teller), ended, start + "a_server_with_a_lon$");
-    EXPECT_EXIT(run(BytesOf(crash).substr(1), teller), ended, start + '$');
+    EXPECT_EXIT(run(BytesOf(crash), printer), ended, start + "a_server_with_a_lon$");
+    EXPECT_EXIT(run(BytesOf(crash).substr(1), printer), ended, start + '$');
     EXPECT_DEATH(run(BytesOf(crash), thrower), start + ".*\n.*out of the daemon");
-    EXPECT_EXIT(crashd_main("/no/where", teller), testing::ExitedWithCode(ENOENT),
-                start + "crashd: Failed to open the crash data pipe '/no/where'\n$");
+    EXPECT_EXIT(
+        {
+            if (fork() == 0) {
+                std::ofstream(fifo, std::ios::binary) << BytesOf(crash);
+                _exit(0);
+            }
+            crashd_main(fifo.c_str(), printer);
+        },
+        ended, start + "a_server_with_a_lon$");
+    const struct {
+        std::string name;
+        int error;
+    } rows[] = {
+        {"/no/where", ENOENT}, {fifo, ETIMEDOUT}, {"/dev/zero", EINVAL}, {folder / "", EINVAL}};
+    for (const auto& [name, error] : rows) {
+        EXPECT_EXIT(crashd_main(name.c_str(), printer), testing::ExitedWithCode(error),
+                    start + "crashd: Failed to open the crash data pipe '" + name + "'\n$")
+            << name;
+    }
+    EXPECT_EXIT(
+        {
+            dup2(other[0], 3);
+            crashd_main("/proc/self/fd/3", printer);
+        },
+        testing::ExitedWithCode(EINVAL), start + "crashd: Failed to open the crash data pipe");
 }
 
 }  // namespace

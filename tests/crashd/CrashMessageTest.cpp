@@ -16,14 +16,14 @@ StackWalker::CallstackEntry MakeEntry(const std::string& symbol) {
     return entry;
 }
 
-// A walker on a record of its own.
+// A walker with its record.
 struct Walk {
     void Add(StackWalker::CallstackEntry entry,
              StackWalker::CallstackEntryType type = StackWalker::NextEntry) {
         walker.OnCallstackEntry(type, entry);
     }
 
-    // A frame whose line, its end included, has that many bytes.
+    // Adds a frame with a line of `size` bytes, including its end.
     void AddBytes(std::size_t size) {
         constexpr std::size_t others = std::string_view("0 ??? 0x00401A2B  (???:0) \n").size();
         Add(MakeEntry(std::string(size - others, 's')));
@@ -40,7 +40,7 @@ struct Walk {
     ZelStackWalker walker{0, nullptr, 0, &record};
 };
 
-TEST(ZelStackWalkerTest, MakesALineOfWhatIsKnownOfAFrame) {
+TEST(ZelStackWalkerTest, FormatsAFrameAsALine) {
     StackWalker::CallstackEntry entry = MakeEntry("_Z4mainv");
     std::strcpy(entry.sourceFile, "/src/a b/Main.cpp");
     std::strcpy(entry.moduleName, "server");
@@ -66,9 +66,9 @@ TEST(ZelStackWalkerTest, MakesALineOfWhatIsKnownOfAFrame) {
                   std::string(1007, 's') + " \n");
 }
 
-TEST(ZelStackWalkerTest, FillsTheFramesToTheLastByte) {
+TEST(ZelStackWalkerTest, FillsTheTextToTheLastByte) {
     const struct {
-        std::size_t missing;  // bytes behind the frames that fit
+        std::size_t missing;  // bytes after the frames that fit
         std::size_t last;     // bytes of the next
         std::size_t kept;     // bytes then
         const char* end;
@@ -93,7 +93,7 @@ TEST(ZelStackWalkerTest, FillsTheFramesToTheLastByte) {
     }
 }
 
-TEST(ZelStackWalkerTest, KeepsWholeErrorsAlone) {
+TEST(ZelStackWalkerTest, KeepsOnlyWholeErrors) {
     Walk walk;
     walk.walker.OnDbgHelpErr("SymInit", 5, 0x1'0000'00FF);
     walk.walker.OnDbgHelpErr(std::string(83, 'f').c_str(), 7, 1);

@@ -1,19 +1,21 @@
 #include "tests/crashd/Victim.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 
 int main(int argc, char** argv) {
     if (argc > 1 && std::strcmp(argv[1], zel::crashtest::VICTIM) == 0) {
         return zel::crashtest::RunVictim(argc, argv);
     }
     testing::InitGoogleTest(&argc, argv);
-    // The sanitizers' own handlers stood before ours and would end a victim in their way, instead
-    // of by the true signal.
+    // The sanitizers' own handlers would end a victim in their way, instead of by its signal.
     for (const char* const variable : {"ASAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"}) {
         const char* const before = std::getenv(variable);
         const std::string kept = before == nullptr ? "" : std::string(before) + ':';
@@ -23,7 +25,11 @@ int main(int argc, char** argv) {
         setenv(variable, (kept + ours).c_str(), 1);
     }
     setenv("TZ", "UTC", 1);
-    // So the daemons become children of this process when their programs are gone.
+    const rlimit none = {0, 0};
+    setrlimit(RLIMIT_CORE, &none);
+    // The daemons become children of this process after their programs have ended.
     prctl(PR_SET_CHILD_SUBREAPER, 1);
+    const zel::test::TemporaryFolder folder;
+    std::filesystem::current_path(folder / "");
     return RUN_ALL_TESTS();
 }

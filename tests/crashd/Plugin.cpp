@@ -1,4 +1,4 @@
-// What a program opens when its crash handling is long set up.
+// A library that a program opens after it has set up crash handling.
 
 extern "C" __attribute__((visibility("default"), noinline)) int CallFromPlugin(void (*die)()) {
     die();

@@ -11,27 +11,27 @@
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
-#include <map>
+#include <filesystem>
+#include <iterator>
 #include <pthread.h>
 #include <stdexcept>
-#include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
 
-// No sanitizer may be quicker than the fault.
-#define ZEL_UNCHECKED __attribute__((no_sanitize("undefined", "address", "thread")))
-// Where only exported names can be looked up, these must be among them.
-#define ZEL_EXPORTED __attribute__((visibility("default")))
+// Calls itself; the short name leaves room for many lines in a record.
+extern "C" ZEL_EXPORTED void f(int depth) {
+    if (depth > 0) {
+        f(depth - 1);
+    }
+    zel::crashtest::WriteToNowhere();
+}
 
 namespace zel::crashtest {
 
-ZEL_EXPORTED void DieAsTold();
-
-// No value of these is known when the program is compiled.
+// The compiler knows no value of these.
 volatile std::uintptr_t s_nowhere = 0;
 volatile int s_zero = 0;
 volatile int s_something = 0;
@@ -57,27 +57,12 @@ ZEL_EXPORTED ZEL_UNCHECKED void SmashStack() {
 
 namespace {
 
-using Work = void (*)();
-
+int s_argc = 0;
+char** s_argv = nullptr;
 std::string s_death;
 
-void* MapEmptyFile() {
-    return mmap(nullptr, 4096, PROT_READ, MAP_SHARED, fileno(std::tmpfile()), 0);
-}
-
-struct Unfinished {
-    Unfinished() { Call(); }
-    virtual ~Unfinished() = default;
-    virtual void Missing() = 0;
-    void Call() { Missing(); }
-};
-
-struct Finished : Unfinished {
-    void Missing() override {}
-};
-
-// The allocator finds out that what lies behind its last block is destroyed, with its own lock held
-// as there has been a second thread.
+// The allocator detects that the memory after its last block is overwritten, and holds its own lock
+// then, because there has been a second thread.
 ZEL_UNCHECKED void DestroyHeap() {
     constexpr std::size_t size = 100'000;
     std::thread([] {}).join();
@@ -86,19 +71,18 @@ ZEL_UNCHECKED void DestroyHeap() {
     block = static_cast<char*>(std::malloc(size));
 }
 
-// "signal:NUMBER:KIND" is a fault as the kernel would tell it.
+// "signal:NUMBER:KIND" is a fault as the kernel reports it.
 void Signal() {
     siginfo_t info = {};
     std::sscanf(s_death.c_str(), "signal:%d:%d", &info.si_signo, &info.si_code);
     syscall(SYS_rt_tgsigqueueinfo, getpid(), getpid(), info.si_signo, &info);
 }
 
-// "threads:COUNT" die all at once.
+// "threads:COUNT" die at the same time.
 void DieOnThreads() {
-    const int count = std::stoi(s_death.substr(s_death.find(':') + 1));
-    std::atomic<int> missing{count};
+    std::atomic<int> missing{GetDeathCount()};
     std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i) {
+    for (int i = GetDeathCount(); i > 0; --i) {
         threads.emplace_back([&missing] {
             for (--missing; missing > 0;) {
                 std::this_thread::yield();
@@ -118,7 +102,7 @@ void LeaveWorkerBehind() {
     _exit(0);
 }
 
-// Dies as its fork has died.
+// Dies by the signal that its child has died by.
 void CrashInFork() {
     int status = 0;
     if (fork() == 0) {
@@ -129,7 +113,7 @@ void CrashInFork() {
     std::raise(WTERMSIG(status));
 }
 
-void TellReadyAndWait() {
+void ReportReadyAndWait() {
     std::puts("ready");
     std::fflush(stdout);
     std::getchar();
@@ -152,7 +136,7 @@ void DieOnForeignThread() {
     }).join();
 }
 
-// The first thread is gone by then, and with it what the kernel tells of the process by that.
+// The main thread has exited by then, and /proc/self/exe is unreadable.
 void DieOnUnprotectedThread() {
     std::thread([] {
         while (access("/proc/self/exe", F_OK) == 0) {
@@ -163,10 +147,17 @@ void DieOnUnprotectedThread() {
     pthread_exit(nullptr);
 }
 
-void DieInPlugin() {
-    void* const plugin = dlopen(ZEL_CRASH_PLUGIN, RTLD_NOW);
-    const auto call = reinterpret_cast<int (*)(Work)>(dlsym(plugin, "CallFromPlugin"));
-    s_something = call(DieAsTold);
+void DieOnSmallStack() {
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, 16 * 1024);
+    pthread_t thread{};
+    const auto die = [](void*) -> void* {
+        WriteToNowhere();
+        return nullptr;
+    };
+    pthread_create(&thread, &attributes, die, nullptr);
+    pthread_join(thread, nullptr);
 }
 
 struct DyingAtExit {
@@ -177,39 +168,22 @@ void DieInDestructor() {
     static const DyingAtExit s_dying;
 }
 
-void TellSignal(int) {
-    static_cast<void>(write(STDOUT_FILENO, "before\n", 7));
-}
-
-void EndCopy() {
-    if (std::getenv("crashd_tests_SHOULD_START_DAEMON_") != nullptr) {
-        _exit(0);
-    }
-}
-
-void Limit(__rlimit_resource resource) {
-    const rlimit none = {0, 0};
-    setrlimit(resource, &none);
-}
-
-std::map<std::string, Work> s_works = {
-    // Ways to die.
+const std::map<std::string, Work> s_works = {
     {"null", WriteToNowhere},
     {"abort", [] { std::abort(); }},
     {"overflow", Recurse},
     {"throw", [] { throw std::runtime_error("nobody catches this"); }},
     {"division", []() ZEL_UNCHECKED { s_something = 100 / s_zero; }},
     {"jump", []() ZEL_UNCHECKED { reinterpret_cast<Work>(s_nowhere + 4096)(); }},
-    {"cut", []() ZEL_UNCHECKED { s_something = *static_cast<volatile char*>(MapEmptyFile()); }},
-    {"pure", [] { const Finished finished; }},
     {"heap", DestroyHeap},
     {"smashed", SmashStack},
     {"signal", Signal},
     {"threads", DieOnThreads},
+    {"deep", [] { f(GetDeathCount()); }},
     {"quick", [] { _exit(0); }},
     {"kill", [] { std::raise(SIGKILL); }},
     {"exec", [] { execl("/bin/true", "true", nullptr); }},
-    {"wait", TellReadyAndWait},
+    {"wait", ReportReadyAndWait},
     {"worker", LeaveWorkerBehind},
     {"fork", CrashInFork},
     {"children", [] { _exit(wait(nullptr) < 0 ? 0 : 1); }},
@@ -218,62 +192,68 @@ std::map<std::string, Work> s_works = {
     {"thread", DieOnOurThread},
     {"foreign", DieOnForeignThread},
     {"unprotected", DieOnUnprotectedThread},
-    {"plugin", DieInPlugin},
+    {"small stack", DieOnSmallStack},
+    {"plugin", [] { DieInPlugin(ZEL_CRASH_PLUGIN, DieAsTold); }},
     {"destructor", DieInDestructor},
-    // Troubles ahead of Initialize, in the copy as well, and behind it.
-    {"handler before", [] { std::signal(SIGSEGV, TellSignal); }},
-    {"no streams", [] { close_range(STDIN_FILENO, STDERR_FILENO, 0); }},
-    {"copy ends", EndCopy},
-    {"late no descriptors", [] { Limit(RLIMIT_NOFILE); }},
-    {"late no memory", [] { Limit(RLIMIT_AS); }},
 };
 
-void Do(const std::string& name) {
-    if (const Work work = s_works[name]) {
-        work();
+void Do(const std::map<std::string, Work>& works, const std::string& name) {
+    if (const auto found = works.find(name); found != works.end()) {
+        found->second();
     }
 }
 
-struct Teller : RCObject {
-    ZelVoidT Tell(const zel_crash_msg_s* record) const {
-        std::fprintf(stderr, "callback: %s died by signal %d\n", record->prog_name,
-                     record->exception_flags);
-        return {};
-    }
-};
+std::ptrdiff_t CountDescriptors() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
 
-struct DerivedTeller : Teller {};
-
-void SetUp(int argc, char** argv, const std::string& trouble) {
+void SetUp(const std::string& shape) {
     const test::ScopedLogger log;
     log.logger->SetAreaLevel("CrashHandler", 4);
-    CrashCallback callback;
-    if (trouble == "callback") {
-        callback = BindMemFunc(RCPtr<DerivedTeller>(new DerivedTeller), &DerivedTeller::Tell);
+    const auto before = CountDescriptors();
+    std::string name = shape == "own number" ? std::to_string(getpid()) : std::string(300, 'n');
+    s_argv[0] = shape == "long name" || shape == "own number" ? name.data() : s_argv[0];
+    bool isSetUp = Initialize(MakeCallback(shape));
+    if (shape == "twice") {
+        isSetUp = Initialize(nullptr);
     }
-    std::string name(300, 'n');
-    argv[0] = trouble == "long name" ? name.data() : argv[0];
-    bool isSetUp = CrashHandler::Initialize(argc, argv, callback);
-    if (trouble == "twice") {
-        isSetUp = CrashHandler::Initialize(argc, argv, nullptr);
-    }
+    const bool isOneMore = CountDescriptors() == before + 1;
     std::puts((log.sink->TakeText() + (isSetUp ? "\nset up" : "\nnot set up")).c_str());
+    std::puts(isOneMore || shape == "no streams" ? "" : "descriptors are left open");
     std::fflush(stdout);
 }
 
 }  // namespace
 
 void DieAsTold() {
-    Do(s_death.substr(0, s_death.find(':')));
+    Do(s_works, s_death.substr(0, s_death.find(':')));
+}
+
+void DieInPlugin(const std::string& file, Work die) {
+    void* const plugin = dlopen(file.c_str(), RTLD_NOW);
+    const auto call = reinterpret_cast<int (*)(Work)>(dlsym(plugin, "CallFromPlugin"));
+    s_something = call(die);
+}
+
+int GetDeathCount() {
+    return std::stoi(s_death.substr(s_death.find(':') + 1));
+}
+
+bool Initialize(CrashCallback callback) {
+    return CrashHandler::Initialize(s_argc, s_argv, std::move(callback));
 }
 
 int RunVictim(int argc, char** argv) {
+    s_argc = argc;
+    s_argv = argv;
     s_death = argv[2];
-    const std::string trouble = argv[4];
-    Do(trouble);
-    SetUp(argc, argv, trouble);
-    Do("late " + trouble);
-    Do(argv[3]);
+    const std::string shape = argv[4];
+    Do(GetShapes(), shape);
+    SetUp(shape);
+    Do(GetShapes(), "late " + shape);
+    Do(s_works, argv[3]);
+    Do(GetShapes(), argv[3]);
+    Do(GetShapes(), "end " + shape);
     return 0;
 }
 
@@ -281,7 +261,7 @@ int RunVictim(int argc, char** argv) {
 
 #if !defined(ZEL_SANITIZED)
 
-// The program's allocator, which tells when it is asked on the stack for faults.
+// The program's allocator, which reports calls on a stack for faults.
 extern "C" void* __libc_malloc(std::size_t size);
 extern "C" void* malloc(std::size_t size) {
     stack_t stack = {};

@@ -2,6 +2,7 @@
 
 #include "zel/platform/StackTrace.h"
 
+#include <cerrno>
 #include <cinttypes>
 #include <cstdio>
 #include <string_view>
@@ -154,6 +155,7 @@ bool StackWalker::Walk(const void* context, const void* returnAddress,
         }
         const std::uint64_t address = stack.Get(i);
         if (!Try(m_attempt, [&] { platform::ReportFrame(address, m_isOfCrash, reporter); })) {
+            reporter.OnFailure(platform::StackTraceService(), ECANCELED, address);
             platform::ReportUnreadFrame(address, reporter);
         }
     }

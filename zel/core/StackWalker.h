@@ -91,7 +91,7 @@ protected:
     /// Makes a walker for a crashing process, for use by one thread. `LoadModules` then reports no
     /// modules and no service, and modules loaded after it are found as well. An attempt collects
     /// all addresses, and others look up one each. If one is abandoned, the addresses up to there,
-    /// or the module and offset of that one, are still reported.
+    /// or the module and offset of that one, are still reported, and `OnDbgHelpErr` is called.
     StackWalker(unsigned long processId, void* process, OfCrash);
 
     /// Ends the walk after the current entry.

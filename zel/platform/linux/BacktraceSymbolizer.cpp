@@ -51,7 +51,10 @@ class Lookup {
 public:
     Lookup(const StackFrame& frame, StackTraceSink& sink) : m_frame(frame), m_sink(sink) {}
 
-    void ReportWith(backtrace_state* state) {
+    // A frame without names is reported as unread if a look-up has failed, in this call or before:
+    // the library reports the failure of a module only once. Returns whether one has.
+    bool ReportWith(backtrace_state* state, bool hasFailed) {
+        m_hasFailed = hasFailed;
         const auto address = static_cast<std::uintptr_t>(m_frame.address);
         m_service = "backtrace_pcinfo";
         backtrace_pcinfo(state, address, CountFunction, OnError, this);
@@ -59,11 +62,13 @@ public:
         backtrace_syminfo(state, address, OnSymbol, OnError, this);
         if (m_functions == 0) {
             m_frame.function = m_symbol;
+            m_frame.isUnread = m_hasFailed && m_symbol == nullptr;
             m_sink.OnFrame(m_frame);
-            return;
+            return m_hasFailed;
         }
         m_service = "backtrace_pcinfo";
         backtrace_pcinfo(state, address, OnFunction, OnError, this);
+        return m_hasFailed;
     }
 
 private:
@@ -89,8 +94,9 @@ private:
     }
 
     static void OnError(void* data, const char*, int error) {
-        const Lookup& lookup = *static_cast<Lookup*>(data);
+        Lookup& lookup = *static_cast<Lookup*>(data);
         if (error != NO_SUCH_DATA) {
+            lookup.m_hasFailed = true;
             lookup.m_sink.OnFailure(lookup.m_service, static_cast<unsigned long>(error),
                                     lookup.m_frame.address);
         }
@@ -108,6 +114,7 @@ private:
     const char* m_service = "";
     const char* m_symbol = nullptr;
     std::size_t m_functions = 0;
+    bool m_hasFailed = false;
 };
 
 // The only module that the library sees; null for all loaded ones. By default it reads all of them
@@ -129,7 +136,8 @@ struct CrashModule {
 
     const link_map* module = nullptr;
     backtrace_state* state = nullptr;
-    bool isBusy = false;  // still true after a look-up that was abandoned
+    bool isBusy = false;     // still true after a look-up that was abandoned
+    bool isDamaged = false;  // a look-up has failed
 };
 
 class CrashModules {
@@ -169,8 +177,7 @@ bool IsRuntime(const link_map& module) {
             Holds(module, _Unwind_Backtrace));
 }
 
-void ReportUnread(StackFrame frame, int error, StackTraceSink& sink) {
-    sink.OnFailure(Symbolizer::GetName(), static_cast<unsigned long>(error), frame.address);
+void ReportUnread(StackFrame frame, StackTraceSink& sink) {
     frame.isUnread = true;
     sink.OnFrame(frame);
 }
@@ -195,7 +202,7 @@ bool Symbolizer::Prepare() noexcept {
 }
 
 void Symbolizer::Report(const StackFrame& frame, StackTraceSink& sink) {
-    Lookup(frame, sink).ReportWith(s_state.load(std::memory_order_acquire));
+    Lookup(frame, sink).ReportWith(s_state.load(std::memory_order_acquire), false);
 }
 
 void Symbolizer::ReportOfCrash(const StackFrame& frame, StackTraceSink& sink) {
@@ -206,16 +213,17 @@ void Symbolizer::ReportOfCrash(const StackFrame& frame, StackTraceSink& sink) {
     }
     CrashModule* const known = s_crashModules.Find(module);
     if (known == nullptr || known->isBusy) {
-        ReportUnread(frame, ETIMEDOUT, sink);
+        ReportUnread(frame, sink);
         return;
     }
     known->isBusy = true;
     if (known->Open()) {
         s_onlyModule = module;
-        Lookup(frame, sink).ReportWith(known->state);
+        known->isDamaged = Lookup(frame, sink).ReportWith(known->state, known->isDamaged);
         s_onlyModule = nullptr;
     } else {
-        ReportUnread(frame, errno, sink);
+        sink.OnFailure(GetName(), static_cast<unsigned long>(errno), frame.address);
+        ReportUnread(frame, sink);
     }
     known->isBusy = false;
 }

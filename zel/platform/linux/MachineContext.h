@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <sys/mman.h>
 #include <ucontext.h>
 
 namespace zel::platform {
@@ -87,6 +88,20 @@ inline const auto& GetRegisters(const ucontext_t& context) noexcept {
 #else
 #error "Add this processor's program counter, stack pointer and return address."
 #endif
+
+// Returns the MADV_POPULATE_ advice that makes memory accessible as the faulting instruction needs
+// it, 0 if that is unknown.
+inline int GetPopulateAdvice([[maybe_unused]] const ucontext_t& context) noexcept {
+#if defined(__x86_64__) || defined(__i386__)
+    constexpr greg_t write = 2;
+    constexpr greg_t fetch = 16;
+    const greg_t error = context.uc_mcontext.gregs[REG_ERR];
+    if ((error & fetch) == 0) {
+        return (error & write) != 0 ? MADV_POPULATE_WRITE : MADV_POPULATE_READ;
+    }
+#endif
+    return 0;
+}
 
 // Returns a hash of the registers, by the FNV-1a method.
 inline std::uint64_t HashRegisters(const ucontext_t& context, std::uint64_t seed) noexcept {

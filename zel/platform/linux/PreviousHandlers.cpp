@@ -5,7 +5,9 @@
 
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <cstdint>
+#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -19,7 +21,8 @@ constexpr std::array FAULT_SIGNALS = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, 
 constinit SignalHandler s_handler = nullptr;
 constinit std::array<struct sigaction, FAULT_SIGNALS.size()> s_previousActions = {};
 
-// The fault that a previous handler has returned from last, as a hash of its circumstances.
+// The fault that a previous handler has returned from last, as a hash of its circumstances, where
+// the kernel can't be asked whether the handler has repaired anything.
 constinit std::atomic<std::uint64_t> s_lastFault{0};
 
 struct sigaction& FindPreviousAction(int signal) noexcept {
@@ -57,11 +60,34 @@ bool IsRepeated(int signal, const siginfo_t& info) noexcept {
            (signal == SIGSEGV || signal == SIGBUS || signal == SIGFPE || signal == SIGILL);
 }
 
-// Two faults with equal values are one that has come back: no instruction was executed in between.
+// Equal values mean that no instruction was executed in between.
 std::uint64_t HashFault(const siginfo_t& info, const ucontext_t& context) noexcept {
     const auto thread = static_cast<std::uint64_t>(syscall(SYS_gettid));
     const auto address = reinterpret_cast<std::uintptr_t>(info.si_addr);
     return HashRegisters(context, (thread << 32U) ^ address);
+}
+
+// Asks the kernel to make the memory at an address present, which changes none of it. Returns its
+// error number.
+int Populate(const void* address, int advice) noexcept {
+    const std::uintptr_t page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    const auto start = reinterpret_cast<std::uintptr_t>(address) & ~(page - 1);
+    return madvise(reinterpret_cast<void*>(start), page, advice) == 0 ? 0 : errno;
+}
+
+// Whether the instruction of a fault would fail again; `before` is the fault's hash before the
+// handler ran.
+bool WouldComeBack(const siginfo_t& info, const ucontext_t& context,
+                   std::uint64_t before) noexcept {
+    if (HashFault(info, context) != before) {
+        return false;
+    }
+    const int advice = GetPopulateAdvice(context);
+    const bool isMemory = info.si_signo == SIGSEGV || info.si_signo == SIGBUS;
+    if (isMemory && advice != 0 && Populate(&info, MADV_POPULATE_READ) == 0) {
+        return Populate(info.si_addr, advice) != 0;
+    }
+    return s_lastFault.exchange(before) == before;
 }
 
 void Call(const struct sigaction& action, int signal, siginfo_t& info,
@@ -117,20 +143,21 @@ void InstallHandler(SignalHandler handler) noexcept {
 
 bool RecoversByPreviousHandler(int signal, siginfo_t& info, ucontext_t& context) noexcept {
     struct sigaction& previous = FindPreviousAction(signal);
-    const std::uint64_t fault = HashFault(info, context);
-    const bool isRepeated = IsRepeated(signal, info);
-    if (!HasHandler(previous) || (isRepeated && s_lastFault.exchange(fault) == fault)) {
+    if (!HasHandler(previous)) {
         return false;
     }
     const struct sigaction action = previous;
     if ((action.sa_flags & static_cast<int>(SA_RESETHAND)) != 0) {
         previous.sa_handler = SIG_DFL;
     }
+    const std::uint64_t fault = HashFault(info, context);
     const sigset_t mask = MaskFor(action, signal, context);
     sigset_t own;
     sigprocmask(SIG_SETMASK, &mask, &own);
     Call(action, signal, info, context);
-    const bool isFatal = TakeGivenUp(signal) || IsAbort(signal, info);
+    const bool isFatal =
+        TakeGivenUp(signal) ||
+        (IsRepeated(signal, info) ? WouldComeBack(info, context, fault) : IsAbort(signal, info));
     sigprocmask(SIG_SETMASK, &own, nullptr);
     return !isFatal;
 }

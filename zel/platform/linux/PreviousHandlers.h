@@ -13,8 +13,8 @@ using SignalHandler = void (*)(int signal, siginfo_t* info, void* context);
 void InstallHandler(SignalHandler handler) noexcept;
 
 /// Calls the previous handler of the signal, if there is one. Returns true if the program
-/// continues: the handler has returned, has kept the signal caught, and the same fault hasn't come
-/// back.
+/// continues: the handler has returned, has neither raised the signal again nor reset its action,
+/// and the instruction wouldn't fail again.
 bool RecoversByPreviousHandler(int signal, siginfo_t& info, ucontext_t& context) noexcept;
 
 /// Returns whether the signal was sent and the program ignores it. The signal of `abort` isn't
