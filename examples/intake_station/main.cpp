@@ -138,7 +138,8 @@ void Print(const Settings& settings) {
 int main(int argc, char** argv) {
     constexpr int inputError = 1;
     constexpr int usageError = 2;
-    zel::CrashHandler::Initialize(argc, argv, nullptr);
+    zel::CrashHandler::Initialize(argc, argv,
+                                  zel::CrashHandler::ReportToFile("intake_station-crash-"));
     const bool shouldPrint = argc > 1 && std::string_view(argv[1]) == "--print";
     if (argc != (shouldPrint ? 3 : 2)) {
         std::cerr << USAGE;

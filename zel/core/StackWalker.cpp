@@ -85,9 +85,30 @@ public:
         m_walker.OnDbgHelpErr(service, error, address);
     }
 
-    void Close() {
+    bool Walk(const void* context, const void* returnAddress, platform::StackAddresses& stack) {
+        const Attempt attempt = m_walker.m_attempt;
+        Try(attempt, [&] { platform::CollectStack(context, returnAddress, stack); });
+        m_walker.m_isStopped = false;
+        for (std::size_t i = 0; i < stack.GetCount() && !m_walker.m_isStopped; ++i) {
+            if (i == platform::StackAddresses::HEAD_SIZE && stack.GetGap() != 0) {
+                ReportGap(stack.GetGap());
+            }
+            const std::uint64_t address = stack.Get(i);
+            const bool isOfCrash = m_walker.m_isOfCrash;
+            if (!Try(attempt, [&] { platform::ReportFrame(address, isOfCrash, *this); })) {
+                OnFailure(platform::StackTraceService(), ECANCELED, address);
+                platform::ReportUnreadFrame(address, *this);
+            }
+        }
         m_entry = {};
         m_walker.OnCallstackEntry(LastEntry, m_entry);
+        return stack.GetCount() != 0;
+    }
+
+    // A function of its own, so that the walk of a crash needs no stack for the addresses.
+    [[gnu::noinline]] bool WalkOnStack(const void* context, const void* returnAddress) {
+        platform::StackAddresses stack;
+        return Walk(context, returnAddress, stack);
     }
 
 private:
@@ -131,36 +152,12 @@ bool StackWalker::ShowCallstack(void*, const void* context, void*, void*) {
         return false;
     }
     const void* const returnAddress = __builtin_return_address(0);
+    Reporter reporter(*this, context == nullptr);
     if (m_isOfCrash) {
         s_crashStack.Clear();
-        return Walk(context, returnAddress, s_crashStack);
+        return reporter.Walk(context, returnAddress, s_crashStack);
     }
-    return WalkOnStack(context, returnAddress);
-}
-
-// A function of its own, so that the walk of a crash doesn't need the stack for the addresses.
-[[gnu::noinline]] bool StackWalker::WalkOnStack(const void* context, const void* returnAddress) {
-    platform::StackAddresses stack;
-    return Walk(context, returnAddress, stack);
-}
-
-bool StackWalker::Walk(const void* context, const void* returnAddress,
-                       platform::StackAddresses& stack) {
-    Reporter reporter(*this, context == nullptr);
-    Try(m_attempt, [&] { platform::CollectStack(context, returnAddress, stack); });
-    m_isStopped = false;
-    for (std::size_t i = 0; i < stack.GetCount() && !m_isStopped; ++i) {
-        if (i == platform::StackAddresses::HEAD_SIZE && stack.GetGap() != 0) {
-            reporter.ReportGap(stack.GetGap());
-        }
-        const std::uint64_t address = stack.Get(i);
-        if (!Try(m_attempt, [&] { platform::ReportFrame(address, m_isOfCrash, reporter); })) {
-            reporter.OnFailure(platform::StackTraceService(), ECANCELED, address);
-            platform::ReportUnreadFrame(address, reporter);
-        }
-    }
-    reporter.Close();
-    return stack.GetCount() != 0;
+    return reporter.WalkOnStack(context, returnAddress);
 }
 
 void StackWalker::OnSymInit(const char*) {}

@@ -6,10 +6,6 @@
 
 namespace zel {
 
-namespace platform {
-struct StackAddresses;
-}
-
 /// Walks the stack of the calling thread and reports each function on it, innermost first. Derived
 /// classes override the callbacks that they need; the simplest one prints lines:
 ///
@@ -119,9 +115,6 @@ protected:
 
 private:
     class Reporter;
-
-    bool WalkOnStack(const void* context, const void* returnAddress);
-    bool Walk(const void* context, const void* returnAddress, platform::StackAddresses& stack);
 
     unsigned long m_processId = 0;
     bool m_isOfCrash = false;

@@ -110,7 +110,6 @@ void crashd_main(const char* pipeName, CrashCallback callback) noexcept {
     if (!ReceiveCrashMessage(pipeName)) {
         ExitProcess(EXIT_SUCCESS);
     }
-    platform::RestoreOwnSignals();
     CheckCrashMessage(s_record, std::cerr);
     if (callback) {
         callback->Call(&s_record);

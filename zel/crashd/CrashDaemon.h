@@ -19,9 +19,10 @@ using CrashCallback = RCPtr<MemFuncBindBase<ZelVoidT, const zel_crash_msg_s*>>;
 /// Runs the crash daemon: waits for one record on the channel `pipeName`, passes it to `callback`
 /// or, if that is null, prints the report on standard error, and ends the process.
 ///
-/// `pipeName` may be any path that can be opened for reading, a FIFO for example. The exit code is
-/// 0, or the system's error number if the channel can't be opened. Termination signals are ignored
-/// while the daemon waits. An exception of `callback` ends the process by `std::terminate`.
+/// `pipeName` may also be the path of a regular file, or of a FIFO, which must get a writer within
+/// five seconds. The exit code is 0, or the system's error number if the channel can't be opened.
+/// Termination signals are ignored until the end. Exit handlers and static destructors are
+/// abandoned after a second. An exception of `callback` ends the process by `std::terminate`.
 [[noreturn]] ZEL_ADVANCED_API void crashd_main(const char* pipeName,
                                                CrashCallback callback) noexcept;
 

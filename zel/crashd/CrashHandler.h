@@ -31,6 +31,10 @@ using ExceptionPointers = platform::FaultRecord;
 /// it. If the program ends in any other way, the daemon ends too and prints nothing. Everything
 /// that a program does before the call happens in both processes, so keep that to a minimum.
 ///
+/// Handlers of fault signals that were installed before `Initialize` run first. A fault that they
+/// recover from is no crash. After `fork` the child has no daemon until it calls `Initialize`
+/// itself; until then its faults have the effect that they had before the parent's call.
+///
 /// All failures but `std::bad_alloc` are reported by a log line and a false result; a program may
 /// run without crash handling. Crash handling can't be removed again.
 ///
@@ -38,11 +42,11 @@ using ExceptionPointers = platform::FaultRecord;
 class ZEL_ADVANCED_API CrashHandler {
 public:
     /// Starts the daemon and catches faults. Returns true if crash handling is running, or was set
-    /// up before. `argc` and `argv` are those of `main`; the daemon's variable is named after the
-    /// file in `argv[0]`. `callback` is called in the daemon only and may be null. Blocks until the
-    /// daemon listens, at most 30 seconds.
+    /// up before in this process. `argc` and `argv` are those of `main`; the daemon's variable is
+    /// named after the file in `argv[0]`. `callback` is called in the daemon only and may be null.
+    /// Blocks until the daemon listens, at most 30 seconds.
     ///
-    /// Not thread-safe. Call it from the main thread, before other threads are started.
+    /// Not thread-safe.
     static bool Initialize(int argc, char** argv, CrashCallback callback);
 
     /// Returns a callback for `Initialize` that writes each report to a file of its own, named
@@ -55,8 +59,9 @@ public:
     static CrashCallback ReportToFile(const std::string& prefix);
 
     /// Makes overflows of the calling thread's stack reportable until the thread ends; its other
-    /// faults are reported without this call too. Class `Thread` and `Initialize` have done it
-    /// already for their threads. A second call has no effect.
+    /// faults are reported without this call too, if a signal handler still fits on its stack.
+    /// Class `Thread` and `Initialize` have done it already for their threads. A second call has no
+    /// effect.
     static void ProtectThisThread() noexcept;
 
     /// Returns the name of an exception code, "Unknown Exception" for an unlisted one. `flags` is

@@ -50,10 +50,8 @@ bool TakeVariable(const std::string& variable, std::string& value);
 /// one under which it was set. All such names end with `ending`.
 bool IsLostHelper(const std::string& ending);
 
-/// Ignores the signals that ask a process to end, or report the loss of its terminal, from now on.
+/// Ignores the signals that ask a process to end, or report the loss of its terminal, until the end of
+/// the process.
 void IgnoreTerminationSignals() noexcept;
-
-/// Restores the signals among them that a process sends to itself: those of its timers and pipes.
-void RestoreOwnSignals() noexcept;
 
 }  // namespace zel::platform

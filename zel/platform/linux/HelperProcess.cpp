@@ -288,9 +288,4 @@ void IgnoreTerminationSignals() noexcept {
     }
 }
 
-void RestoreOwnSignals() noexcept {
-    std::signal(SIGALRM, SIG_DFL);
-    std::signal(SIGPIPE, SIG_DFL);
-}
-
 }  // namespace zel::platform
