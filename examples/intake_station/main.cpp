@@ -5,10 +5,9 @@
 #include "zel/crashd/CrashHandler.h"
 #include "zel/data/DataTree.h"
 #include "zel/foundation/Log.h"
-#include "zel/watch/FileWatcher.h"
+#include "zel/watch/SettledFiles.h"
 
 #include "Intake.h"
-#include "SettledFiles.h"
 
 #include <atomic>
 #include <csignal>
@@ -40,32 +39,29 @@ void Interrupt(int) {
     s_isInterrupted = true;
 }
 
-// Connects the parts: the watcher reports files, timers wait until they are complete, commands
-// import them.
+// Connects the parts: files are reported when they are complete, and imported by commands.
 class Station {
 public:
     explicit Station(const Settings& settings)
         : m_stop(new zel::Event(zel::Event::ManualReset)),
           m_intake(new Intake(settings)),
           m_commands(new zel::ThreadCommandProcessor("Intake")),
-          m_settled(new SettledFiles(settings.settleSeconds,
-                                     [this](const std::string& path) { Post(path); })),
-          m_watcher(new zel::FileWatcher(settings.dropFolder.c_str(), true, false, -1)),
+          m_files(new zel::SettledFiles(settings.dropFolder.c_str(), true, false,
+                                        settings.settleSeconds)),
           m_ticker(new zel::TimerThread(m_commands, 1, 1, zel::TimerThread::FOREVER)) {
-        m_watcher->FileAdded.Connect([this](const std::string& path) { Expect(path); });
+        m_files->FileSettled.Connect([this](const std::string& path) { Take(path); });
         m_ticker->GetEvent().Connect([this](zel::TimerThread* const&) { PrintSummary(); });
     }
 
     void Run() {
         constexpr int milliseconds = 50;
-        m_watcher->Start();
+        m_files->Start();
         m_ticker->Start();
         while (!s_isInterrupted && !m_stop->Wait(milliseconds)) {
         }
         // Stopped from the first stage to the last, so that files in progress are completed.
-        m_watcher->RequestStop();
-        m_watcher->Join();
-        m_settled->Stop();
+        m_files->RequestStop();
+        m_files->Join();
         m_ticker->RequestStop();
         m_ticker->Join();
         m_commands->Stop();
@@ -73,20 +69,19 @@ public:
     }
 
 private:
-    void Expect(const std::string& path) {
+    void Take(const std::string& path) {
         if (fs::path(path).filename() == "stop") {
             fs::remove(path);
             m_stop->Set(true);
         } else {
-            m_settled->Expect(path);
+            Post(path);
         }
     }
 
+    // The command holds the intake weakly, and a copy of the path.
     void Post(const std::string& path) {
-        using TakeFile =
-            zel::AsyncCommandForRCObject<Intake, void (Intake::*)(std::string), std::string>;
         m_commands->PostCommand(
-            new TakeFile(zel::WeakPtr<Intake>(m_intake), &Intake::TakeFile, path));
+            new zel::AsyncCommandForRCObject(m_intake, &Intake::TakeFile, path));
     }
 
     void PrintSummary() {
@@ -98,8 +93,7 @@ private:
     const RCPtr<zel::Event> m_stop;
     const RCPtr<Intake> m_intake;
     const RCPtr<zel::ThreadCommandProcessor> m_commands;
-    const RCPtr<SettledFiles> m_settled;
-    const RCPtr<zel::FileWatcher> m_watcher;
+    const RCPtr<zel::SettledFiles> m_files;
     const RCPtr<zel::TimerThread> m_ticker;
 };
 

@@ -20,8 +20,8 @@ namespace zel {
 ///     timers->Join();
 ///
 /// An exception that leaves a timer's `Fire` is logged at level 2, if the program has set a
-/// `Logger`, and ends the thread: no further timer fires. Timers still armed when the thread ends are never fired; this object
-/// releases them when it is destroyed.
+/// `Logger`, and ends the thread: no further timer fires. Timers still armed when the thread ends
+/// are never fired; this object releases them when it is destroyed.
 ///
 /// For the last millisecond before a timer is due the thread polls the clock without sleeping. Each
 /// pass of the thread examines every armed timer under a lock that `AddTimer` and `DeleteTimer`

@@ -168,7 +168,9 @@ private:
     }
 
     int Watch(const std::string& directory) {
-        const int watch = m_inotify.Add(directory);
+        constexpr std::uint32_t names = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
+        constexpr std::uint32_t itself = IN_DELETE_SELF | IN_MOVE_SELF;
+        const int watch = m_inotify.Add(directory, names | itself | IN_DONT_FOLLOW);
         if (watch == Inotify::NONE && (errno == ENOSPC || errno == ENOMEM)) {
             m_degradedReason = DescribeLimit(errno);
         }

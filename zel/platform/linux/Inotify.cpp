@@ -12,11 +12,8 @@ bool Inotify::Open() noexcept {
     return m_instance.IsOpen();
 }
 
-int Inotify::Add(const std::string& directory) noexcept {
-    constexpr std::uint32_t names = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
-    constexpr std::uint32_t itself = IN_DELETE_SELF | IN_MOVE_SELF;
-    return ::inotify_add_watch(m_instance.Get(), directory.c_str(),
-                               names | itself | IN_ONLYDIR | IN_DONT_FOLLOW);
+int Inotify::Add(const std::string& directory, std::uint32_t flags) noexcept {
+    return ::inotify_add_watch(m_instance.Get(), directory.c_str(), flags | IN_ONLYDIR);
 }
 
 void Inotify::Remove(int watch) noexcept {

@@ -11,12 +11,12 @@
 
 namespace zel::platform {
 
-// One inotify instance that watches the names in directories. Not thread-safe.
+// One inotify instance that watches directories. Not thread-safe.
 class Inotify {
 public:
     static constexpr int NONE = -1;
 
-    // A change of a name in a watched directory, or of that directory itself, with the kernel's
+    // An event of a name in a watched directory, or of that directory itself, with the kernel's
     // flags. A queue overflow has no watch.
     struct Event {
         int watch;
@@ -27,9 +27,9 @@ public:
     // Opens the instance unless it is open. Returns false with the reason in errno.
     bool Open() noexcept;
 
-    // Watches a directory and returns the number of the watch, the same if it is watched already.
-    // Returns NONE with the reason in errno.
-    int Add(const std::string& directory) noexcept;
+    // Watches a directory for the events `flags` and returns the number of the watch, the same if
+    // it is watched already. Returns NONE with the reason in errno.
+    int Add(const std::string& directory, std::uint32_t flags) noexcept;
     void Remove(int watch) noexcept;
 
     // Blocks until there are events, at most `milliseconds`. Returns whether there are any.

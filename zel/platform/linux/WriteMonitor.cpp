@@ -1,0 +1,105 @@
+#include "zel/platform/WriteMonitor.h"
+
+#include "zel/platform/linux/Inotify.h"
+
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace zel::platform {
+
+namespace {
+
+class InotifyWriteMonitor final : public WriteMonitor {
+public:
+    void Add(const std::string& directory) override {
+        constexpr std::uint32_t names = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
+        constexpr std::uint32_t use = IN_OPEN | IN_CLOSE_WRITE | IN_CLOSE_NOWRITE;
+        const int watch = m_inotify.Open() ? m_inotify.Add(directory, names | use) : Inotify::NONE;
+        const auto known = m_watches.find(directory);
+        if (known != m_watches.end() && known->second != watch) {
+            Remove(directory);
+        }
+        if (watch != Inotify::NONE) {
+            m_watches[directory] = watch;
+            m_directories[watch] = directory;
+        }
+    }
+
+    // A watch follows its directory when that is renamed, and may have been added again since.
+    void Remove(const std::string& directory) override {
+        const auto watch = m_watches.extract(directory);
+        const auto found = watch ? m_directories.find(watch.mapped()) : m_directories.end();
+        if (found != m_directories.end() && found->second == directory) {
+            m_inotify.Remove(found->first);
+            m_directories.erase(found);
+        }
+    }
+
+    bool Poll(const Handler& handle) override {
+        m_inotify.HandleEvents([this](const Inotify::Event& event) { Record(event); });
+        // Stays false if the handler throws, so that the next call reports the loss.
+        const bool isComplete = std::exchange(m_isComplete, false);
+        for (const auto& [path, event] : std::exchange(m_events, {})) {
+            handle(path, event);
+        }
+        m_isComplete = true;
+        return isComplete;
+    }
+
+private:
+    void Record(const Inotify::Event& event) noexcept {
+        try {
+            if ((event.flags & IN_IGNORED) != 0) {
+                m_directories.erase(event.watch);
+            } else if (event.name.empty() || (event.flags & IN_ISDIR) != 0) {
+                m_isComplete = m_isComplete && (event.flags & IN_Q_OVERFLOW) == 0;
+            } else {
+                RecordFile(event);
+            }
+        } catch (...) {
+            m_isComplete = false;
+        }
+    }
+
+    // To create a file by opening it causes IN_CREATE and directly after that IN_OPEN. A link to a
+    // file causes only IN_CREATE: it may be complete, and nothing more is reported about it.
+    void RecordFile(const Inotify::Event& event) {
+        const auto directory = m_directories.find(event.watch);
+        if (directory == m_directories.end()) {
+            return;
+        }
+        std::string path = directory->second + '/' + std::string(event.name);
+        const bool isCreator = std::exchange(m_created, std::string()) == path;
+        if ((event.flags & IN_CREATE) != 0) {
+            m_created = path;
+            m_events.emplace_back(std::move(path), Event::Created);
+        } else if ((event.flags & IN_OPEN) == 0) {
+            m_events.emplace_back(std::move(path), ToEvent(event.flags));
+        } else if (isCreator) {
+            m_events.emplace_back(std::move(path), Event::Opened);
+        }
+    }
+
+    static Event ToEvent(std::uint32_t flags) noexcept {
+        return (flags & IN_CLOSE_WRITE) != 0     ? Event::ClosedAfterWriting
+               : (flags & IN_CLOSE_NOWRITE) != 0 ? Event::ClosedAfterReading
+               : (flags & IN_MOVED_TO) != 0      ? Event::MovedIn
+                                                 : Event::Removed;
+    }
+
+    Inotify m_inotify;
+    std::unordered_map<std::string, int> m_watches;
+    std::unordered_map<int, std::string> m_directories;
+    std::vector<std::pair<std::string, Event>> m_events;
+    std::string m_created;  // the path of the last event, if that was IN_CREATE
+    bool m_isComplete = true;
+};
+
+}  // namespace
+
+std::unique_ptr<WriteMonitor> OpenWriteMonitor() {
+    return std::make_unique<InotifyWriteMonitor>();
+}
+
+}  // namespace zel::platform

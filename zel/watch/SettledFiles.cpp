@@ -1,0 +1,213 @@
+#include "zel/watch/SettledFiles.h"
+
+#include "zel/core/Timer.h"
+#include "zel/platform/WriteMonitor.h"
+#include "zel/watch/FileWatcher.h"
+
+#include <filesystem>
+#include <map>
+#include <system_error>
+#include <unordered_set>
+#include <vector>
+
+namespace zel {
+
+namespace {
+
+namespace fs = std::filesystem;
+using platform::WriteMonitor;
+
+// Changes while a file is being written.
+struct Stamp {
+    bool operator==(const Stamp&) const = default;
+
+    std::uintmax_t size = 0;
+    fs::file_time_type writeTime;
+};
+
+Stamp ReadStamp(const std::string& path) {
+    std::error_code ignored;  // the results differ from those of an existing file
+    return {fs::file_size(path, ignored), fs::last_write_time(path, ignored)};
+}
+
+bool Exists(const std::string& path) {
+    std::error_code ignored;
+    return fs::exists(fs::symlink_status(path, ignored));
+}
+
+class CompletionTracker {
+public:
+    CompletionTracker(EventSource<std::string>& fileSettled, const char* path, bool reportExisting,
+                      bool recursive, double settleSeconds, double pollInterval)
+        : m_fileSettled(fileSettled),
+          m_path(path),
+          m_settleSeconds(settleSeconds),
+          m_watcher(new FileWatcher(path, true, recursive, pollInterval)) {
+        m_watcher->FileAdded.Connect([this](const std::string& file) { OnAdded(file); });
+        m_watcher->FileRemoved.Connect([this](const std::string& file) { OnRemoved(file); });
+        if (recursive && m_monitor) {
+            m_watcher->DirAdded.Connect([this](const std::string& dir) { m_monitor->Add(dir); });
+            m_watcher->DirRemoved.Connect(
+                [this](const std::string& dir) { m_monitor->Remove(dir); });
+        }
+        List();
+        if (!reportExisting) {
+            m_candidates.clear();
+        }
+    }
+
+    void Tick() {
+        CriticalSectionLock lock(&m_cs);
+        List();
+        if (m_monitor &&
+            !m_monitor->Poll([this](const auto& path, auto event) { Handle(path, event); })) {
+            ForgetWriters();
+        }
+        for (const std::string& path : CollectSettled()) {
+            Report(path);
+        }
+    }
+
+private:
+    enum class Phase { Unknown, Writing, Written };
+
+    // A file that was not reported yet.
+    struct Candidate {
+        Phase phase = Phase::Unknown;
+        Stamp stamp;  // at the start of the period
+        double periodEnd = 0;
+    };
+    using Candidates = std::map<std::string, Candidate>;
+
+    // Adds the directory each time, as it may have been created or replaced.
+    void List() {
+        if (m_monitor) {
+            m_monitor->Add(m_path);
+        }
+        m_watcher->Tick();
+    }
+
+    void OnAdded(const std::string& path) {
+        m_listed.insert(path);
+        const auto [place, isNew] = m_candidates.try_emplace(path);
+        if (isNew) {
+            StartPeriod(path, place->second);
+        }
+    }
+
+    void OnRemoved(const std::string& path) {
+        m_listed.erase(path);
+        m_candidates.erase(path);
+    }
+
+    void Handle(const std::string& path, WriteMonitor::Event event) {
+        if (event == WriteMonitor::Event::Created) {
+            StartPeriod(path, m_candidates[path]);
+        } else if (event == WriteMonitor::Event::MovedIn) {
+            m_candidates[path].phase = Phase::Written;
+        } else if (event != WriteMonitor::Event::Removed) {
+            HandleUse(path, event);
+        } else if (!m_listed.contains(path)) {
+            m_candidates.erase(path);
+        }
+    }
+
+    void HandleUse(const std::string& path, WriteMonitor::Event event) {
+        const auto found = m_candidates.find(path);
+        if (found == m_candidates.end()) {
+            return;
+        }
+        Candidate& candidate = found->second;
+        if (event == WriteMonitor::Event::Opened) {
+            candidate.phase = Phase::Writing;
+        } else if (event == WriteMonitor::Event::ClosedAfterWriting) {
+            candidate.phase = Phase::Written;
+        } else if (candidate.phase == Phase::Writing) {
+            // Its creator may have opened it for reading only: no other closing may follow.
+            StartPeriod(path, candidate);
+        }
+    }
+
+    // The lost events may include the closing of a file.
+    void ForgetWriters() {
+        for (auto& [path, candidate] : m_candidates) {
+            if (candidate.phase == Phase::Writing) {
+                StartPeriod(path, candidate);
+            }
+        }
+    }
+
+    void StartPeriod(const std::string& path, Candidate& candidate) const {
+        candidate = {Phase::Unknown, ReadStamp(path), Timer::GetTime() + m_settleSeconds};
+    }
+
+    std::vector<std::string> CollectSettled() {
+        std::vector<std::string> settled;
+        for (auto& [path, candidate] : m_candidates) {
+            if (m_listed.contains(path) && IsSettled(path, candidate)) {
+                settled.push_back(path);
+            }
+        }
+        return settled;
+    }
+
+    bool IsSettled(const std::string& path, Candidate& candidate) const {
+        if (candidate.phase != Phase::Unknown || Timer::GetTime() < candidate.periodEnd) {
+            return candidate.phase == Phase::Written;
+        }
+        const Stamp before = candidate.stamp;
+        StartPeriod(path, candidate);
+        return candidate.stamp == before;
+    }
+
+    // Without the candidate, so that a sink may call Tick. It is put back if the sink throws.
+    void Report(const std::string& path) {
+        auto candidate = Exists(path) ? m_candidates.extract(path) : Candidates::node_type();
+        if (candidate.empty()) {
+            return;
+        }
+        try {
+            m_fileSettled.Fire(path);
+        } catch (...) {
+            m_candidates.insert(std::move(candidate));
+            throw;
+        }
+    }
+
+    EventSource<std::string>& m_fileSettled;
+    const std::string m_path;
+    const double m_settleSeconds;
+    CriticalSection m_cs;
+    const std::unique_ptr<WriteMonitor> m_monitor = platform::OpenWriteMonitor();
+    std::unordered_set<std::string> m_listed;
+    Candidates m_candidates;
+    const RCPtr<FileWatcher> m_watcher;
+};
+
+}  // namespace
+
+// Derived, because a class nested in an exported one is exported, and its lambdas with it.
+class SettledFiles::State : public CompletionTracker {
+public:
+    using CompletionTracker::CompletionTracker;
+};
+
+SettledFiles::SettledFiles(const char* path, bool reportExisting, bool recursive,
+                           double settleSeconds, double pollInterval)
+    : Thread("SettledFiles"),
+      m_state(
+          new State(FileSettled, path, reportExisting, recursive, settleSeconds, pollInterval)) {}
+
+SettledFiles::~SettledFiles() = default;
+
+void SettledFiles::Run() {
+    while (!ShouldStop()) {
+        Tick();
+    }
+}
+
+void SettledFiles::Tick() {
+    m_state->Tick();
+}
+
+}  // namespace zel
