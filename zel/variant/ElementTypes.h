@@ -4,8 +4,13 @@
 #include <type_traits>
 #include <vector>
 
-// The element types: type, type name, code, and the spelling that messages use. A value is an
-// element or a std::vector of elements, which makes 22 value types. This list is the only one.
+/// @file
+/// The types of a variant's value, and the type IDs that stand for them.
+///
+/// Guide: docs/variants.md
+
+/// Expands `USE(type, type name, code, spelling in messages)` for each numeric element type. This
+/// list and the next are the only ones.
 #define ZEL_FOR_EACH_NUMERIC_ELEMENT(USE)              \
     USE(unsigned char, "U8", 0x11, "::uint8_t")        \
     USE(unsigned short, "U16", 0x12, "::uint16_t")     \
@@ -18,28 +23,34 @@
     USE(float, "F32", 0x44, "float")                   \
     USE(double, "D64", 0x48, "double")
 
-// The same with the string behind the numbers.
+/// Expands `USE` for each of the 11 element types.
 #define ZEL_FOR_EACH_ELEMENT(USE)     \
     ZEL_FOR_EACH_NUMERIC_ELEMENT(USE) \
     USE(std::string, "string", 0x80, "std::string")
 
 namespace zel {
 
-// A type identifier has the element's width in bytes in bits 0 to 3 (0 for a string), its class in
-// bits 4 to 7 (unsigned, signed, floating point, string), and one of two bits for an array.
+/// Type IDs. The code of an element type is in bits 0 to 7; an array has one bit more:
+///
+/// | Bits | Mask | Meaning |
+/// |---|---|---|
+/// | 0 to 3 | 0x00F | width of an element in bytes, 0 for a string |
+/// | 4 to 7 | 0x0F0 | class: 0x10 unsigned, 0x20 signed, 0x40 floating point, 0x80 string |
+/// | 8 | 0x100 | fixed-size array |
+/// | 9 | 0x200 | variable-size array |
 namespace TypeID {
 
-// Where the parts of an identifier stand, and what stands there for a string and for arrays.
-inline constexpr int WIDTH_BITS = 0x00F;
-inline constexpr int CLASS_BITS = 0x0F0;
-inline constexpr int ELEMENT_BITS = 0x0FF;
-inline constexpr int STRING = 0x080;
-inline constexpr int FIXED_ARRAY = 0x100;
-inline constexpr int VARIABLE_ARRAY = 0x200;
-inline constexpr int ARRAY_BITS = 0x300;
+inline constexpr int WIDTH_BITS = 0x00F;      ///< Mask of the width.
+inline constexpr int CLASS_BITS = 0x0F0;      ///< Mask of the class.
+inline constexpr int ELEMENT_BITS = 0x0FF;    ///< Mask of the element type's code.
+inline constexpr int STRING = 0x080;          ///< Class and code of a string.
+inline constexpr int FIXED_ARRAY = 0x100;     ///< Set in the ID of a fixed-size array.
+inline constexpr int VARIABLE_ARRAY = 0x200;  ///< Set in the ID of a variable-size array.
+inline constexpr int ARRAY_BITS = 0x300;      ///< Mask of both array bits.
 
-// Whether every number of element type `from` has its place in element type `to`: one class and no
-// smaller width, or a double. The array bits don't matter.
+/// Returns whether a number of element type `from` may be converted to element type `to`: if both
+/// have the same class and `to` isn't narrower, or if `to` is `double`. The array bits are ignored.
+/// Only the types matter, never the value.
 constexpr bool MayConvert(int from, int to) noexcept {
     constexpr int doubleCode = 0x48;
     return (to & ELEMENT_BITS) == doubleCode ||
@@ -48,11 +59,11 @@ constexpr bool MayConvert(int from, int to) noexcept {
 
 }  // namespace TypeID
 
-// An element type's row of the list: Code, Name and Spelling. Code 0 and nothing else for a type
-// that isn't there.
+/// The entry of an element type in the list: `Code`, `Name` and `Spelling`. Any other type has only
+/// a `Code`, which is 0.
 template <class T>
 struct ElementTraits {
-    static constexpr int Code = 0;  // none
+    static constexpr int Code = 0;  ///< Not an element type.
 };
 
 #define ZEL_DEFINE_TRAITS(Type, TypeName, TypeCode, TypeSpelling) \
@@ -65,38 +76,42 @@ struct ElementTraits {
 ZEL_FOR_EACH_ELEMENT(ZEL_DEFINE_TRAITS)
 #undef ZEL_DEFINE_TRAITS
 
-// One of the 11 element types, and one of the 10 that are numbers.
+/// One of the 11 element types.
 template <class T>
 concept VariantElement = ElementTraits<T>::Code != 0;
+
+/// One of the 10 element types that are numbers.
 template <class T>
 concept NumericElement = VariantElement<T> && !std::is_same_v<T, std::string>;
 
-// What a value type is made of, and its identifier (the variable-sized one for an array).
+/// Describes a value type: a scalar, or an array in the specialisation for `std::vector`.
 template <class T>
 struct ValueTraits {
-    using Element = T;                                   // what it is made of
-    static constexpr bool IsArray = false;               // whether it is an array
-    static constexpr int Code = ElementTraits<T>::Code;  // its identifier
+    using Element = T;                                   ///< The element type.
+    static constexpr bool IsArray = false;               ///< Whether it is an array.
+    static constexpr int Code = ElementTraits<T>::Code;  ///< The type ID.
 };
 
-// The same of an array of E.
+/// Describes the type of an array.
 template <class E>
 struct ValueTraits<std::vector<E>> {
-    using Element = E;                     // what it is made of
-    static constexpr bool IsArray = true;  // whether it is an array
-    static constexpr int Code = ElementTraits<E>::Code | TypeID::VARIABLE_ARRAY;  // its identifier
+    using Element = E;                     ///< The element type.
+    static constexpr bool IsArray = true;  ///< Whether it is an array.
+
+    /// The type ID of the variable-size array.
+    static constexpr int Code = ElementTraits<E>::Code | TypeID::VARIABLE_ARRAY;
 };
 
-// One of the 22 types of a variant's value.
+/// One of the 22 types of a variant's value.
 template <class T>
 concept VariantValue = VariantElement<typename ValueTraits<T>::Element>;
 
-// Compiles for the type of a value only, and else tells which there are.
+/// Fails to compile, with a message that lists the value types, if `T` isn't one of them.
 #define ZEL_ASSERT_VARIANT_VALUE(T)                                                             \
     static_assert(::zel::VariantValue<T>,                                                       \
                   "a variant holds unsigned char, unsigned short, unsigned int, unsigned long " \
                   "long, signed char, short, int, long long, float, double, std::string, or a " \
-                  "std::vector of one of these: say long long or unsigned long long for "       \
+                  "std::vector of one of these: use long long or unsigned long long for "       \
                   "std::int64_t, std::uint64_t and long, and std::string for a literal")
 
 }  // namespace zel

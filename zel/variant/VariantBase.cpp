@@ -47,7 +47,7 @@ RCPtr<VariantBase> Create(int id, bool isFixed) {
     return variant;
 }
 
-// The code of an element type, 0 for a name that is none.
+// Returns the code of an element type, 0 for an unknown name.
 int FindCode(std::string_view name) {
 #define ZEL_COMPARE(T, Name, Code, Spelling) \
     if (name == Name) {                      \

@@ -37,9 +37,9 @@ public:
 ///
 /// A failure leaves the variant and the arguments unchanged, unless the function says otherwise.
 ///
-/// Thread-safe, except for the functions marked "Unlocked". Each variant has a lock, which the other
-/// functions hold from start to end, also while they log and while they read or write a stream. The
-/// locks of two variants are never held together.
+/// Thread-safe, except for the functions marked "Unlocked". Each variant has a lock, which the
+/// other functions hold from start to end, also while they log and while they read or write a
+/// stream. The locks of two variants are never held together.
 ///
 /// Guide: docs/variants.md
 class ZEL_ADVANCED_API VariantBase : public RCObject {
@@ -62,8 +62,8 @@ public:
     /// scalar.
     virtual int GetNumberOfElements() const = 0;
 
-    /// Truncates an array or appends zeros or empty strings, even if its size is fixed. Does nothing
-    /// to a scalar.
+    /// Truncates an array or appends zeros or empty strings, even if its size is fixed. Does
+    /// nothing to a scalar.
     virtual void SetNumberOfElements(unsigned int count) = 0;
 
     /// Returns the `sizeof` of one element. Unlocked.
@@ -87,13 +87,13 @@ public:
     virtual void SetMaximumValue() = 0;
     ///@}
 
-    /// Compares this variant with `other`, whose value is first read into this variant's type by the
-    /// rules of GetValue; so only `other` is converted. A null `other` and a refused read are
+    /// Compares this variant with `other`, whose value is first read into this variant's type by
+    /// the rules of GetValue; so only `other` is converted. A null `other` and a refused read are
     /// failures; the former isn't logged.
     ///
-    /// Arrays are compared pair by pair. `expandSingle` makes an array of one element as long as the
-    /// other array, by repeating the element; arrays that still differ in length compare false. How
-    /// the pairs combine depends on the last argument, **which has opposite senses**:
+    /// Arrays are compared pair by pair. `expandSingle` makes an array of one element as long as
+    /// the other array, by repeating the element; arrays that still differ in length compare false.
+    /// How the pairs combine depends on the last argument, **which has opposite senses**:
     ///
     /// | Functions | Last argument | true | false | No pair |
     /// |---|---|---|---|---|
@@ -184,18 +184,19 @@ public:
     /// throwing.
     bool RemoveElementFromVector(int index, bool throwOnError);
 
-    /// Reads the stream form: numbers with their most significant byte first; a string followed by a
-    /// byte 0; an array preceded by its number of elements in 8 bytes. Logs at level 3 and returns
-    /// false if the stream ends early or throws a `std::exception`, or if the variant doesn't take
-    /// the value; the bytes that were read stay consumed and the variant keeps its value.
+    /// Reads the stream form: numbers with their most significant byte first; a string followed by
+    /// a byte 0; an array preceded by its number of elements in 8 bytes. Logs at level 3 and
+    /// returns false if the stream ends early or throws a `std::exception`, or if the variant
+    /// doesn't take the value; the bytes that were read stay consumed and the variant keeps its
+    /// value.
     ///
-    /// A count is not trusted: memory grows with the bytes that arrive. A count of more bytes than an
-    /// address space can have throws `std::bad_alloc`.
+    /// A count is not trusted: memory grows with the bytes that arrive. A count of more bytes than
+    /// an address space can have throws `std::bad_alloc`.
     bool ReadValueFromStream(std::istream& in);
 
-    /// Writes the stream form. A string that contains a byte 0 is written whole, but is read only up
-    /// to that byte. The state of the stream isn't checked. Returns false, after logging at level 3,
-    /// only for a scalar with the fixed flag.
+    /// Writes the stream form. A string that contains a byte 0 is written whole, but is read only
+    /// up to that byte. The state of the stream isn't checked. Returns false, after logging at
+    /// level 3, only for a scalar with the fixed flag.
     bool WriteValueToStream(std::ostream& out);
 
     /// Reads or writes the buffer form at `buffer`, which needs no alignment and lies outside the
@@ -205,8 +206,8 @@ public:
     /// have some.
     ///
     /// `bytes` is the number of bytes available at `buffer`. On success the number used is
-    /// subtracted, and the address after the last byte is returned. On failure the message is logged
-    /// at level 3, null is returned, and variant, buffer and `bytes` are unchanged.
+    /// subtracted, and the address after the last byte is returned. On failure the message is
+    /// logged at level 3, null is returned, and variant, buffer and `bytes` are unchanged.
     ///@{
     void* ReadValueFromBuffer(void* buffer, unsigned long long& bytes, bool withSize);
     void* WriteValueToBuffer(void* buffer, unsigned long long& bytes, bool withSize);
@@ -259,7 +260,7 @@ protected:
         return *this;
     }
 
-    bool m_isFixed = false;       ///< Whether an array keeps its size.
+    bool m_isFixed = false;        ///< Whether an array keeps its size.
     mutable CriticalSection m_cs;  ///< The variant's lock, which guards the value.
 
 private:

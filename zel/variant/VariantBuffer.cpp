@@ -59,8 +59,8 @@ bool TakeValue(BufferCursor& cursor, T& value) {
     }
 }
 
-// Returns how many elements a read without a count takes: as many as the array has. Returns false
-// and logs if the variant is no such array, or an array of numbers without elements.
+// Sets `count` to the number of elements that a read without a count takes. Returns false and logs
+// if the variant is no such array, or an array of numbers without elements.
 template <class T>
 bool GetPresentCount(const VariantBase& variant, unsigned long long& count) {
     constexpr MessagePlace place{READ_ARRAY, "T"};
@@ -86,7 +86,7 @@ bool TakeCount(BufferCursor& cursor, const MessagePlace& place, unsigned long lo
     return true;
 }
 
-// `bytes` is the caller's, for the message.
+// `bytes` is the number in the message.
 template <class T>
 bool TakeElements(BufferCursor& cursor, unsigned long long count, unsigned long long bytes,
                   std::vector<T>& values) {

@@ -5,6 +5,7 @@
 #include "zel/variant/VariantMessages.h"
 #include "zel/variant/VariantNumberCast.h"
 
+#include <algorithm>
 #include <iterator>
 
 // SetValue and GetValue of VariantBase, through which every value enters and leaves a variant.
@@ -53,7 +54,7 @@ bool StoreNumber(VariantBase& variant, T value) {
         return false;
     }
     *own = CastNumber<E>(value);
-    LogNumberStored(variant.GetTypeID());
+    LogNumberStored(variant);
     return true;
 }
 
@@ -87,10 +88,8 @@ bool FetchNumbers(const VariantBase& variant, std::vector<T>* values) {
     if (own == nullptr) {
         return false;
     }
-    values->reserve(values->size() + own->size());
-    for (const E element : *own) {
-        values->push_back(CastNumber<T>(element));
-    }
+    values->resize(values->size() + own->size());
+    std::transform(own->begin(), own->end(), values->end() - std::ssize(*own), CastNumber<T, E>);
     return true;
 }
 
@@ -110,7 +109,7 @@ bool FetchTexts(const VariantBase& variant, Texts* texts) {
     return true;
 }
 
-// Numbers don't become text here, nor text numbers.
+// A number isn't converted to a string, nor a string to a number.
 template <class T>
 bool RejectStore() {
     if constexpr (IS_NUMERIC<T>) {
@@ -138,9 +137,8 @@ bool RejectFetch() {
 // Requires: variant and value are both scalars or both arrays, and the rule of conversion allows
 // the two types.
 template <class T>
-bool StoreConverted(VariantBase& variant, const T& value, bool throwOnError) {
-    const int elementCode = variant.GetTypeID() & ~TypeID::ARRAY_BITS;
-    return VisitElementType(elementCode, false, [&]<class E>(ElementTag<E>) {
+bool StoreConverted(VariantBase& variant, int id, const T& value, bool throwOnError) {
+    return VisitElementType(id & ~TypeID::ARRAY_BITS, false, [&]<class E>(ElementTag<E>) {
         if constexpr (!NumericElement<E>) {
             return RejectStore<T>();
         } else if constexpr (std::is_same_v<T, Texts>) {
@@ -156,9 +154,8 @@ bool StoreConverted(VariantBase& variant, const T& value, bool throwOnError) {
 }
 
 template <class T>
-bool FetchConverted(const VariantBase& variant, T* value) {
-    const int elementCode = variant.GetTypeID() & ~TypeID::ARRAY_BITS;
-    return VisitElementType(elementCode, false, [&]<class E>(ElementTag<E>) {
+bool FetchConverted(const VariantBase& variant, int id, T* value) {
+    return VisitElementType(id & ~TypeID::ARRAY_BITS, false, [&]<class E>(ElementTag<E>) {
         if constexpr (!NumericElement<E>) {
             return RejectFetch<T>();
         } else if constexpr (std::is_same_v<T, Texts>) {
@@ -201,7 +198,7 @@ bool SetOtherType(VariantBase& variant, const T& value, bool throwOnError) {
                                "[VariantBase::SetValue] Unable to Convert to variant type ",
                                variant.GetTypeName(), " from ", typeid(T).name(), "!");
     }
-    if (!StoreConverted(variant, value, throwOnError)) {
+    if (!StoreConverted(variant, id, value, throwOnError)) {
         return Fail<VariantEx>(
             s_variantLog, throwOnError,
             "[VariantBase::SetValue] Unable to secondarily convert to variant type ",
@@ -230,7 +227,7 @@ bool GetOtherType(const VariantBase& variant, T* value, bool throwOnError) {
                                "[VariantBase::GetValue] Unable to convert from variant type ",
                                variant.GetType(), " to ", typeid(T).name(), "!");
     }
-    if (!FetchConverted(variant, value)) {
+    if (!FetchConverted(variant, id, value)) {
         return Fail<VariantEx>(
             s_variantLog, throwOnError,
             "[VariantBase::GetValue] Unable to secondarily convert variant value of type ",
@@ -273,7 +270,7 @@ bool VariantBase::FetchValue(T* value, bool throwOnError) const {
     } else if (!GetOtherType(*this, value, throwOnError)) {
         return false;
     }
-    // The name comes from the type_info, because GetType would allocate when the value is stored.
+    // GetType could run out of memory after the value was stored.
     if (s_variantLog.IsEnabled(5)) {
         Log(s_variantLog, 5,
             "[VariantBase::GetValue] Able to secondarily convert variant value of type ",
@@ -289,8 +286,8 @@ bool VariantAccess::Store(VariantBase& variant, Texts&& values, bool throwOnErro
         *own = std::move(values);
         return true;
     }
-    // SetValue keeps the numbers before a text that is none, so all texts are checked first, if
-    // their count is right.
+    // On failure SetValue keeps the numbers before the bad text, so all texts are checked first.
+    // A wrong count is left to SetValue, which refuses it before it looks at a text.
     const auto count = static_cast<std::size_t>(isFixed ? variant.GetNumberOfElements() : 0);
     if (count == 0 || count == values.size()) {
         const int elementCode = variant.GetTypeID() & TypeID::ELEMENT_BITS;

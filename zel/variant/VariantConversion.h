@@ -7,84 +7,105 @@
 
 namespace zel {
 
-// Carries out one conversion between value types: SetValueImp from the caller's type SourceT to the
-// variant's TargetT, GetValueImp from the variant's SourceT to the caller's TargetT. VariantBase
-// calls those that can't lose range; called directly, a converter casts: integers keep their low
-// bits, a floating-point number that is out of an integer's range gives the nearest limit, and a
-// NaN 0. It exists for each pair of numeric elements, each pair of arrays of those, and the four
-// pairs of string and array of strings. Converters take no lock beyond that of the variant's own
-// operations.
+/// Converts between two numeric element types. A converter exists for each pair of numeric element
+/// types, for each pair of arrays of these, and for the four pairs of string and array of strings.
+///
+/// SetValue and GetValue of VariantBase allow only conversions that can't lose range; a converter
+/// that is called directly also narrows:
+///
+/// | From | To | Result if the value doesn't fit |
+/// |---|---|---|
+/// | integer | integer | the low bits |
+/// | `float`, `double` | integer | the nearest limit; 0 for a NaN |
+/// | `double` | `float` | the largest finite value, with the sign |
+///
+/// Requires: the pointers aren't null. Thread-safe for the variant, as its own functions are.
+///
+/// Guide: docs/variants.md
 template <class SourceT, class TargetT>
 class ZEL_ADVANCED_API VariantValueConverter {
 public:
     static_assert(NumericElement<SourceT> && NumericElement<TargetT>,
                   "there is no converter between these two types");
 
-    // Store in the variant and fetch from it, by its SetValue and GetValue, whose result they give.
+    /// Casts `value` to `TargetT` and calls SetValue of the variant with it.
     static bool SetValueImp(VariantBase* variant, const SourceT& value, bool throwOnError);
+
+    /// Calls GetValue of the variant for a `SourceT` and casts it to `TargetT`.
     static bool GetValueImp(const VariantBase* variant, TargetT* value, bool throwOnError);
 };
 
-// GetValueImp appends to `value`.
+/// Converts between two arrays of numbers.
 template <class SourceE, class TargetE>
 class ZEL_ADVANCED_API VariantValueConverter<std::vector<SourceE>, std::vector<TargetE>> {
 public:
     static_assert(NumericElement<SourceE> && NumericElement<TargetE>,
                   "there is no converter between these two types");
 
-    // Store in the variant and fetch from it, by its SetValue and GetValue, whose result they give.
+    /// Casts each element and calls SetValue of the variant with the new array. Refuses another
+    /// number of elements than a fixed-size array has, even if it has none.
     static bool SetValueImp(VariantBase* variant, const std::vector<SourceE>& value,
                             bool throwOnError);
+
+    /// Calls GetValue of the variant, casts each element and appends it to `value`.
     static bool GetValueImp(const VariantBase* variant, std::vector<TargetE>* value,
                             bool throwOnError);
 };
 
-// Of the string pairs only three operations have a meaning: SetValueImp and AddElementToVector of
-// the last class, GetValueImp of the one before. All others log a line at level 3 and give false.
+/// The pair string and string, which has no function.
 template <>
 class ZEL_ADVANCED_API VariantValueConverter<std::string, std::string> {
 public:
-    // Without a meaning.
+    /// Logs at level 3 and returns false. The arguments may be null.
+    ///@{
     static bool SetValueImp(VariantBase*, const std::string&, bool);
     static bool GetValueImp(const VariantBase*, std::string*, bool);
     static bool AddElementToVector(int, VariantBase*, std::string*, bool);
+    ///@}
 };
 
-// An array and an array, where nothing has a meaning.
+/// The pair array of strings and array of strings, which has no function.
 template <>
 class ZEL_ADVANCED_API VariantValueConverter<std::vector<std::string>, std::vector<std::string>> {
 public:
-    // Without a meaning.
+    /// Logs at level 3 and returns false. The arguments may be null.
+    ///@{
     static bool SetValueImp(VariantBase*, const std::vector<std::string>&, bool);
     static bool GetValueImp(const VariantBase*, std::vector<std::string>*, bool);
     static bool AddElementToVector(int, VariantBase*, std::vector<std::string>*, bool);
+    ///@}
 };
 
-// A variant's value to a text: only GetValueImp has a meaning.
+/// Converts the value of a variant to text.
 template <>
 class ZEL_ADVANCED_API VariantValueConverter<std::vector<std::string>, std::string> {
 public:
-    // Without a meaning.
-    static bool SetValueImp(VariantBase*, const std::vector<std::string>&, bool);
-
-    // The text form of any variant, without a count.
+    /// Sets `value` to the text form of any variant, without a count, and returns true.
     static bool GetValueImp(const VariantBase* variant, std::string* value, bool throwOnError);
 
-    // Without a meaning.
+    /// Logs at level 3 and returns false. The arguments may be null.
+    ///@{
+    static bool SetValueImp(VariantBase*, const std::vector<std::string>&, bool);
     static bool AddElementToVector(int, VariantBase*, std::vector<std::string>*, bool);
+    ///@}
 };
 
-// A text to a variant's value: only GetValueImp has no meaning.
+/// Converts text to the value of a variant.
 template <>
 class ZEL_ADVANCED_API VariantValueConverter<std::string, std::vector<std::string>> {
 public:
-    // Reads the text form without a count into any variant.
+    /// Reads the text form without a count into any variant. Never throws `VariantEx`.
     static bool SetValueImp(VariantBase* variant, const std::string& value, bool throwOnError);
 
-    // Without a meaning.
+    /// Logs at level 3 and returns false. The arguments may be null.
     static bool GetValueImp(const VariantBase*, std::vector<std::string>*, bool);
 
-    // Inserts a string before the element at `index`, or appends it for a negative `index`.
+    /// Inserts `element` before the string at `index`, or appends it if `index` is negative.
+    /// Refuses an `index` at or after the end and a fixed-size array.
+    ///
+    /// If the variant is an array of numbers, an `element` that is no number throws
+    /// `StringUtilsEx`, whatever `throwOnError` is, and leaves only the numbers before it in the
+    /// array.
     static bool AddElementToVector(int index, VariantBase* variant, std::string* element,
                                    bool throwOnError);
 };

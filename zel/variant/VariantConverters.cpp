@@ -3,6 +3,9 @@
 #include "zel/variant/VariantMessages.h"
 #include "zel/variant/VariantNumberCast.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace zel {
 
 template <class SourceT, class TargetT>
@@ -15,7 +18,7 @@ bool VariantValueConverter<SourceT, TargetT>::SetValueImp(VariantBase* variant,
             typeid(SourceT).name(), " to variant of type ", variant->GetType(), " (",
             variant->GetTypeID(), ")");
     }
-    LogNumberStored(variant->GetTypeID());
+    LogNumberStored(*variant);
     return true;
 }
 
@@ -43,11 +46,8 @@ bool VariantValueConverter<std::vector<SourceE>, std::vector<TargetE>>::SetValue
                                count, ", but tried to set ", value.size(),
                                "-element array to value");
     }
-    std::vector<TargetE> converted;
-    converted.reserve(value.size());
-    for (const SourceE element : value) {
-        converted.push_back(CastNumber<TargetE>(element));
-    }
+    std::vector<TargetE> converted(value.size());
+    std::transform(value.begin(), value.end(), converted.begin(), CastNumber<TargetE, SourceE>);
     CriticalSectionLock lock(VariantAccess::GetLock(variant));
     if (!VariantAccess::Store(*variant, std::move(converted), throwOnError)) {
         return Fail<VariantEx>(s_variantLog, throwOnError,
@@ -68,10 +68,9 @@ bool VariantValueConverter<std::vector<SourceE>, std::vector<TargetE>>::GetValue
                                "TargetT > >::GetValueImp] Unable to get vector of values into temp "
                                "vector");
     }
-    value->reserve(value->size() + source.size());
-    for (const SourceE element : source) {
-        value->push_back(CastNumber<TargetE>(element));
-    }
+    value->resize(value->size() + source.size());
+    std::transform(source.begin(), source.end(), value->end() - std::ssize(source),
+                   CastNumber<TargetE, SourceE>);
     return true;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "zel/foundation/Log.h"
-#include "zel/variant/ElementTypes.h"
+#include "zel/variant/VariantBase.h"
 
 #include <ostream>
 #include <typeinfo>
@@ -40,13 +40,15 @@ const char* GetTypeText() {
 inline constexpr const char* NULL_IN_READER = "Invalid variant pointer passed into function";
 inline constexpr const char* NULL_IN_WRITER = "Invalid variant pointer passed to function";
 
-// The level-5 line of a number that was converted to the variant's type.
-inline void LogNumberStored(int typeID) {
-    constexpr int lowBits = 0xFFFF;
-    Log(s_variantLog, 5,
-        "[VaraintValueConverter< SourceT, TargetT >::SetValueImp] Successfully set value to "
-        "variant of type ",
-        typeID & lowBits);
+// Logs at level 5 that a number was converted to the variant's type.
+inline void LogNumberStored(const VariantBase& variant) {
+    if (s_variantLog.IsEnabled(5)) {
+        constexpr int lowBits = 0xFFFF;
+        Log(s_variantLog, 5,
+            "[VaraintValueConverter< SourceT, TargetT >::SetValueImp] Successfully set value to "
+            "variant of type ",
+            variant.GetTypeID() & lowBits);
+    }
 }
 
 // Logs `message` and returns true if one of the pointers is null.

@@ -16,7 +16,7 @@ namespace {
 constexpr const char* READ_SCALAR = "ReadScalarValueFromStreamImp";
 constexpr const char* READ_ARRAY = "ReadVectorValueFromStreamImp";
 
-// The writers' messages name other functions.
+// The messages of the writers name other functions.
 constexpr const char* WRITE_SCALAR = "WriteScalarBufferToStreamImp";
 template <class T>
 constexpr MessagePlace WRITE_ARRAY = {
@@ -32,8 +32,8 @@ struct ByteCount {
     unsigned long long count;
 };
 
-// Calls `read`. Returns false and logs if the stream came up short or threw a std::exception;
-// `shortText` and `exceptionText` are what the two messages could not read.
+// Calls `read`. Returns false and logs if the stream ended early or threw a std::exception;
+// `shortText` and `exceptionText` name what was to be read in the two messages.
 template <class Read, class ShortText, class ExceptionText>
 bool ReadOrLog(std::istream& in, const MessagePlace& place, const ShortText& shortText,
                const ExceptionText& exceptionText, Read read) {
@@ -124,7 +124,6 @@ bool ReadElements(std::istream& in, unsigned long long count, std::vector<std::s
     return true;
 }
 
-// Stores what was read.
 template <class T, class Value>
 bool StoreOrLog(VariantBase& variant, const MessagePlace& place, Value&& value) {
     CriticalSectionLock lock(VariantAccess::GetLock(&variant));
@@ -253,7 +252,7 @@ bool VariantBase::WriteValueToStream(std::ostream& out) {
         *this, false,
         [&]<class T>(ElementTag<T>) { return WriteScalarValueToStreamImp<T>(this, out); },
         [&]<class T>(ElementTag<T>) {
-            // Under the lock, the value needs no copy.
+            // The lock is held, so the value needs no copy.
             const auto* const own = VariantAccess::FindValue<std::vector<T>>(*this);
             return own != nullptr ? WriteArray(*this, *own, out)
                                   : WriteVectorValueToStreamImp<T>(this, out);

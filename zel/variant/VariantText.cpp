@@ -94,7 +94,9 @@ bool TakeCount(Tokenizer& tokens, const std::string& text) {
 // Parses all tokens. Returns false at one that isn't an element and leaves it in `token`.
 template <class T>
 bool ParseElements(Tokenizer& tokens, std::vector<T>& values, std::string_view& token) {
-    values.reserve(tokens.CountTokens());
+    if constexpr (!NumericElement<T>) {
+        values.reserve(tokens.CountTokens());
+    }
     while (true) {
         if constexpr (NumericElement<T>) {
             tokens.TakePlainNumbers(values);

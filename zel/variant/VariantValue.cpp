@@ -34,7 +34,7 @@ void SetNumberOfElementsImp(std::vector<T>* values, unsigned int count) {
 
 namespace {
 
-// Saturates.
+// Returns the count, at most INT_MAX.
 int ToInt(std::size_t count) {
     return static_cast<int>(std::min<std::size_t>(count, std::numeric_limits<int>::max()));
 }

@@ -39,8 +39,8 @@ public:
     /// Constructs a variant with zero, an empty string or no elements.
     Variant() : Variant(T()) {}
 
-    /// Constructs a variant with `value`. `isFixed` makes an array keep its size; a scalar with this
-    /// flag has no text, stream or buffer form.
+    /// Constructs a variant with `value`. `isFixed` makes an array keep its size; a scalar with
+    /// this flag has no text, stream or buffer form.
     explicit Variant(const T& value, bool isFixed = false)
         : VariantBase(ValueTraits<T>::Code, isFixed), m_value(value) {}
 
