@@ -2,83 +2,84 @@
 
 #include "tests/support/RecordingLogSink.h"
 #include "tests/support/Thrown.h"
+#include "tests/support/VariantForms.h"
 
 #include <gtest/gtest.h>
-
-#include <tuple>
 
 namespace zel {
 namespace {
 
 using Value = RCPtr<VariantBase>;
 
-// Makes a variant of the name of a type, a blank and the text of a value.
+// Returns the variant that a type name, a blank and the text of a value describe.
 Value Make(const std::string& text) {
     const std::size_t blank = text.find(' ');
-    const Value value = VariantBase::CreateByTypeName(text.substr(0, blank));
-    EXPECT_TRUE(value->ReadValueFromString(text.substr(blank + 1), false));
-    return value;
+    return test::MakeVariant(text.substr(0, blank), text.substr(blank + 1));
 }
 
-// The six operations, each with a sign and with the name that its message has.
+// The comparisons, each with a sign and with the name in its message.
 const struct {
     bool (VariantBase::*compare)(Value, bool, bool, bool) const;
-    const char* sign;
+    char sign;
     std::string name;
 } s_operations[] = {
-    {&VariantBase::IsEqual, "=", "IsEqual"},
-    {&VariantBase::IsNotEqual, "#", "IsEqual"},
-    {&VariantBase::IsLessThan, "<", "IsLessThan"},
-    {&VariantBase::IsLessThanOrEqualTo, "[", "IsLessThanOrEqualTo"},
-    {&VariantBase::IsGreaterThan, ">", "IsGreaterThan"},
-    {&VariantBase::IsGreaterThanOrEqualTo, "]", "IsGreaterThanOrEqualTo"},
+    {&VariantBase::IsEqual, '=', "IsEqual"},
+    {&VariantBase::IsNotEqual, '#', "IsEqual"},
+    {&VariantBase::IsLessThan, '<', "IsLessThan"},
+    {&VariantBase::IsLessThanOrEqualTo, '[', "IsLessThanOrEqualTo"},
+    {&VariantBase::IsGreaterThan, '>', "IsGreaterThan"},
+    {&VariantBase::IsGreaterThanOrEqualTo, ']', "IsGreaterThanOrEqualTo"},
 };
 
-// The signs of those that hold under one pair of flags.
+// Returns the signs of the comparisons that are true.
 std::string Compare(const Value& left, const Value& right, bool expandSingle, bool last) {
     std::string signs;
     for (const auto& operation : s_operations) {
-        const bool holds = ((*left).*operation.compare)(right, false, expandSingle, last);
-        signs += holds ? operation.sign : "";
+        if (((*left).*operation.compare)(right, false, expandSingle, last)) {
+            signs += operation.sign;
+        }
     }
     return signs;
 }
 
-// Two values, and what holds with the last argument true and with false.
-using Row = std::tuple<const char*, const char*, const char*>;
+// What is true with the last argument true and with false.
+struct Row {
+    const char* left;
+    const char* right;
+    const char* withTrue;
+    const char* withFalse;
+};
 
 void Check(const std::vector<Row>& rows, bool expandSingle) {
-    for (const auto& [left, right, signs] : rows) {
-        EXPECT_EQ(Compare(Make(left), Make(right), expandSingle, true) + ' ' +
-                      Compare(Make(left), Make(right), expandSingle, false),
-                  signs)
-            << left << " and " << right;
+    for (const auto& [left, right, withTrue, withFalse] : rows) {
+        SCOPED_TRACE(std::string(left) + " and " + right);
+        EXPECT_EQ(Compare(Make(left), Make(right), expandSingle, true), withTrue);
+        EXPECT_EQ(Compare(Make(left), Make(right), expandSingle, false), withFalse);
     }
 }
 
-// The argument is read into the receiver's type; the flags combine the pairs of arrays.
-TEST(VariantComparisonTest, HoldsAsTheTypesAndTheFlagsSay) {
+TEST(VariantComparisonTest, TypesAndFlagsDecideTheResult) {
     const std::vector<Row> scalars = {
-        {"S64 5", "S32 5", "=[] =[]"},      {"S32 5", "S64 5", "# #"},
-        {"D64 5", "S32 5", "=[] =[]"},      {"S32 5", "D64 5", "# #"},
-        {"S32 -1", "S16 1", "#<[ #<["},     {"U32 200", "U8 100", "#>] #>]"},
-        {"string 5", "S32 5", "=[] =[]"},   {"S32 5", "string 5", "# #"},
-        {"string 10", "S32 9", "#<[ #<["},  {"string a", "string ab", "#<[ #<["},
-        {"string \xFF", "S8 1", "#>] #>]"}, {"D64 nan", "D64 nan", "# #"},
-        {"S32 5", "S32[] 5", "# #"},
+        {"S64 5", "S32 5", "=[]", "=[]"},      {"S32 5", "S64 5", "#", "#"},
+        {"D64 5", "S32 5", "=[]", "=[]"},      {"S32 5", "D64 5", "#", "#"},
+        {"S32 -1", "S16 1", "#<[", "#<["},     {"U32 200", "U8 100", "#>]", "#>]"},
+        {"string 5", "S32 5", "=[]", "=[]"},   {"S32 5", "string 5", "#", "#"},
+        {"string 10", "S32 9", "#<[", "#<["},  {"string a", "string ab", "#<[", "#<["},
+        {"string \xFF", "S8 1", "#>]", "#>]"}, {"D64 nan", "D64 nan", "#", "#"},
+        {"S32 5", "S32[] 5", "#", "#"},
     };
     const std::vector<Row> arrays = {
-        {"S32[] 1`2", "S32[2] 1`2", "=[] =[]"}, {"S32[] 1`2", "S32[] 1`3", "#<[] =["},
-        {"S32[] 1`2", "S32[] 2`3", "#<[ #<["},  {"S32[] 1`5", "S32[] 2`3", "#<[>] #"},
-        {"S32[] 7", "S32[] 7`7`7", "# #"},      {"S32[] ", "S32[] ", "= #<[>]"},
-        {"D64[] nan`nan", "D64[] 1`1", "# #"},  {"string[] 1`2", "S32[] 1`2", "=[] =[]"},
-        {"S32[] 1`2", "string[] 1`2", "# #"},
+        {"S32[] 1`2", "S32[2] 1`2", "=[]", "=[]"}, {"S32[] 1`2", "S32[] 1`3", "#<[]", "=["},
+        {"S32[] 1`2", "S32[] 2`3", "#<[", "#<["},  {"S32[] 1`5", "S32[] 2`3", "#<[>]", "#"},
+        {"S32[] 7", "S32[] 7`7`7", "#", "#"},      {"S32[] ", "S32[] ", "=", "#<[>]"},
+        {"D64[] nan`nan", "D64[] 1`1", "#", "#"},  {"string[] 1`2", "S32[] 1`2", "=[]", "=[]"},
+        {"S32[] 1`2", "string[] 1`2", "#", "#"},
     };
     const std::vector<Row> expanded = {
-        {"S32[] 7", "S32[] 7`7`7", "=[] =[]"},
-        {"S32[] 7`8", "S32[] 7", "#[>] =]"},
-        {"S32[] 1`2", "S32[] 1`2`3", "# #"},
-        {"S32[] 1", "S32[] ", "= #<[>]"},
+        {"S32[] 7", "S32[] 7`7`7", "=[]", "=[]"},
+        {"S32[] 7`8", "S32[] 7", "#[>]", "=]"},
+        {"S32[] 1`2", "S32[] 1`2`3", "#", "#"},
+        {"S32[] 1", "S32[] ", "=", "#<[>]"},
     };
     Check(scalars, false);
     Check(scalars, true);
@@ -86,10 +87,11 @@ TEST(VariantComparisonTest, HoldsAsTheTypesAndTheFlagsSay) {
     Check(expanded, true);
 }
 
-TEST(VariantComparisonTest, ThrowsForWhatCannotBeComparedWhenAsked) {
+TEST(VariantComparisonTest, ThrowsIfNotComparableAndAsked) {
     const test::ScopedLogger log;
     const Value five = Make("S32 5");
     for (const auto& operation : s_operations) {
+        SCOPED_TRACE(operation.sign);
         const auto compare = [&](const Value& other, bool throwOnError) {
             return test::ThrownBy(
                 [&] { ((*five).*operation.compare)(other, throwOnError, false, false); });

@@ -1,10 +1,9 @@
-#include "zel/variant/Variant.h"
+#include "tests/support/VariantForms.h"
 
-#include "tests/variant/SampleValues.h"
+#include "zel/variant/Variant.h"
 
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <utility>
 
 namespace zel {
@@ -13,17 +12,12 @@ namespace {
 using namespace std::string_literals;
 
 using test::Sample;
+using test::StreamForm;
 using Value = RCPtr<VariantBase>;
 
-std::string InStream(const Value& value) {
-    std::ostringstream out;
-    EXPECT_TRUE(value->WriteValueToStream(out));
-    return out.str();
-}
-
-// Takes just the bytes that it needs, at an odd address; with one less it writes nothing.
-std::string InBuffer(const Value& value, bool withSize) {
-    const std::size_t size = InStream(value).size() - (value->IsArray() && !withSize ? 8 : 0);
+// Writes at an odd address. One byte less than the form needs is refused and nothing is written.
+std::string BufferForm(const Value& value, bool withSize) {
+    const std::size_t size = StreamForm(value).size() - (value->IsArray() && !withSize ? 8 : 0);
     std::string buffer(1 + size, '?');
     char* const begin = &buffer[1];
     unsigned long long bytes = size - 1;
@@ -36,8 +30,8 @@ std::string InBuffer(const Value& value, bool withSize) {
     return buffer.substr(1);
 }
 
-// Long arrays pass through the forms in blocks and by wide instructions.
-TEST(VariantFormsTest, EveryTypeAndLengthComesBackFromEveryForm) {
+// The lengths are about those of a SIMD register and of the blocks of the stream form.
+TEST(VariantFormsTest, EveryTypeAndLengthSurvivesEveryForm) {
     test::ForEachElement([]<class E>(ElementTraits<E>) {
         std::vector<Value> values = {
             new Variant<E>(Sample<E>(1)),
@@ -60,7 +54,7 @@ TEST(VariantFormsTest, EveryTypeAndLengthComesBackFromEveryForm) {
             for (const bool withSize : {false, true}) {
                 const std::string text = value->WriteValueToString(withSize);
                 EXPECT_TRUE(reads([&] { return back->ReadValueFromString(text, withSize); }));
-                std::string bytes = InBuffer(value, withSize) + "tail!";
+                std::string bytes = BufferForm(value, withSize) + "tail!";
                 unsigned long long left = bytes.size();
                 EXPECT_TRUE(reads([&] {
                     return back->ReadValueFromBuffer(bytes.data(), left, withSize) ==
@@ -68,14 +62,14 @@ TEST(VariantFormsTest, EveryTypeAndLengthComesBackFromEveryForm) {
                 }));
                 EXPECT_EQ(left, 5U);
             }
-            std::istringstream in(InBuffer(value, true));
+            std::istringstream in(BufferForm(value, true));
             EXPECT_TRUE(reads([&] { return back->ReadValueFromStream(in) && in.good(); }));
-            EXPECT_EQ(in.str(), InStream(value));
+            EXPECT_EQ(in.str(), StreamForm(value));
         }
     });
 }
 
-TEST(VariantFormsTest, BytesAreThoseOfTheFormat) {
+TEST(VariantFormsTest, TheBytesAreThoseOfTheFormat) {
     const std::pair<Value, std::string> rows[] = {
         {new Variant<int>(258), "\0\0\1\2"s},
         {new Variant<float>(1), "\x3F\x80\0\0"s},
@@ -87,23 +81,23 @@ TEST(VariantFormsTest, BytesAreThoseOfTheFormat) {
         {new Variant<signed char>(-2), "\xFE"},
     };
     for (const auto& [value, bytes] : rows) {
-        EXPECT_EQ(InStream(value), bytes);
-        EXPECT_EQ(InBuffer(value, true), bytes);
+        EXPECT_EQ(StreamForm(value), bytes) << value->GetTypeName();
+        EXPECT_EQ(BufferForm(value, true), bytes) << value->GetTypeName();
     }
     unsigned long long none = 0;
     EXPECT_EQ(Variant<std::vector<std::string>>().ReadValueFromBuffer(&none, none, false), &none);
     EXPECT_EQ(Variant<std::string>().ReadValueFromBuffer(&none, none, false), nullptr);
     const Value zero(new Variant<std::string>("a\0b"s));
-    EXPECT_EQ(InStream(zero), "a\0b\0"s);
-    EXPECT_EQ(InBuffer(zero, false), "a\0\0\0"s);
+    EXPECT_EQ(StreamForm(zero), "a\0b\0"s);
+    EXPECT_EQ(BufferForm(zero, false), "a\0\0\0"s);
 }
 
-TEST(VariantFormsTest, TextIsReadAsTold) {
+TEST(VariantFormsTest, TextIsReadOrRefused) {
     const struct {
         const char* type;
         const char* text;
         bool withSize;
-        const char* outcome;  // what is written then, "-" where it is refused
+        const char* outcome;  // what is written afterwards, "-" if refused
     } rows[] = {
         {"S32", "0x10", false, "16"},       {"S32", "", false, "-"},
         {"U8", "300", false, "44"},         {"S8", "200", false, "-56"},
@@ -129,7 +123,7 @@ TEST(VariantFormsTest, TextIsReadAsTold) {
     EXPECT_FALSE((Variant<int>(5, true).ReadValueFromString("5", false)));
 }
 
-TEST(VariantFormsTest, ElementsComeAndGo) {
+TEST(VariantFormsTest, ElementsAreInsertedAndRemoved) {
     Variant<std::vector<int>> array({1, 2});
     EXPECT_TRUE(array.AddElementToVectorAsString(0, "5", true));
     EXPECT_TRUE(array.AddElementToVectorAsString(1, "6", true));
@@ -147,13 +141,13 @@ TEST(VariantFormsTest, ElementsComeAndGo) {
         (Variant<std::vector<int>>({1, 2}, true).AddElementToVectorAsString(0, "5", false)));
 }
 
-// A count is somebody's word: it costs nothing but the failure.
-TEST(VariantFormsTest, AWrongCountIsRefusedAndNothingChanges) {
+TEST(VariantFormsTest, AnUntrustedCountIsRefused) {
     const std::pair<unsigned long long, bool> rows[] = {
         {0, true}, {3, false}, {1ULL << 20, false}, {1ULL << 61, true}, {~0ULL, false}};
     for (const auto& [count, isFixed] : rows) {
+        SCOPED_TRACE(count);
         Variant<std::vector<unsigned long long>> value({7}, isFixed);
-        std::string bytes = InStream(new Variant<unsigned long long>(count)) + "01234567";
+        std::string bytes = StreamForm(new Variant<unsigned long long>(count)) + "01234567";
         unsigned long long left = bytes.size();
         EXPECT_EQ(value.ReadValueFromBuffer(bytes.data(), left, true), nullptr);
         EXPECT_EQ(left, bytes.size());

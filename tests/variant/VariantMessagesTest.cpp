@@ -1,16 +1,13 @@
 #include "zel/variant/Variant.h"
 
 #include "tests/support/RecordingLogSink.h"
-#include "tests/variant/SampleValues.h"
+#include "tests/support/VariantForms.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <regex>
-#include <sstream>
-#include <utility>
 
 namespace zel {
 namespace {
@@ -19,160 +16,129 @@ using Names = std::vector<std::pair<std::string, std::string>>;
 using Texts = std::vector<std::string>;
 using Ints = std::vector<int>;
 using Longs = std::vector<long long>;
+using Calls = std::vector<std::function<void()>>;
 
 template <class Source, class Target>
 using Converter = VariantValueConverter<Source, Target>;
 
-// Puts into a text what its marks stand for.
-std::string Filled(std::string text, Names names = {}) {
-    names.insert(names.end(), {{"int", typeid(int).name()},
-                               {"long", typeid(long long).name()},
-                               {"string", typeid(std::string).name()},
-                               {"ints", typeid(Ints).name()},
-                               {"texts", typeid(Texts).name()}});
-    for (const auto& [mark, name] : names) {
-        text = std::regex_replace(text, std::regex("\\{" + mark + "\\}"), name);
-    }
-    return text;
-}
-
-// What the family logs at all levels.
 class VariantMessagesTest : public testing::Test {
 protected:
-    VariantMessagesTest() { m_log.logger->SetAreaLevel("Variant", 6); }
-
-    // The last line that each of the calls logs.
-    std::string LinesOf(const std::vector<std::function<void()>>& calls) {
-        std::string lines;
+    // Compares the last line that each call logs, which has level 3, with a line of `expected`. The
+    // marks in it stand for the names of types.
+    void Check(const Calls& calls, const std::string& expected, Names names = {}) {
+        names.insert(names.end(), {{"int", typeid(int).name()},
+                                   {"long", typeid(long long).name()},
+                                   {"ints", typeid(Ints).name()},
+                                   {"texts", typeid(Texts).name()}});
+        std::istringstream lines(expected.substr(1));
         for (const auto& call : calls) {
+            std::string line;
+            ASSERT_TRUE(std::getline(lines, line));
+            for (const auto& [mark, name] : names) {
+                line = std::regex_replace(line, std::regex("\\{" + mark + "\\}"), name);
+            }
             call();
             const std::string text = m_log.sink->TakeText();
-            lines += text.substr(std::min(text.rfind('\n'), text.size()));
+            EXPECT_EQ(text.substr(std::min(text.rfind('\n'), text.size())), "\n3 Variant " + line);
         }
-        return lines;
     }
 
     unsigned long long& WithBytes(unsigned long long bytes) { return m_bytes = bytes; }
 
-    // Calls each free template of an element type, on what should be a scalar and an array of it
-    // and on some equal bytes.
+    // Calls the functions of the forms for element type E.
     template <class E>
-    std::string LinesOfForms(VariantBase* scalar, VariantBase* array, std::size_t room, char byte) {
-        std::istringstream in(std::string(room, byte));
-        std::ostringstream out;
-        std::memset(m_block, byte, sizeof m_block);
-        return LinesOf({
-            [&] { ReadScalarValueFromBufferImp<E>(scalar, m_block, WithBytes(room)); },
-            [&] { ReadVectorValueFromBufferImp<E>(array, m_block, WithBytes(room), true); },
-            [&] { ReadScalarValueFromStreamImp<E>(scalar, in); },
-            [&] { ReadVectorValueFromStreamImp<E>(array, in); },
-            [&] { ReadScalarValueFromStringImp<E>(scalar, "7"); },
-            [&] { ReadVectorValueFromStringImp<E>(array, "7", false); },
-            [&] { AddElementToVectorAsStringImp<E>(array, 0, "7", false); },
-            [&] { RemoveElementFromVectorImp<E>(0, array, false); },
-            [&] { WriteScalarValueToStringImp<E>(scalar); },
-            [&] { WriteVectorValueToStringImp<E>(array, false); },
-            [&] { WriteScalarValueToStreamImp<E>(scalar, out); },
-            [&] { WriteVectorValueToStreamImp<E>(array, out); },
-            [&] { WriteScalarValueToBufferImp<E>(scalar, m_block, WithBytes(room)); },
-            [&] { WriteVectorValueToBufferImp<E>(array, m_block, WithBytes(room), true); },
-        });
+    Calls CallsOf(VariantBase* scalar, VariantBase* array) {
+        return {
+            [=] { ReadScalarValueFromStringImp<E>(scalar, "7"); },
+            [=] { ReadVectorValueFromStringImp<E>(array, "7", false); },
+            [=] { WriteScalarValueToStringImp<E>(scalar); },
+            [=] { WriteVectorValueToStringImp<E>(array, false); },
+            [=] { AddElementToVectorAsStringImp<E>(array, 0, "7", false); },
+            [=] { RemoveElementFromVectorImp<E>(0, array, false); },
+            [=, this] { ReadScalarValueFromStreamImp<E>(scalar, m_in); },
+            [=, this] { ReadVectorValueFromStreamImp<E>(array, m_in); },
+            [=, this] { WriteVectorValueToStreamImp<E>(array, m_out); },
+            [=, this] { ReadScalarValueFromBufferImp<E>(scalar, m_block, WithBytes(64)); },
+            [=, this] { ReadVectorValueFromBufferImp<E>(array, m_block, WithBytes(64), true); },
+            [=, this] { WriteVectorValueToBufferImp<E>(array, m_block, WithBytes(64), true); },
+            [=, this] { WriteScalarValueToStreamImp<E>(scalar, m_out); },
+            [=, this] { WriteScalarValueToBufferImp<E>(scalar, m_block, WithBytes(64)); },
+        };
+    }
+
+    // Checks them without a variant and with one of another shape. An array can be written as a
+    // scalar string, so the last two succeed for strings.
+    template <class E>
+    void CheckForms(const Names& names) {
+        Check(CallsOf<E>(nullptr, nullptr), R"(
+[ReadScalarValueFromStringImp< {form} >] Invalid variant pointer passed into function
+[ReadVectorValueFromStringImp< T >] Invalid variant pointer passed into function
+[WriteScalarValueToStringImp< {scalar} >] Invalid variant pointer passed to function
+[WriteVectorValueToStringImp< {tag} >] Invalid variant pointer passed to function
+[AddElementToVectorAsStringImp< {tag} >] Invalid pointer passed to function
+[RemoveElementFromVectorImp< std::vector< T > >] Invalid variant pointer passed to function
+[ReadScalarValueFromStreamImp< {form} >] Invalid variant pointer passed into function
+[ReadVectorValueFromStreamImp< {form} >] Invalid variant pointer passed into function
+[WriteVectorValueTo{medium}Imp< {form} >] Invalid variant pointer passed to function
+[ReadScalarValueFromBufferImp< {form} >] Invalid pointer passed into function
+[ReadVectorValueFromBufferImp< {form} >] Invalid pointer passed into function
+[WriteVectorValueToBufferImp< {form} >] Invalid variant pointer passed to function
+[WriteScalarBufferToStreamImp< {form} >] Invalid variant pointer passed to function
+[WriteScalarValueToBufferImp< {form} >] Invalid variant pointer passed to function)",
+              names);
+        Calls calls = CallsOf<E>(&m_fixed, &m_number);
+        calls.resize(NumericElement<E> ? calls.size() : calls.size() - 2);
+        Check(calls, R"(
+[ReadScalarValueFromStringImp< {form} >] Unable to set value 7 into variant of type 292
+[ReadVectorValueFromStringImp< {tag} >] Unable to set value 7 into variant of type {36}
+[WriteScalarValueToStringImp< {scalar} >] Unable to get value from variant of type 292 to write to string
+[WriteVectorValueToStringImp< {tag} >] Unable to get value from variant of type 36 to write to string
+[AddElementToVectorAsStringImp< {tag} >] Unable to retrieve value vector of type {E} from variant of type {int}
+[RemoveElementFromVectorImp< std::vector< T > >] Unable to get vector to remove 0th element
+[ReadScalarValueFromStreamImp< {form} >] Unable to set variant of type 292 with object of type {name}
+[ReadVectorValueFromStreamImp< {form} >] Unable to set variant of type 36 with object of type {name}
+[WriteVectorValueTo{medium}Imp< {form} >] Unable to get value as vector of {name}, type is 36
+[ReadScalarValueFromBufferImp< {form} >] Unable to set variant of type 292 with value of type {name}
+[ReadVectorValueFromBufferImp< {form} >] Unable to set value of type {array} into variant of type 36
+[WriteVectorValueToBufferImp< {form} >] Unable to get value as vector of {name}, type is 36
+[WriteScalarBufferToStreamImp< T >] Unable to convert variant of type 292 to object of type {E}
+[WriteScalarValueToBufferImp< T >] Unable to convert variant of type 292 to object of type {E})",
+              names);
     }
 
     test::ScopedLogger m_log;
+    std::istringstream m_in{std::string(64, '\0')};
+    std::ostringstream m_out;
     char m_block[64] = {};
     unsigned long long m_bytes = 0;
     Variant<int> m_number{5};
-    Variant<std::string> m_text{"ab"};
     Variant<Ints> m_array{{1, 2}};
     Variant<Ints> m_fixed{{1, 2}, true};
     Variant<Texts> m_texts{{"a"}};
 };
 
-// Without a variant, with one of another shape, with the right one, and with too few bytes for it.
-// Of the two in {text|number} one is meant, by the element type.
-const char* const s_linesOfForms = R"(
-3 Variant [ReadScalarValueFromBufferImp< {std::string|T} >] Invalid pointer passed into function
-3 Variant [ReadVectorValueFromBufferImp< {std::string|T} >] Invalid pointer passed into function
-3 Variant [ReadScalarValueFromStreamImp< {std::string|T} >] Invalid variant pointer passed into function
-3 Variant [ReadVectorValueFromStreamImp< {std::string|T} >] Invalid variant pointer passed into function
-3 Variant [ReadScalarValueFromStringImp< {std::string|T} >] Invalid variant pointer passed into function
-3 Variant [ReadVectorValueFromStringImp< T >] Invalid variant pointer passed into function
-3 Variant [AddElementToVectorAsStringImp< {tag} >] Invalid pointer passed to function
-3 Variant [RemoveElementFromVectorImp< std::vector< T > >] Invalid variant pointer passed to function
-3 Variant [WriteScalarValueToStringImp< {std::string|{tag}} >] Invalid variant pointer passed to function
-3 Variant [WriteVectorValueToStringImp< {tag} >] Invalid variant pointer passed to function
-3 Variant [WriteScalarBufferToStreamImp< {std::string|T} >] Invalid variant pointer passed to function
-3 Variant [WriteVectorValueTo{Stream|Buffer}Imp< {std::string|T} >] Invalid variant pointer passed to function
-3 Variant [WriteScalarValueToBufferImp< {std::string|T} >] Invalid variant pointer passed to function
-3 Variant [WriteVectorValueToBufferImp< {std::string|T} >] Invalid variant pointer passed to function
-
-3 Variant [ReadScalarValueFromBufferImp< {std::string|T} >] Unable to set variant of type 292 with value of type {std::string|{E}}
-3 Variant [ReadVectorValueFromBufferImp< {std::string|T} >] Unable to set value of type {std::vector< std::string >|{E}} into variant of type 36
-3 Variant [ReadScalarValueFromStreamImp< {std::string|T} >] Unable to set variant of type 292 with object of type {std::string|{E}}
-3 Variant [ReadVectorValueFromStreamImp< {std::string|T} >] Unable to set variant of type 36 with object of type {std::string|{E}}
-3 Variant [ReadScalarValueFromStringImp< {std::string|T} >] Unable to set value 7 into variant of type 292
-3 Variant [ReadVectorValueFromStringImp< {tag} >] Unable to set value 7 into variant of type {S32|36}
-3 Variant [AddElementToVectorAsStringImp< {tag} >] Unable to retrieve value vector of type {E} from variant of type {int}
-3 Variant [RemoveElementFromVectorImp< std::vector< T > >] Unable to get vector to remove 0th element
-3 Variant [WriteScalarValueToStringImp< {std::string|{tag}} >] Unable to get value from variant of type 292 to write to string
-3 Variant [WriteVectorValueToStringImp< {tag} >] Unable to get value from variant of type 36 to write to string
-{6|3} Variant [WriteScalarBufferToStreamImp< {std::string|T} >] {Successfully wrote variant of type 292 to stream...|Unable to convert variant of type 292 to object of type {E}}
-3 Variant [WriteVectorValueTo{Stream|Buffer}Imp< {std::string|T} >] Unable to get value as vector of {std::string|{E}}, type is 36
-{6|3} Variant [WriteScalarValueToBufferImp< {std::string|T} >] {Successfully wrote 4 bytes for variant of type 292 to buffer...|Unable to convert variant of type 292 to object of type {E}}
-3 Variant [WriteVectorValueToBufferImp< {std::string|T} >] Unable to get value as vector of {std::string|{E}}, type is 36
-
-6 Variant [ReadVectorValueFromBufferImp< {std::string|T} >] This vector has 0 elements...
-6 Variant [ReadVectorValueFromStreamImp< {std::string|T} >] Current vector has 0 elements
-6 Variant [WriteScalarBufferToStreamImp< {std::string|T} >] Successfully wrote variant of type {id} to stream...
-6 Variant [WriteVectorValueTo{Stream|Buffer}Imp< {std::string|T} >] Successfully wrote variant with 1 elements and type {arrayID} to stream...
-6 Variant [WriteScalarValueToBufferImp< {std::string|T} >] Successfully wrote {size} bytes for variant of type {id} to buffer...
-6 Variant [WriteVectorValueToBufferImp< {std::string|T} >] Successfully wrote {fullSize} bytes for variant with 1 elements and type {arrayID}...
-
-3 Variant [ReadScalarValueFromBufferImp< {std::string|T} >] Trying to read {string from buffer but no terminating character found in {room} bytes|{size} bytes from buffer for type {E} but only {room} bytes are available}
-3 Variant [ReadVectorValueFromBufferImp< {std::string|T} >] Not enough bytes to specify the size of the vector
-3 Variant [ReadScalarValueFromStreamImp< {std::string|T} >]  Unable to read {string|{size} bytes} from input stream
-3 Variant [ReadVectorValueFromStreamImp< {std::string|T} >]  Unable to read 8 bytes from input stream
-3 Variant [WriteScalarValueToBufferImp< {std::string|T} >] Trying to write {size} bytes to buffer that only has {room} bytes available
-3 Variant [WriteVectorValueToBufferImp< {std::string|T} >] Full size of vector is {fullSize}, but only {room} bytes are available)";
-
-// Calls each instance from outside the library.
-TEST_F(VariantMessagesTest, EveryInstanceOfTheFormsSaysWhatIsWrongAndWhatWentWell) {
-    test::ForEachElement([&]<class E>(ElementTraits<E> traits) {
-        const bool isText = std::is_same_v<E, std::string>;
-        const std::size_t size = isText ? sizeof "7" : sizeof(E);
-        const Names names = {{"tag", sizeof(E) == 1 ? traits.Spelling : "T"},
-                             {"E", typeid(E).name()},
-                             {"size", std::to_string(size)},
-                             {"fullSize", std::to_string(8 + size)},
-                             {"room", std::to_string(size - 1)},
-                             {"id", std::to_string(traits.Code)},
-                             {"arrayID", std::to_string(traits.Code | 0x200)}};
-        const std::regex either("\\{([^{}|]*)\\|([^{}|]*)\\}");
-        Variant<E> scalar;
-        Variant<std::vector<E>> array;
-        m_log.logger->SetAreaLevel("Variant", 6);
-        std::string lines = LinesOfForms<E>(nullptr, nullptr, 64, 0) + '\n';
-        lines += LinesOfForms<E>(&m_fixed, &m_number, 64, 0) + '\n';
-        lines += LinesOfForms<E>(&scalar, &array, 64, 0) + '\n';
-        m_log.logger->SetAreaLevel("Variant", 3);
-        lines += LinesOfForms<E>(&scalar, &array, size - 1, 'x');
-        EXPECT_EQ(lines,
-                  std::regex_replace(Filled(s_linesOfForms, names), either, isText ? "$1" : "$2"));
-    });
+TEST_F(VariantMessagesTest, OfTheFormsWithoutAVariantOrWithAnotherShape) {
+    const auto namesOf = [](const char* type, const char* tag) {
+        return Names{{"form", "T"}, {"tag", tag}, {"scalar", tag}, {"medium", "Buffer"},
+                     {"36", "36"},  {"E", type},  {"name", type},  {"array", type}};
+    };
+    CheckForms<int>(namesOf(typeid(int).name(), "T"));
+    CheckForms<signed char>(namesOf(typeid(signed char).name(), "::int8_t"));
+    const std::string text = "std::string";
+    CheckForms<std::string>({{"form", text},
+                             {"tag", "T"},
+                             {"scalar", text},
+                             {"medium", "Stream"},
+                             {"36", "S32"},
+                             {"E", typeid(std::string).name()},
+                             {"name", text},
+                             {"array", "std::vector< std::string >"}});
 }
 
-TEST_F(VariantMessagesTest, TheFormsSayWhatIsWrongWithTextAndBytes) {
-    const auto read = [](const char* type, const std::string& bytes, std::ios::iostate thrown) {
-        std::istringstream in(bytes);
-        in.exceptions(thrown);
-        EXPECT_FALSE(VariantBase::CreateByTypeName(type)->ReadValueFromStream(in));
-    };
-    const std::string two("\0\0\0\0\0\0\0\2", 8);
-    two.copy(m_block, two.size());
+TEST_F(VariantMessagesTest, OfTheTextForm) {
     Variant<std::vector<signed char>> bytes({1});
     Variant<std::vector<unsigned char>> none;
-    const std::string lines = LinesOf({
+    const Calls calls = {
         [&] { m_number.ReadValueFromString("", false); },
         [&] { m_number.ReadValueFromString("x", false); },
         [&] { m_array.ReadValueFromString("5", true); },
@@ -186,123 +152,136 @@ TEST_F(VariantMessagesTest, TheFormsSayWhatIsWrongWithTextAndBytes) {
         [&] { m_array.AddElementToVectorAsString(2, "1", false); },
         [&] { m_fixed.AddElementToVectorAsString(0, "1", false); },
         [&] { RemoveElementFromVectorImp<int>(1, &m_fixed, false); },
-        [&] { read("S32", "abc", std::ios::failbit); },
-        [&] { read("string", "abc", std::ios::failbit); },
-        [&] { read("U16[]", two + "abc", {}); },
-        [&] { read("U16[]", two + "abc", std::ios::eofbit); },
-        [&] { read("string[]", two + "a", {}); },
-        [&] { read("string[]", two + "a", std::ios::failbit); },
-        [&] { ReadVectorValueFromBufferImp<std::string>(&m_array, m_block, WithBytes(9), false); },
-        [&] { none.ReadValueFromBuffer(m_block, WithBytes(9), false); },
-        [&] { m_array.ReadValueFromBuffer(m_block, WithBytes(15), true); },
-        [&] { m_texts.ReadValueFromBuffer(m_block, WithBytes(9), true); },
-    });
-    EXPECT_EQ(lines, Filled(R"(
-3 Variant [ReadScalarValueFromStringImp< T >] Invalid string passed into function
-3 Variant [ReadScalarValueFromStringImp< T >] Unable to read value x into variant of type 36
-3 Variant [ReadVectorValueFromStringImp< T >] Not enough elements in this string (1) for a valid vector!
-3 Variant [ReadVectorValueFromStringImp< T >] Unable to read number of values from x`1
-3 Variant [ReadVectorValueFromStringImp< T >] There should be 3 elements in the vector, but there are only 2...
-3 Variant [ReadVectorValueFromStringImp< ::int8_t >] Unable to read value x into variant of type 545
-3 Variant [VariantBase::AddElementToVectorAsString] Invalid string value passed to function
-3 Variant [AddElementToVectorAsStringImp< T >] Unable to turn x into value of type {int}
-3 Variant [AddElementToVectorAsStringImp< ::int8_t >] Value -129 is out of range for a ::int8_t
-3 Variant [AddElementToVectorAsStringImp< ::uint8_t >] Value 256 is out of range for ::uint8_t
-3 Variant [AddElementToVectorAsStringImp< T >] Unable to insert element at index 2
-3 Variant [AddElementToVectorAsStringImp< T >] Unable to reset value vector to variant
-3 Variant [RemoveElementFromVectorImp< std::vector< T > >] Unable to reset vector to variant
-3 Variant [ReadScalarValueFromStreamImp< T >] Caught exception while reading 4 bytes from input stream (basic_ios::clear: iostream error)
-3 Variant [ReadScalarValueFromStreamImp< std::string >] Caught exception while reading 4 bytes from input stream (basic_ios::clear: iostream error)
-3 Variant [ReadVectorValueFromStreamImp< T >]  Unable to read 4 bytes from input stream
-3 Variant [ReadVectorValueFromStreamImp< T >] Caught exception while reading 4 bytes from input stream (basic_ios::clear: iostream error)
-3 Variant [ReadVectorValueFromStreamImp< std::string >]  Unable to read single byte from input stream
-3 Variant [ReadVectorValueFromStreamImp< std::string >] Caught exception while reading single byte from input stream (basic_ios::clear: iostream error)
-3 Variant [ReadVectorValueFromBufferImp< T >] Unable to determine size from existing vector
-3 Variant [ReadVectorValueFromBufferImp< T >] Existing vector has size 0
-3 Variant [ReadVectorValueFromBufferImp< T >] 15 bytes are not enough to hold to hold 2 elements of type {int} and size descriptor
-3 Variant [ReadVectorValueFromBufferImp< std::string >] 9 bytes are not enough to hold 2 strings (or null termination is missing))"));
+    };
+    Check(calls, R"(
+[ReadScalarValueFromStringImp< T >] Invalid string passed into function
+[ReadScalarValueFromStringImp< T >] Unable to read value x into variant of type 36
+[ReadVectorValueFromStringImp< T >] Not enough elements in this string (1) for a valid vector!
+[ReadVectorValueFromStringImp< T >] Unable to read number of values from x`1
+[ReadVectorValueFromStringImp< T >] There should be 3 elements in the vector, but there are only 2...
+[ReadVectorValueFromStringImp< ::int8_t >] Unable to read value x into variant of type 545
+[VariantBase::AddElementToVectorAsString] Invalid string value passed to function
+[AddElementToVectorAsStringImp< T >] Unable to turn x into value of type {int}
+[AddElementToVectorAsStringImp< ::int8_t >] Value -129 is out of range for a ::int8_t
+[AddElementToVectorAsStringImp< ::uint8_t >] Value 256 is out of range for ::uint8_t
+[AddElementToVectorAsStringImp< T >] Unable to insert element at index 2
+[AddElementToVectorAsStringImp< T >] Unable to reset value vector to variant
+[RemoveElementFromVectorImp< std::vector< T > >] Unable to reset vector to variant)");
 }
 
-TEST_F(VariantMessagesTest, ConversionSaysWhatIsRefusedAndWhy) {
+TEST_F(VariantMessagesTest, OfTheStreamForm) {
+    const auto read = [](const char* type, const std::string& bytes, std::ios::iostate thrown) {
+        return [=] {
+            std::istringstream in(bytes);
+            in.exceptions(thrown);
+            EXPECT_FALSE(VariantBase::CreateByTypeName(type)->ReadValueFromStream(in));
+        };
+    };
+    const std::string two("\0\0\0\0\0\0\0\2", 8);
+    const Calls calls = {
+        read("S32", "abc", {}),
+        read("S32", "abc", std::ios::failbit),
+        read("string", "abc", {}),
+        read("string", "abc", std::ios::failbit),
+        read("U16[]", "abc", {}),
+        read("U16[]", two + "abc", {}),
+        read("U16[]", two + "abc", std::ios::eofbit),
+        read("string[]", two + "a", {}),
+        read("string[]", two + "a", std::ios::failbit),
+    };
+    Check(calls, R"(
+[ReadScalarValueFromStreamImp< T >]  Unable to read 4 bytes from input stream
+[ReadScalarValueFromStreamImp< T >] Caught exception while reading 4 bytes from input stream (basic_ios::clear: iostream error)
+[ReadScalarValueFromStreamImp< std::string >]  Unable to read string from input stream
+[ReadScalarValueFromStreamImp< std::string >] Caught exception while reading 4 bytes from input stream (basic_ios::clear: iostream error)
+[ReadVectorValueFromStreamImp< T >]  Unable to read 8 bytes from input stream
+[ReadVectorValueFromStreamImp< T >]  Unable to read 4 bytes from input stream
+[ReadVectorValueFromStreamImp< T >] Caught exception while reading 4 bytes from input stream (basic_ios::clear: iostream error)
+[ReadVectorValueFromStreamImp< std::string >]  Unable to read single byte from input stream
+[ReadVectorValueFromStreamImp< std::string >] Caught exception while reading single byte from input stream (basic_ios::clear: iostream error))");
+}
+
+TEST_F(VariantMessagesTest, OfTheBufferForm) {
+    Variant<std::string> text("7");
+    const auto read = [this](VariantBase& value, std::size_t offset, unsigned long long bytes) {
+        return [this, &value, offset, bytes] {
+            std::memcpy(m_block, "\0\0\0\0\0\0\0\2xxxx", 12);
+            value.ReadValueFromBuffer(m_block + offset, WithBytes(bytes), true);
+        };
+    };
+    const auto write = [this](VariantBase& value, unsigned long long bytes) {
+        return [=, this, &value] { value.WriteValueToBuffer(m_block, WithBytes(bytes), true); };
+    };
+    const Calls calls = {
+        read(m_number, 0, 3),
+        write(m_number, 3),
+        read(text, 8, 2),
+        write(text, 1),
+        read(m_array, 0, 7),
+        read(m_array, 0, 15),
+        write(m_array, 15),
+        read(m_texts, 0, 9),
+        write(m_texts, 9),
+        [&] { ReadVectorValueFromBufferImp<std::string>(&m_array, m_block, m_bytes, false); },
+        [&] { Variant<Longs>().ReadValueFromBuffer(m_block, m_bytes, false); },
+    };
+    Check(calls, R"(
+[ReadScalarValueFromBufferImp< T >] Trying to read 4 bytes from buffer for type {int} but only 3 bytes are available
+[WriteScalarValueToBufferImp< T >] Trying to write 4 bytes to buffer that only has 3 bytes available
+[ReadScalarValueFromBufferImp< std::string >] Trying to read string from buffer but no terminating character found in 2 bytes
+[WriteScalarValueToBufferImp< std::string >] Trying to write 2 bytes to buffer that only has 1 bytes available
+[ReadVectorValueFromBufferImp< T >] Not enough bytes to specify the size of the vector
+[ReadVectorValueFromBufferImp< T >] 15 bytes are not enough to hold to hold 2 elements of type {int} and size descriptor
+[WriteVectorValueToBufferImp< T >] Full size of vector is 16, but only 15 bytes are available
+[ReadVectorValueFromBufferImp< std::string >] 9 bytes are not enough to hold 2 strings (or null termination is missing)
+[WriteVectorValueToBufferImp< std::string >] Full size of vector is 10, but only 9 bytes are available
+[ReadVectorValueFromBufferImp< T >] Unable to determine size from existing vector
+[ReadVectorValueFromBufferImp< T >] Existing vector has size 0)");
+}
+
+TEST_F(VariantMessagesTest, OfConversion) {
     Variant<Ints> one({1}, true);
     Variant<Longs> none({}, true);
     Variant<long long> wide;
-    Ints ints{1, 2};
-    std::string string;
-    m_fixed.SetValue(Ints{1}, false);
-    one.SetValue(1, false);
-    m_array.GetValue(&ints[0], false);
-    m_number.SetValue(5LL, false);
-    wide.GetValue(&ints[0], false);
-    m_text.SetValue(1, false);
-    m_texts.SetValue(ints, false);
-    m_text.GetValue(&ints[0], false);
-    m_texts.GetValue(&ints, false);
-    none.SetValue(ints, false);
-    wide.SetValue(1, false);
-    wide.SetValue(std::string("2"), false);
-    m_array.GetValue(&string, false);
-    EXPECT_EQ(m_log.sink->TakeText(), Filled(R"(
-3 Variant [VariantBase::SetValue] Source array has 1 elements, but variant is fixed at 2 elements
-3 Variant [VariantBase::SetValue] Source and target cannot agree on array type (sourceID=36/targetID=292)
-3 Variant [VariantBase::GetValue] Source and target cannot agree on array type (sourceID=548/targetID=36)
-3 Variant [VariantBase::SetValue] Unable to Convert to variant type S32 from {long}!
-3 Variant [VariantBase::GetValue] Unable to convert from variant type {long} to {int}!
-3 Variant [VariantValueConverter< SourceT, std::string >::SetValueImp] Invalid call!
-3 Variant [VariantBase::SetValue] Unable to secondarily convert to variant type string from {int}!
-3 Variant [VariantValueConverter< std::vector< SourceT >, std::vector< std::string > >::SetValueImp] Invalid call!
-3 Variant [VariantBase::SetValue] Unable to secondarily convert to variant type string[] from {ints}!
-3 Variant [VariantValueConverter< std::string, TargetT >::GetValueImp] Invalid call!
-3 Variant [VariantBase::GetValue] Unable to secondarily convert variant value of type {string} to object of type {int}
-3 Variant [VariantValueConverter< std::vector< std::string >, std::vector< TargetT > >::GetValueImp] Invalid call!
-3 Variant [VariantBase::GetValue] Unable to secondarily convert variant value of type {texts} to object of type {ints}
-3 Variant [VariantValueConverter< std::vector< SourceT >, std::vector< TargetT > >::SetValueImp] Array size is fixed at 0, but tried to set 2-element array to value
-3 Variant [VariantBase::SetValue] Unable to secondarily convert to variant type S64[0] from {ints}!
-5 Variant [VaraintValueConverter< SourceT, TargetT >::SetValueImp] Successfully set value to variant of type 40
-5 Variant [VariantBase::SetValue] Able to secondarily convert variant value of type S64 from object of type {int}
-5 Variant [VariantBase::GetValue] Able to secondarily convert variant value of type {ints} to object of type {string})"));
-}
-
-TEST_F(VariantMessagesTest, ConvertersSayWhatTheyCouldNotDo) {
-    long long number = 0;
-    Longs numbers;
-    std::string text;
     Variant<Texts> fixed({"a"}, true);
-    const std::string lines = LinesOf({
+    Ints ints{1, 2};
+    Longs longs;
+    std::string text;
+    const Calls calls = {
+        [&] { m_fixed.SetValue(Ints{1}, false); },
+        [&] { one.SetValue(1, false); },
+        [&] { m_array.GetValue(&ints[0], false); },
+        [&] { m_number.SetValue(5LL, false); },
+        [&] { wide.GetValue(&ints[0], false); },
+        [&] { m_texts.SetValue(ints, false); },
+        [&] { m_texts.GetValue(&ints, false); },
+        [&] { none.SetValue(ints, false); },
+        [&] { Converter<Ints, Longs>::SetValueImp(&none, ints, false); },
         [&] { Converter<int, long long>::SetValueImp(&m_number, 1, false); },
-        [&] { Converter<int, long long>::GetValueImp(&m_array, &number, false); },
+        [&] { Converter<int, long long>::GetValueImp(&m_array, &longs.emplace_back(), false); },
         [&] { Converter<Ints, Longs>::SetValueImp(&m_array, Ints(2), false); },
-        [&] { Converter<Ints, Longs>::GetValueImp(&m_number, &numbers, false); },
+        [&] { Converter<Ints, Longs>::GetValueImp(&m_number, &longs, false); },
         [&] { Converter<std::string, Texts>::AddElementToVector(0, &m_number, &text, false); },
         [&] { Converter<std::string, Texts>::AddElementToVector(1, &m_texts, &text, false); },
         [&] { Converter<std::string, Texts>::AddElementToVector(-1, &fixed, &text, false); },
-        [] { Converter<std::string, std::string>::SetValueImp(nullptr, "", true); },
-        [] { Converter<std::string, std::string>::GetValueImp(nullptr, nullptr, true); },
-        [] { Converter<std::string, std::string>::AddElementToVector(0, nullptr, nullptr, true); },
-        [] { Converter<Texts, Texts>::SetValueImp(nullptr, {}, true); },
-        [] { Converter<Texts, Texts>::GetValueImp(nullptr, nullptr, true); },
-        [] { Converter<Texts, Texts>::AddElementToVector(0, nullptr, nullptr, true); },
-        [] { Converter<Texts, std::string>::SetValueImp(nullptr, {}, true); },
-        [] { Converter<Texts, std::string>::AddElementToVector(0, nullptr, nullptr, true); },
-        [] { Converter<std::string, Texts>::GetValueImp(nullptr, nullptr, true); },
-    });
-    EXPECT_EQ(lines, Filled(R"(
-3 Variant [VaraintValueConverter< SourceT, TargetT >::SetValueImp] Could not set value of type {int} to variant of type {int} (36)
-3 Variant [GetValueImp< scalar >] Unable to get value into object of type {int}!
-3 Variant [VariantValueConverter< std::vector< SourceT >, std::vector< TargetT > >::SetValueImp] Unable to set array of 2 elements to variant value
-3 Variant [VariantValueConverter< std::vector< SourceT >, std::vector< TargetT > >::GetValueImp] Unable to get vector of values into temp vector
-3 Variant [VariantValueConverter< SourceT, std::vector< TargetT > >::AddElementToVector] Unable to extract values from variant prior to insertion
-3 Variant [VariantValueConverter< std::string, std::vector< std::string > >::AddElementToVector] Unable to insert element at index 1
-3 Variant [VariantValueConverter< SourceT, std::vector< TargetT > >::AddElementToVector] Unable to reset vector values after insertion
-3 Variant [VariantValueConverter< std::string, std::string >::SetValueImp] Invalid call!
-3 Variant [VariantValueConverter< std::string, std::string >::GetValueImp] Invalid call!
-3 Variant [VariantValueConverter< std::string, std::string >::AddElementToVector] Invalid call!
-3 Variant [VariantValueConverter< std::vector< std::string >, std::vector< std::string > >::SetValueImp] Invalid call!
-3 Variant [VariantValueConverter< std::vector< std::string >, std::vector< std::string > >::GetValueImp] Invalid call!
-3 Variant [VariantValueConverter< std::vector< std::string >, std::vector< std::string > >::AddElementToVector] Invalid call!
-3 Variant [VariantValueConverter< std::vector< std::string >, std::string >::SetValueImp] Invalid call!
-3 Variant [VariantValueConverter< std::vector< std::string >, std::string >::AddElementToVector] Invalid call!
-3 Variant [VariantValueConverter< std::string, std::vector< std::string > >::GetValueImp] Invalid call!)"));
+    };
+    Check(calls, R"(
+[VariantBase::SetValue] Source array has 1 elements, but variant is fixed at 2 elements
+[VariantBase::SetValue] Source and target cannot agree on array type (sourceID=36/targetID=292)
+[VariantBase::GetValue] Source and target cannot agree on array type (sourceID=548/targetID=36)
+[VariantBase::SetValue] Unable to Convert to variant type S32 from {long}!
+[VariantBase::GetValue] Unable to convert from variant type {long} to {int}!
+[VariantBase::SetValue] Unable to secondarily convert to variant type string[] from {ints}!
+[VariantBase::GetValue] Unable to secondarily convert variant value of type {texts} to object of type {ints}
+[VariantBase::SetValue] Unable to secondarily convert to variant type S64[0] from {ints}!
+[VariantValueConverter< std::vector< SourceT >, std::vector< TargetT > >::SetValueImp] Array size is fixed at 0, but tried to set 2-element array to value
+[VaraintValueConverter< SourceT, TargetT >::SetValueImp] Could not set value of type {int} to variant of type {int} (36)
+[GetValueImp< scalar >] Unable to get value into object of type {int}!
+[VariantValueConverter< std::vector< SourceT >, std::vector< TargetT > >::SetValueImp] Unable to set array of 2 elements to variant value
+[VariantValueConverter< std::vector< SourceT >, std::vector< TargetT > >::GetValueImp] Unable to get vector of values into temp vector
+[VariantValueConverter< SourceT, std::vector< TargetT > >::AddElementToVector] Unable to extract values from variant prior to insertion
+[VariantValueConverter< std::string, std::vector< std::string > >::AddElementToVector] Unable to insert element at index 1
+[VariantValueConverter< SourceT, std::vector< TargetT > >::AddElementToVector] Unable to reset vector values after insertion)");
 }
 
 }  // namespace
