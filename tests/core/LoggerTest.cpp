@@ -26,7 +26,7 @@ TEST(LoggerTest, EnablesALevelByTheAreaOrTheGlobalLevel) {
     const std::tuple<std::function<void()>, int, int, int> rows[] = {
         {[] {}, 3, 2, 2},
         {[&] { log.logger->SetGlobalLogLevel(5); }, 3, 5, 5},
-        {[&] { log.logger->SetAreaLevel("LoggerTestOwn", 4); }, 4, 5, 5},
+        {[&] { log.logger->SetAreaLevel("any/LoggerTestOwn", 4); }, 4, 5, 5},
         {[&] { log.logger->SetAreaLevel("LoggerTestOwn", -1); }, 5, 5, 5},
         {[&] { log.logger->SetAreaLevel("LoggerTestGlobal", 1); }, 5, 1, 5},
         {[&] { log.logger->Stop(); }, -1, -1, -1},
@@ -102,6 +102,18 @@ TEST(LoggerTest, ChangesSinksAndLoggersWhileAnotherThreadLogs) {
         Logger::SetInstance(round % 2 == 0 ? nullptr : log.logger);
         log.logger->RemoveSink(sink.Get());
     }
+}
+
+TEST(LoggerTest, StartsOnStandardErrorWithOneCall) {
+    testing::internal::CaptureStderr();
+    const RCPtr<Logger> logger = Logger::StartOnStandardError(2);
+    s_global.Write(2, "src/Motor.cpp", 7, "text");
+    s_global.Write(3, 8, "more");
+    EXPECT_EQ(Logger::GetInstance(), logger);
+    Logger::SetInstance(nullptr);
+    const std::string text = testing::internal::GetCapturedStderr();
+    EXPECT_NE(text.find("Z 2 LoggerTestGlobal Motor.cpp:7 ["), std::string::npos) << text;
+    EXPECT_EQ(text.find('\n'), text.size() - 1) << text;
 }
 
 TEST(FileLogSinkTest, StartsANewFileIfTheOldOneWasRenamed) {

@@ -93,6 +93,9 @@ TEST(StringSegmentsTest, KeepTextReadableAndOtherBytesInHexadecimal) {
     for (const auto& [text, segments] : rows) {
         EXPECT_EQ(Encoded(text), segments);
     }
+    std::ostringstream out;
+    StringUtils::Encode("x", -1, out);
+    EXPECT_EQ(out.str(), R"("")");
 }
 
 TEST(StringSegmentsTest, KeepEveryByteAtEveryPlaceOfALongText) {

@@ -3,6 +3,7 @@
 #include "zel/core/StringUtils.h"
 
 #include "tests/support/RecordingLogSink.h"
+#include "tests/support/Thrown.h"
 
 #include <gtest/gtest.h>
 
@@ -58,6 +59,7 @@ TEST(LogTest, LogsWhatItThrows) {
             EXPECT_EQ(exception.AsString(), type + ": " + text);
             EXPECT_STREQ(exception.what(), "no");
             EXPECT_EQ(exception.GetFile(), file);
+            EXPECT_EQ(log.sink->GetFile(), file);
             EXPECT_EQ(exception.GetLine(), log.sink->GetLine());
             const std::string info = type == "LogTestEx" ? ", line 7, column 3" : "";
             EXPECT_EQ(exception.AsStringEx(), type + ": " + text + " (" + file + ':' +
@@ -65,6 +67,8 @@ TEST(LogTest, LogsWhatItThrows) {
         }
         EXPECT_EQ(log.sink->TakeText(), "\n2 " + area + " Exception of type " + type + ". " + text);
     }
+    EXPECT_EQ(test::ThrownBy([] { StringUtils::ThrowEx(nullptr); }), "StringUtilsEx: ");
+    EXPECT_EQ(Exception("SomeEx", nullptr, "Some", 1).AsString(), "SomeEx: ");
 }
 
 }  // namespace

@@ -50,6 +50,7 @@ TEST(ObjectPersistenceTest, LogsAndThrowsWithFileAndLine) {
             ADD_FAILURE() << text;
         } catch (const Exception& exception) {
             EXPECT_EQ(exception.GetFile(), file) << text;
+            EXPECT_EQ(logger.sink->GetFile(), file) << text;
             EXPECT_EQ(exception.GetLine(), logger.sink->GetLine()) << text;
             EXPECT_EQ(exception.GetLine() == 4000, exception.GetFile() == "Motor") << text;
         }

@@ -17,6 +17,7 @@ public:
         m_text += '\n' + StringUtils::AsString(record.level) + ' ' + std::string(record.area) +
                   ' ' + std::string(record.text);
         m_line = record.line;
+        m_file = record.file;
     }
 
     // Returns the recorded text and clears it.
@@ -31,10 +32,17 @@ public:
         return m_line;
     }
 
+    // The source file of the last one.
+    std::string GetFile() {
+        const std::lock_guard lock(m_mutex);
+        return m_file;
+    }
+
 private:
     std::mutex m_mutex;
     std::string m_text;
     int m_line = 0;
+    std::string m_file;
 };
 
 // Installs a started logger with one sink as the instance in use until the end of the scope.

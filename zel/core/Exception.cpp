@@ -19,6 +19,11 @@ Exception::Exception(std::string type, std::string message, std::string file, in
     : m_details(std::make_shared<const Details>(
           Details{std::move(type), std::move(message), std::move(file), line, std::move(info)})) {}
 
+Exception::Exception(std::string type, const char* message, std::string file, int line,
+                     std::string info)
+    : Exception(std::move(type), std::string(message == nullptr ? "" : message), std::move(file),
+                line, std::move(info)) {}
+
 Exception::~Exception() = default;
 
 const char* Exception::what() const noexcept {

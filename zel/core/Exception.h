@@ -18,9 +18,13 @@ class ZEL_CORE_API Exception : public std::exception {
 public:
     /// Makes an exception. `type` is the name of the class, `file` and `line` the source location
     /// that throws, and `info` any further detail about the cause, for example a position in a
-    /// document.
+    /// document. A null `message` is an empty one. Requires: no other text is a null pointer.
+    ///@{
     Exception(std::string type, std::string message, std::string file, int line,
               std::string info = {});
+    Exception(std::string type, const char* message, std::string file, int line,
+              std::string info = {});
+    ///@}
     ~Exception() override;
 
     /// Returns the message alone, up to its first zero byte.

@@ -2,6 +2,7 @@
 
 #include "zel/core/CriticalSectionLock.h"
 #include "zel/core/Exception.h"
+#include "zel/core/FileUtils.h"
 #include "zel/core/Logger.h"
 #include "zel/core/StringUtils.h"
 #include "zel/platform/AppendFile.h"
@@ -62,6 +63,10 @@ std::string FormatLogRecord(const LogRecord& record) {
     AppendTime(text, record.time);
     text += ' ' + StringUtils::AsString(record.level) + ' ';
     AppendOnOneLine(text, record.area);
+    const std::string file = FileUtils::GetFileFromPath(std::string(record.file));
+    if (!file.empty() && file != record.area) {
+        AppendOnOneLine(text += ' ', file);
+    }
     text += ':' + StringUtils::AsString(record.line) + " [" + StringUtils::AsString(record.thread) +
             "] ";
     AppendOnOneLine(text, record.text);

@@ -14,10 +14,11 @@ namespace zel {
 struct LogRecord {
     int level;                                   ///< The level, 1 to 6; see Logger.
     std::string_view area;                       ///< The name of the log area.
-    int line;                                    ///< The source line.
+    int line;                                    ///< The line in `file`.
     std::string_view text;                       ///< The message; may contain any bytes.
     std::chrono::system_clock::time_point time;  ///< The time of the call.
     std::uint64_t thread;                        ///< The thread's number in the system's tools.
+    std::string_view file = {};                  ///< The source file; mostly the area's name.
 };
 
 /// Base class of the outputs of a Logger.
@@ -37,7 +38,8 @@ public:
 ///
 ///     2026-03-01T12:00:00.123456Z 2 DataTree:123 [4711] text
 ///
-/// Control characters of the text are escaped.
+/// The file, without its directories, follows the area as in `DataTree Reader.cpp:123` if its name
+/// is not the area's. Control characters of the text are escaped.
 ZEL_CORE_API std::string FormatLogRecord(const LogRecord& record);
 
 /// Writes each record as one line to standard error. Thread-safe.

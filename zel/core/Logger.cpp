@@ -44,6 +44,15 @@ void Logger::SetInstance(RCPtr<Logger> logger) {
     LoggingState::Get().SetInstance(std::move(logger));
 }
 
+RCPtr<Logger> Logger::StartOnStandardError(int globalLevel) {
+    const RCPtr<Logger> logger(new Logger);
+    logger->AddSink(new StandardErrorLogSink);
+    logger->SetGlobalLogLevel(globalLevel);
+    logger->Start();
+    SetInstance(logger);
+    return logger;
+}
+
 void Logger::Start() {
     LoggingState::Get().Reconfigure(*this, [this] { m_started = true; });
 }
@@ -65,7 +74,8 @@ void Logger::SetGlobalLogLevel(int level) {
 }
 
 void Logger::SetAreaLevel(const std::string& area, int level) {
-    LoggingState::Get().Reconfigure(*this, [&] { m_areaLevels[area] = level; });
+    const std::string name = FileUtils::GetFileFromPath(area);
+    LoggingState::Get().Reconfigure(*this, [&] { m_areaLevels[name] = level; });
 }
 
 void Logger::AddSink(RCPtr<LogSink> sink) {
@@ -87,6 +97,11 @@ void Logger::RemoveSink(LogSink* sink) {
 
 void Logger::AppendData(int level, std::string_view area, int line, const char* text,
                         std::size_t length) {
+    AppendData(level, area, area, line, text, length);
+}
+
+void Logger::AppendData(int level, std::string_view area, std::string_view file, int line,
+                        const char* text, std::size_t length) {
     if (t_insideSink || !IsStarted()) {
         return;
     }
@@ -95,7 +110,8 @@ void Logger::AppendData(int level, std::string_view area, int line, const char* 
                            line,
                            std::string_view(text, length),
                            std::chrono::system_clock::now(),
-                           platform::CurrentThreadNumber()};
+                           platform::CurrentThreadNumber(),
+                           file};
     const SinkScope scope;
     const std::shared_ptr<const Sinks> sinks = GetSinks();
     for (const RCPtr<LogSink>& sink : *sinks) {
@@ -133,17 +149,22 @@ const std::string& LoggingRegisterHelper::GetName() const noexcept {
 }
 
 void LoggingRegisterHelper::Write(int level, int line, std::string_view text) const {
+    Write(level, m_area->name, line, text);
+}
+
+void LoggingRegisterHelper::Write(int level, std::string_view file, int line,
+                                  std::string_view text) const {
     if (!IsEnabled(level)) {
         return;
     }
     if (const RCPtr<Logger> logger = Logger::GetInstance()) {
-        logger->AppendData(level, m_area->name, line, text.data(), text.size());
+        logger->AppendData(level, m_area->name, file, line, text.data(), text.size());
     }
 }
 
 void LogException(const LoggingRegisterHelper& area, const Exception& exception) {
     if (area.IsEnabled(2)) {
-        area.Write(2, exception.GetLine(),
+        area.Write(2, exception.GetFile(), exception.GetLine(),
                    "Exception of type " + exception.GetType() + ". " + exception.GetText());
     }
 }

@@ -17,8 +17,12 @@ namespace zel {
 /// Passes the log messages of the process to its sinks. There is one instance in use per process;
 /// nothing is written if none is set, before `Start` and after `Stop`.
 ///
+///     Logger::StartOnStandardError(3);
+///
+/// logs to standard error. Other sinks are added to a logger of one's own:
+///
 ///     RCPtr<Logger> logger(new Logger);
-///     logger->AddSink(new StandardErrorLogSink);
+///     logger->AddSink(new FileLogSink("/var/log/station.log"));
 ///     logger->SetGlobalLogLevel(3);
 ///     logger->Start();
 ///     Logger::SetInstance(logger);
@@ -51,6 +55,10 @@ public:
     /// Sets the logger in use, which may be null, and releases the previous one.
     static void SetInstance(RCPtr<Logger> logger);
 
+    /// Starts a logger with a StandardErrorLogSink and this global level, sets it as the logger in
+    /// use and returns it.
+    static RCPtr<Logger> StartOnStandardError(int globalLevel);
+
     /// Starts or stops writing messages. Sinks and levels are unchanged.
     ///@{
     void Start();
@@ -67,6 +75,7 @@ public:
     void SetGlobalLogLevel(int level);
 
     /// Overrides an area's level in this logger; -1 makes the area follow the global level.
+    /// Directories in the name are ignored, as when an area is registered.
     void SetAreaLevel(const std::string& area, int level);
 
     /// Adds a sink. Requires: `sink` is not null.
@@ -76,9 +85,14 @@ public:
     void RemoveSink(LogSink* sink);
 
     /// Passes a message to the sinks if the logger is started, whatever its level is. Messages
-    /// logged by a sink are discarded, and exceptions thrown by one are caught.
+    /// logged by a sink are discarded, and exceptions thrown by one are caught. `file` is the
+    /// source file; the first form uses the area's name.
+    ///@{
     void AppendData(int level, std::string_view area, int line, const char* text,
                     std::size_t length);
+    void AppendData(int level, std::string_view area, std::string_view file, int line,
+                    const char* text, std::size_t length);
+    ///@}
 
     /// Returns true if there is an instance, it is started and its global level is at least
     /// `level`.
@@ -131,15 +145,19 @@ public:
         return level <= m_threshold->load(std::memory_order_relaxed);
     }
 
-    /// Writes the message if its level is enabled.
+    /// Writes the message if its level is enabled. `file` is the source file; the first form uses
+    /// the area's name.
+    ///@{
     void Write(int level, int line, std::string_view text) const;
+    void Write(int level, std::string_view file, int line, std::string_view text) const;
+    ///@}
 
 private:
     const LogAreaState* m_area;
     const std::atomic<int>* m_threshold;
 };
 
-/// Logs an exception at level 2, as is done before each throw.
+/// Logs an exception at level 2 with its file and line, as is done before each throw.
 ZEL_CORE_API void LogException(const LoggingRegisterHelper& area, const Exception& exception);
 
 /// Logs an exception at level 2 and throws it.

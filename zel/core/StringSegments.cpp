@@ -1,5 +1,6 @@
 #include "zel/core/StringUtils.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -246,7 +247,7 @@ void Encode(std::string_view text, std::string& out) {
 
 void Encode(const char* data, int length, std::ostream& out) {
     std::string segments;
-    Encode(std::string_view(data, static_cast<std::size_t>(length)), segments);
+    Encode(std::string_view(data, static_cast<std::size_t>(std::max(length, 0))), segments);
     out.write(segments.data(), static_cast<std::streamsize>(segments.size()));
 }
 

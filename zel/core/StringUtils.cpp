@@ -132,5 +132,9 @@ void ThrowEx(const std::string& message) {
     LogAndThrow(s_log, StringUtilsEx(message, "../core/StringUtils", __LINE__));
 }
 
+void ThrowEx(const char* message) {
+    ThrowEx(std::string(message == nullptr ? "" : message));
+}
+
 }  // namespace StringUtils
 }  // namespace zel

@@ -70,11 +70,14 @@ constexpr unsigned short ByteSwap(unsigned short value) noexcept {
     return static_cast<unsigned short>((value << 8) | (value >> 8));
 }
 
-/// Logs and throws StringUtilsEx.
+/// Logs and throws StringUtilsEx. A null `message` is an empty one.
+///@{
 [[noreturn]] ZEL_CORE_API void ThrowEx(const std::string& message);
+[[noreturn]] ZEL_CORE_API void ThrowEx(const char* message);
+///@}
 
 /// Writes any bytes as one or more string segments; an empty text is the segment `""`. The first
-/// form writes to a stream, the second appends to `out`.
+/// form writes to a stream and treats a negative length as 0; the second appends to `out`.
 ///
 /// | Bytes | Segment |
 /// |---|---|
