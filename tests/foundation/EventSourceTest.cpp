@@ -68,6 +68,64 @@ TEST_F(EventSourceTest, AnExceptionEndsTheFiringAndNothingElse) {
     }
 }
 
+TEST_F(EventSourceTest, SkipsAnOwnerThatIsDestroyed) {
+    class Owner : public RCObject {
+    public:
+        void Add(const int& value) { sum += value; }
+        int sum = 0;
+    };
+    RCPtr<Owner> owner(new Owner);
+    m_source.Connect(owner, &Owner::Add);
+    m_source.Connect(WeakPtr<Owner>(owner),
+                     [](Owner& self, int value) { return ++self.sum > value; });
+    m_source.Fire(7);
+    m_source.Fire(1);
+    EXPECT_EQ(owner->sum, 10);
+    const RCPtr<EventSink<int>> own = m_source.Connect(owner.Get(), &Owner::Add);
+    owner = nullptr;
+    m_source.Fire(1);
+    EXPECT_FALSE(m_source.RemoveSink(own.Get()));
+}
+
+TEST_F(EventSourceTest, AScopedConnectionEndsEvenForTheFiringInProgress) {
+    ScopedConnection scoped;
+    auto early = std::make_unique<EventSource<int>>();
+    ScopedConnection outliving = early->ConnectScoped([](int) {});
+    early = nullptr;
+    outliving.Disconnect();
+    Connect("first", [&] {
+        scoped = ScopedConnection();
+        return true;
+    });
+    scoped = m_source.ConnectScoped([&](int) { m_calls += "scoped "; });
+    Connect("last");
+    EXPECT_EQ(Fire(1), "first1 last1 ");
+    ScopedConnection moved = m_source.ConnectScoped([&](int) {
+        m_calls += "once ";
+        moved.Disconnect();
+    });
+    scoped = std::move(moved);
+    moved = std::move(scoped);
+    EXPECT_EQ(Fire(2), "first2 last2 once ");
+    EXPECT_EQ(Fire(3), "first3 last3 ");
+}
+
+TEST_F(EventSourceTest, DisconnectWaitsForACallOnAnotherThread) {
+    Event isCalled(Event::ManualReset);
+    bool hasReturned = false;
+    ScopedConnection connection = m_source.ConnectScoped([&](int) {
+        isCalled.Set(true);
+        for (int round = 0; round < 1000; ++round) {
+            std::this_thread::yield();
+        }
+        hasReturned = true;
+    });
+    const std::jthread firing([&] { m_source.Fire(1); });
+    isCalled.Wait(-1);
+    connection.Disconnect();
+    EXPECT_TRUE(hasReturned);
+}
+
 TEST_F(EventSourceTest, DestroysASinkWithNoLockHeld) {
     // Destroyed with the sink that holds it.
     class Leaver {

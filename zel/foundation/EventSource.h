@@ -2,9 +2,12 @@
 
 #include "zel/core/RCBatch.h"
 #include "zel/core/WeakPtr.h"
+#include "zel/foundation/CallGate.h"
 #include "zel/foundation/Export.h"
+#include "zel/foundation/ScopedConnection.h"
 
 #include <algorithm>
+#include <functional>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -120,12 +123,48 @@ public:
     }
 
     /// Subscribes a callable that takes `const T&` and returns bool, like `OnEvent`, or nothing,
-    /// which keeps the subscription. Returns the sink for `RemoveSink`.
+    /// which keeps the subscription. Returns the sink for `RemoveSink`. Requires: what the callable
+    /// refers to outlives the subscription; use one of the next two functions for a callable that
+    /// refers to an object which may be destroyed before.
     template <class Callable>
     RCPtr<Sink> Connect(Callable callable) {
-        RCPtr<Sink> sink(new CallableSink<Callable>(std::move(callable)));
+        const RCPtr<Sink> sink = MakeSink(std::move(callable));
         AddSink(sink);
         return sink;
+    }
+
+    /// Subscribes a member function of `owner`, or a callable that takes `Owner&` and `const T&`,
+    /// without keeping `owner` alive: during a call it is held by an RCPtr, and after it was
+    /// destroyed the subscription ends with the next event. `owner` is a WeakPtr, an RCPtr or a
+    /// plain pointer to an object that is held by an RCPtr when the source fires.
+    ///
+    ///     changed.Connect(WeakPtr<Display>(this), &Display::OnChanged);
+    template <class Pointer, class Function>
+    requires requires(const Pointer& pointer) { WeakPtr(pointer); }
+    RCPtr<Sink> Connect(const Pointer& owner, Function function) {
+        return Connect([weak = WeakPtr(owner), function = std::move(function)](const T& value) {
+            const auto strong = weak.GetRCPtr();
+            return strong && Call(function, *strong, value);
+        });
+    }
+
+    /// Subscribes a callable like `Connect` until the result is destroyed; see ScopedConnection.
+    template <class Callable>
+    [[nodiscard]] ScopedConnection ConnectScoped(Callable callable) {
+        const RCPtr<CallGate> gate(new CallGate);
+        const RCPtr<Sink> sink =
+            MakeSink([gate, callable = std::move(callable)](const T& value) mutable {
+                const CallGate::Call call(*gate);
+                return call.IsAllowed() && Call(callable, value);
+            });
+        ScopedConnection connection([this, self = WeakPtr<RCObject>(this), gate, sink] {
+            gate->Close();
+            if (!self.IsExpired()) {
+                RemoveClosed(sink.Get());
+            }
+        });
+        AddSink(sink);
+        return connection;
     }
 
 private:
@@ -136,18 +175,35 @@ private:
     public:
         explicit CallableSink(Callable callable) : m_callable(std::move(callable)) {}
 
-        bool OnEvent(const T& value) override {
-            if constexpr (std::is_void_v<std::invoke_result_t<Callable&, const T&>>) {
-                m_callable(value);
-                return true;
-            } else {
-                return m_callable(value);
-            }
-        }
+        bool OnEvent(const T& value) override { return Call(m_callable, value); }
 
     private:
         Callable m_callable;
     };
+
+    template <class Callable>
+    static RCPtr<Sink> MakeSink(Callable callable) {
+        return new CallableSink<Callable>(std::move(callable));
+    }
+
+    // Calls a callable and returns its result, or true if it returns nothing.
+    template <class Callable, class... Arguments>
+    static bool Call(Callable& callable, Arguments&... arguments) {
+        if constexpr (std::is_void_v<std::invoke_result_t<Callable&, Arguments&...>>) {
+            std::invoke(callable, arguments...);
+            return true;
+        } else {
+            return std::invoke(callable, arguments...);
+        }
+    }
+
+    void RemoveClosed(Sink* sink) noexcept {
+        try {
+            RemoveSink(sink);
+        } catch (...) {
+            // Without memory for the new list the sink stays; it ends its subscription when called.
+        }
+    }
 
     // Reads the pointer and adds a reference to the list atomically.
     RCPtr<SinkList> GetList() const {
