@@ -50,8 +50,8 @@ bool TakeVariable(const std::string& variable, std::string& value);
 /// one under which it was set. All such names end with `ending`.
 bool IsLostHelper(const std::string& ending);
 
-/// Ignores the signals that ask a process to end, or report the loss of its terminal, until the end of
-/// the process.
+/// Ignores the signals that ask a process to end, or report the loss of its terminal, until the
+/// process ends.
 void IgnoreTerminationSignals() noexcept;
 
 }  // namespace zel::platform
