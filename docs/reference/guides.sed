@@ -2,6 +2,9 @@
 s/`::\([^`]*\)`/<tt>\\::\1<\/tt>/g
 s/`\\\([a-z]\)`/<tt>\\\\\1<\/tt>/g
 s/`\\\([^a-z`]\)`/<tt>\\\\\\\1<\/tt>/g
+# Doxygen numbers the headings and can't resolve links to them by name.
+s/\[\([^]]*\)\](#[^)]*)/\1/g
+s/\.md#[^)]*)/.md)/g
 /^digraph .*{$/a\
 graph [fontname=Helvetica, fontsize=11]\
 node [fontname=Helvetica, fontsize=11, height=0.35]\
