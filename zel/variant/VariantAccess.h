@@ -32,7 +32,7 @@ public:
     }
 
     // Returns the variant's own value if it is a T, else its conversion to T, which is stored in
-    // `converted`; null if GetValue refuses. Requires: the variant's lock is held.
+    // `converted`; null if GetValue rejects it. Requires: the variant's lock is held.
     template <class T>
     static const T* Fetch(const VariantBase& variant, T& converted) {
         if (const T* const own = FindValue<T>(variant)) {

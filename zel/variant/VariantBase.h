@@ -32,10 +32,10 @@ public:
 ///
 /// | `throwOnError` | On failure |
 /// |---|---|
-/// | true | logs the message at level 2 and throws: `VariantEx`, or `Exception` where the function says so |
-/// | false | logs the message at level 3, unless the function says that it doesn't, and returns false |
+/// | true | logs the message at level 2 and throws: `VariantEx`, or `Exception` where documented |
+/// | false | logs the message at level 3, except where documented, and returns false |
 ///
-/// A failure leaves the variant and the arguments unchanged, unless the function says otherwise.
+/// A failure leaves the variant and the arguments unchanged, unless documented otherwise.
 ///
 /// Thread-safe, except for the functions marked "Unlocked". Each variant has a lock, which the
 /// other functions hold from start to end, also while they log and while they read or write a
@@ -88,7 +88,7 @@ public:
     ///@}
 
     /// Compares this variant with `other`, whose value is first read into this variant's type by
-    /// the rules of GetValue; so only `other` is converted. A null `other` and a refused read are
+    /// the rules of GetValue; so only `other` is converted. A null `other` and a rejected read are
     /// failures; the former isn't logged.
     ///
     /// Arrays are compared pair by pair. `expandSingle` makes an array of one element as long as
@@ -125,19 +125,19 @@ public:
     /// | Value | Variant | Result |
     /// |---|---|---|
     /// | number | number | converted if `TypeID::MayConvert` allows the two types |
-    /// | number | string | refused |
+    /// | number | string | rejected |
     /// | `std::string` | any | parsed as the text form without a count |
     /// | array of numbers | array of numbers | as number to number, element by element |
-    /// | array of numbers | array of strings | refused |
+    /// | array of numbers | array of strings | rejected |
     /// | array of strings | array of numbers | each string parsed, see below |
-    /// | scalar but a string | array | refused |
-    /// | array | scalar | refused |
+    /// | number | array | rejected |
+    /// | array | scalar | rejected |
     ///
-    /// A fixed-size array refuses another number of elements, unless it has none yet. Even then it
-    /// refuses an array of numbers of another type.
+    /// A fixed-size array rejects another number of elements, unless it has none yet. Even then it
+    /// rejects an array of numbers of another type.
     ///
-    /// A string that is no number throws `StringUtilsEx`, whatever `throwOnError` is, and leaves an
-    /// array of numbers with the elements before that string.
+    /// A string that is not a number throws `StringUtilsEx`, whatever `throwOnError` is, and leaves
+    /// an array of numbers with the elements before that string.
     template <class T>
     bool SetValue(const T& value, bool throwOnError) {
         ZEL_ASSERT_VARIANT_VALUE(T);
@@ -163,18 +163,18 @@ public:
     /// | Value or text | Is read as |
     /// |---|---|
     /// | a string that contains the separator | several elements |
-    /// | an array of one empty string, without count | no element; refused if the size is fixed |
-    /// | an array without elements, with count | refused |
+    /// | an array of one empty string, without count | no element; rejected if the size is fixed |
+    /// | an array without elements, with count | rejected |
     /// | an 8-bit number beyond 8 bits | its low 8 bits |
-    /// | an 8-bit number beyond 16 bits | refused |
+    /// | an 8-bit number beyond 16 bits | rejected |
     bool ReadValueFromString(const std::string& text, bool withSize);
 
     /// Returns the text form. A scalar with the fixed flag has none: the failure is logged at level
     /// 3 and the text is empty.
     std::string WriteValueToString(bool withSize) const;
 
-    /// Inserts the element that `text` is parsed to before the element at `index`, or appends it if
-    /// `index` is negative. Refuses an `index` at or after the end, a fixed-size array, an 8-bit
+    /// Parses `text` as an element and inserts it before the element at `index`, or appends it if
+    /// `index` is negative. Rejects an `index` at or after the end, a fixed-size array, an 8-bit
     /// number beyond 8 bits and a null `text`. With `throwOnError` these throw `Exception`, or
     /// VariantEx for the fixed size. Returns false for a scalar, without logging or throwing.
     bool AddElementToVectorAsString(int index, const char* text, bool throwOnError);
@@ -232,7 +232,7 @@ public:
     static RCPtr<VariantBase> CreateByID(int id);
 
     /// Returns a new variant with a default value; a fixed-size array has its elements. Throws
-    /// `Exception` for an unknown name, a missing `]`, and a size that is no number or exceeds
+    /// `Exception` for an unknown name, a missing `]`, and a size that is not a number or exceeds
     /// INT_MAX. Characters after the `]` are ignored. Thread-safe.
     static RCPtr<VariantBase> CreateByTypeName(const std::string& name);
 
@@ -247,7 +247,7 @@ public:
     static void Throw(const char* message);
 
 protected:
-    /// Constructs the base of a user-defined class, which GetValue and SetValue refuse.
+    /// Constructs the base of a user-defined class, which GetValue and SetValue reject.
     VariantBase() = default;
 
     /// Constructs the base of `Variant<T>`. `valueCode` is `ValueTraits<T>::Code`.

@@ -7,7 +7,7 @@
 /// `T`. `variant` and `buffer` may be null, which is reported as a failure.
 ///
 /// Failures are logged at level 3 and return null. If `T` is `std::string` but the variant an array
-/// of numbers, a string that is no number throws `StringUtilsEx`. A failure leaves the variant
+/// of numbers, a string that is not a number throws `StringUtilsEx`. A failure leaves the variant
 /// unchanged.
 ///
 /// Thread-safe for the variant, whose lock is held for the whole call.

@@ -28,8 +28,8 @@ std::size_t CountElements(const T& value) {
     }
 }
 
-// Converts texts to numbers. Returns false at the first that is no number; `numbers` then has those
-// before it.
+// Converts texts to numbers. Returns false at the first that is not a number; `numbers` then has
+// those before it.
 template <class T>
 bool ConvertTexts(const Texts& texts, std::vector<T>& numbers) {
     numbers.reserve(texts.size());
@@ -168,9 +168,9 @@ bool FetchConverted(const VariantBase& variant, int id, T* value) {
     });
 }
 
-// Returns whether the rule of conversion refuses the two types. It doesn't apply to strings.
+// Returns whether the conversion rule rejects the two types. It doesn't apply to strings.
 template <class T>
-bool IsRefused(int from, int to, int variantID) {
+bool IsRejected(int from, int to, int variantID) {
     return IS_NUMERIC<T> && (variantID & TypeID::STRING) == 0 && !TypeID::MayConvert(from, to);
 }
 
@@ -193,7 +193,7 @@ bool SetOtherType(VariantBase& variant, const T& value, bool throwOnError) {
             "[VariantBase::SetValue] Source and target cannot agree on array type (sourceID=",
             sourceID, "/targetID=", id, ")");
     }
-    if (IsRefused<T>(sourceID, id, id)) {
+    if (IsRejected<T>(sourceID, id, id)) {
         return Fail<VariantEx>(s_variantLog, throwOnError,
                                "[VariantBase::SetValue] Unable to Convert to variant type ",
                                variant.GetTypeName(), " from ", typeid(T).name(), "!");
@@ -222,7 +222,7 @@ bool GetOtherType(const VariantBase& variant, T* value, bool throwOnError) {
             "[VariantBase::GetValue] Source and target cannot agree on array type (sourceID=", id,
             "/targetID=", targetID, ")");
     }
-    if (IsRefused<T>(id, targetID, id)) {
+    if (IsRejected<T>(id, targetID, id)) {
         return Fail<VariantEx>(s_variantLog, throwOnError,
                                "[VariantBase::GetValue] Unable to convert from variant type ",
                                variant.GetType(), " to ", typeid(T).name(), "!");
@@ -287,7 +287,7 @@ bool VariantAccess::Store(VariantBase& variant, Texts&& values, bool throwOnErro
         return true;
     }
     // On failure SetValue keeps the numbers before the bad text, so all texts are checked first.
-    // A wrong count is left to SetValue, which refuses it before it looks at a text.
+    // A wrong count is left to SetValue, which rejects it before it parses a text.
     const auto count = static_cast<std::size_t>(isFixed ? variant.GetNumberOfElements() : 0);
     if (count == 0 || count == values.size()) {
         const int elementCode = variant.GetTypeID() & TypeID::ELEMENT_BITS;

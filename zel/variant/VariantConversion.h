@@ -42,7 +42,7 @@ public:
     static_assert(NumericElement<SourceE> && NumericElement<TargetE>,
                   "there is no converter between these two types");
 
-    /// Casts each element and calls SetValue of the variant with the new array. Refuses another
+    /// Casts each element and calls SetValue of the variant with the new array. Rejects another
     /// number of elements than a fixed-size array has, even if it has none.
     static bool SetValueImp(VariantBase* variant, const std::vector<SourceE>& value,
                             bool throwOnError);
@@ -101,9 +101,9 @@ public:
     static bool GetValueImp(const VariantBase*, std::vector<std::string>*, bool);
 
     /// Inserts `element` before the string at `index`, or appends it if `index` is negative.
-    /// Refuses an `index` at or after the end and a fixed-size array.
+    /// Rejects an `index` at or after the end and a fixed-size array.
     ///
-    /// If the variant is an array of numbers, an `element` that is no number throws
+    /// If the variant is an array of numbers, an `element` that is not a number throws
     /// `StringUtilsEx`, whatever `throwOnError` is, and leaves only the numbers before it in the
     /// array.
     static bool AddElementToVector(int index, VariantBase* variant, std::string* element,

@@ -7,7 +7,7 @@
 /// `T`. `variant` may be null, which is reported as a failure.
 ///
 /// Failures are logged at level 3 and return false. If `T` is `std::string` but the variant an
-/// array of numbers, a string that is no number throws `StringUtilsEx`. A failure leaves the
+/// array of numbers, a string that is not a number throws `StringUtilsEx`. A failure leaves the
 /// variant unchanged.
 ///
 /// The variant's lock is held while the value is fetched or stored, not while the stream works. Not

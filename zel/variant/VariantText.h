@@ -8,7 +8,7 @@
 ///
 /// Failures are logged at level 3 and return false or an empty text; AddElementToVectorAsStringImp
 /// and RemoveElementFromVectorImp throw `Exception` instead if `throwOnError`. If `T` is
-/// `std::string` but the variant an array of numbers, a string that is no number throws
+/// `std::string` but the variant an array of numbers, a string that is not a number throws
 /// `StringUtilsEx`. A failure leaves the variant unchanged.
 ///
 /// Thread-safe: the variant's lock is held for the whole call.
