@@ -29,9 +29,7 @@ Scenario OnStream(std::string name, std::function<void(std::ostream&)> write) {
     return OnText(std::move(name), [=](std::string& text) {
         std::ostringstream out;
         write(out);
-        if (out.good()) {
-            text = out.str();
-        }
+        text = out.good() ? out.str() : text;
         return out.good();
     });
 }
@@ -74,9 +72,7 @@ TEST(AllocationSweepTest, Foundation) {
                        out << LONG << i;
                    }
                    EXPECT_EQ(out.GetText().substr(0, LONG.size()), LONG);
-                   if (out.good()) {
-                       text = out.ToString();
-                   }
+                   text = out.good() ? out.ToString() : text;
                    return out.good();
                }),
     });

@@ -79,10 +79,9 @@ class DiscardingLogSink : public LogSink {
 };
 
 inline void Sweep(const std::vector<Scenario>& scenarios) {
-    // Every log message is formatted.
-    constexpr int everything = 6;
-    const LoggerScope<DiscardingLogSink> scope(everything);
-    scope.logger->SetAreaLevel("Variant", everything);
+    // At level 6 every log message is formatted.
+    const LoggerScope<DiscardingLogSink> scope(6);
+    scope.logger->SetAreaLevel("Variant", 6);
     for (const Scenario& scenario : scenarios) {
         SCOPED_TRACE(scenario.name);
         const Trial undisturbed = scenario.begin();
