@@ -35,11 +35,12 @@ private:
                (state.flags() & std::ios_base::unitbuf) == 0;
     }
 
-    // A user-defined buffer may override xsputn, which must see every write.
+    // A user-defined buffer may override xsputn, which must see every write. Addresses are compared
+    // for speed: where a type has several type_info objects, writing is only slower.
     static bool HasKnownType(const std::streambuf& buffer) {
-        const std::type_info& type = typeid(buffer);
-        return type == typeid(std::stringbuf) || type == typeid(std::filebuf) ||
-               type == typeid(MemOSStreambuf);
+        const std::type_info* const type = &typeid(buffer);
+        return type == &typeid(std::stringbuf) || type == &typeid(std::filebuf) ||
+               type == &typeid(MemOSStreambuf);
     }
 
     // The members are protected, but a member pointer formed in a derived class applies to any
