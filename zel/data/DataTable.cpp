@@ -20,6 +20,10 @@ bool IsIndex(int index, const std::vector<T>& items) {
 DataTableEx::DataTableEx(const std::string& message, const std::string& file, int line)
     : Exception("DataTableEx", message, file, line) {}
 
+DataTableEx::DataTableEx(const std::string& message, const std::string& file, int line,
+                         const std::string& info)
+    : Exception("DataTableEx", message, file, line, info) {}
+
 DataTable::~DataTable() = default;
 
 RCPtr<DataTable> DataTable::Clone() const {

@@ -14,11 +14,17 @@ namespace zel {
 
 class DataRow;
 
-/// Thrown for an index out of range and for a record with the wrong number of cells.
+/// Thrown for an index out of range, for a record with the wrong number of cells, and for a file
+/// that can't be read or written. For an error in a line of a file `GetInfo` returns path and line,
+/// such as "users.csv: line 7".
 class ZEL_ADVANCED_API DataTableEx : public Exception {
 public:
     /// See `Exception::Exception`.
     DataTableEx(const std::string& message, const std::string& file, int line);
+
+    /// The same with a text for `GetInfo`.
+    DataTableEx(const std::string& message, const std::string& file, int line,
+                const std::string& info);
 };
 
 /// A table of strings in memory: named columns, called fields, and rows. Tables are created by
@@ -101,6 +107,18 @@ public:
     /// positioned after the failed line, or within it if it is too long.
     void ReadFromCSV(std::istream& in, const char* separators, bool strictFieldCount,
                      bool hasHeader, bool collapseSeparators, bool skipToBlankLine);
+
+    /// Reads a file into a new table. The parameters are those of `ReadFromCSV`; a byte order mark
+    /// at the beginning is skipped. Throws `DataTableEx` with path and reason if the file can't be
+    /// opened or read to its end, if a line is invalid, or if the header names a field twice.
+    [[nodiscard]] static RCPtr<DataTable> Load(const std::string& path, const char* separators,
+                                               bool strictFieldCount, bool hasHeader,
+                                               bool collapseSeparators, bool skipToBlankLine);
+
+    /// Writes the text of `WriteToCSV` to a file. The text is written to a temporary file in the
+    /// same directory, which replaces the old file once it is stored on the disk. Throws
+    /// `DataTableEx` with path and reason on failure; the old file is then unchanged.
+    void Save(const std::string& path, char separator) const;
 
 protected:
     ~DataTable() override;

@@ -1,10 +1,12 @@
 #include "zel/core/LineReader.h"
 #include "zel/data/DataTable.h"
 #include "zel/foundation/Log.h"
+#include "zel/platform/SystemErrorText.h"
 
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <fstream>
 #include <memory>
 #include <utility>
 
@@ -15,6 +17,7 @@ namespace {
 const LogArea s_log("DataTable", 3);
 
 constexpr std::size_t LONGEST_LINE = 99'999;
+constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 
 // Set of the characters that separate cells.
 class SeparatorSet {
@@ -41,7 +44,7 @@ private:
 
 }  // namespace
 
-// Reads one stream into one table.
+// Reads one stream into one table. `path` is null unless the stream is that of a file to be loaded.
 class DataTableReader {
 public:
     struct Flags {
@@ -51,12 +54,14 @@ public:
         bool skipToBlankLine;
     };
 
-    DataTableReader(DataTable* table, std::istream& in, const char* separators, Flags flags)
+    DataTableReader(DataTable* table, std::istream& in, const char* separators, Flags flags,
+                    const std::string* path = nullptr)
         : m_table(table),
           m_block(std::make_unique_for_overwrite<char[]>(LONGEST_LINE)),
           m_lines(in, m_block.get(), LONGEST_LINE),
           m_separators(separators),
-          m_flags(flags) {}
+          m_flags(flags),
+          m_path(path) {}
 
     void Read() {
         bool expectsHeader = m_flags.hasHeader;
@@ -83,8 +88,11 @@ private:
         }
         ++m_lineNumber;
         if (result == LineReader::Result::TooLong) {
-            Throw<Exception>(s_log, "Line ", m_lineNumber, " is longer than ", LONGEST_LINE,
-                             " characters");
+            ThrowInLine<Exception>(s_log, "Line ", m_lineNumber, " is longer than ", LONGEST_LINE,
+                                   " characters");
+        }
+        if (m_path != nullptr && m_lineNumber == 1 && line->starts_with(BYTE_ORDER_MARK)) {
+            line->remove_prefix(BYTE_ORDER_MARK.size());
         }
         *line = line->substr(0, line->find('\r'));
         return true;
@@ -110,6 +118,10 @@ private:
 
     void AddFields(const std::vector<std::string>& names) {
         for (const std::string& name : names) {
+            if (m_path != nullptr && m_table->GetFieldIndex(name) >= 0) {
+                ThrowInLine<DataTableEx>(s_log, "Line ", m_lineNumber, " names field ", name,
+                                         " twice");
+            }
             m_table->AddField(name);
         }
     }
@@ -118,8 +130,8 @@ private:
         const std::size_t fields = m_table->GetFieldCount();
         if (fields != 0 && parts.size() != fields) {
             if (m_flags.strictFieldCount) {
-                Throw<DataTableEx>(s_log, "On line ", m_lineNumber, ", record should have ", fields,
-                                   " field(s) but has ", parts.size(), " instead");
+                ThrowInLine<DataTableEx>(s_log, "On line ", m_lineNumber, ", record should have ",
+                                         fields, " field(s) but has ", parts.size(), " instead");
             }
             if (m_flags.hasHeader) {
                 return;
@@ -130,11 +142,26 @@ private:
         m_table->AppendRow(std::move(row));
     }
 
+    template <class Ex, class... Parts>
+    [[noreturn]] void ThrowInLine(LogPlace place, const Parts&... message) {
+        if (m_path == nullptr) {
+            Throw<Ex>(place, message...);
+        }
+        MemOS text;
+        text << "Could not load " << *m_path << ": ";
+        (text << ... << message);
+        MemOS info;
+        info << *m_path << ": line " << m_lineNumber;
+        Raise(place,
+              DataTableEx(text.ToString(), place.area.GetName(), place.line, info.ToString()));
+    }
+
     DataTable* m_table;
     std::unique_ptr<char[]> m_block;
     LineReader m_lines;
     SeparatorSet m_separators;
     const Flags m_flags;
+    const std::string* const m_path;
     std::size_t m_lineNumber = 0;
     // Number of parts of the previous line, which most lines share.
     std::size_t m_expectedParts = 0;
@@ -145,6 +172,25 @@ void DataTable::ReadFromCSV(std::istream& in, const char* separators, bool stric
     DataTableReader(this, in, separators,
                     {strictFieldCount, hasHeader, collapseSeparators, skipToBlankLine})
         .Read();
+}
+
+RCPtr<DataTable> DataTable::Load(const std::string& path, const char* separators,
+                                 bool strictFieldCount, bool hasHeader, bool collapseSeparators,
+                                 bool skipToBlankLine) {
+    std::ifstream in(path, std::ios_base::binary);
+    if (!in) {
+        Throw<DataTableEx>(s_log, "Could not load ", path, ": ", platform::LastSystemErrorText());
+    }
+    RCPtr<DataTable> table(new DataTable);
+    try {
+        in.exceptions(std::ios_base::badbit);
+        DataTableReader(table.Get(), in, separators,
+                        {strictFieldCount, hasHeader, collapseSeparators, skipToBlankLine}, &path)
+            .Read();
+    } catch (const std::ios_base::failure& failure) {
+        Throw<DataTableEx>(s_log, "Could not load ", path, ": ", failure.code().message());
+    }
+    return table;
 }
 
 }  // namespace zel

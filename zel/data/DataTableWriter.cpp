@@ -1,9 +1,13 @@
 #include "zel/data/BlockWriter.h"
 #include "zel/data/DataTable.h"
+#include "zel/data/SaveFile.h"
+#include "zel/foundation/Log.h"
 
 namespace zel {
 
 namespace {
+
+const LogArea s_log("DataTable", 3);
 
 void WriteLine(BlockWriter& out, const std::vector<std::string>& cells, char separator) {
     for (const std::string& cell : cells) {
@@ -27,6 +31,14 @@ void DataTable::WriteToCSV(std::ostream& out, char separator) const {
     }
     writer.Flush();
     out.flush();
+}
+
+void DataTable::Save(const std::string& path, char separator) const {
+    const std::string error =
+        SaveFile(path, [&](std::ostream& out) { WriteToCSV(out, separator); });
+    if (!error.empty()) {
+        Throw<DataTableEx>(s_log, "Could not save ", path, ": ", error);
+    }
 }
 
 }  // namespace zel

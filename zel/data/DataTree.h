@@ -14,9 +14,9 @@
 
 namespace zel {
 
-/// Thrown for a missing node, and for a file or document that can't be read. For a malformed
-/// document `GetInfo` returns the position of the error, such as "line 7, column 3", preceded by
-/// the path if `DataTree::Load` read it.
+/// Thrown for a missing node, for a file that can't be read or written, and for a malformed
+/// document. In the last case `GetInfo` returns the position of the error, such as "line 7,
+/// column 3", preceded by the path if `DataTree::Load` read it.
 class ZEL_ADVANCED_API DataTreeEx : public Exception {
 public:
     /// See `Exception::Exception`.
@@ -124,6 +124,12 @@ public:
     /// Reads a document from a file. Throws `DataTreeEx` if the file can't be opened, is a
     /// directory, or is malformed.
     static RCPtr<DataTree> Load(const char* path);
+
+    /// Writes the text form at level 0 to a file. The text is written to a temporary file in the
+    /// same directory, which replaces the old file once it is stored on the disk. Throws
+    /// `DataTreeEx` with path and reason on failure; the old file is then unchanged. The limits of
+    /// `ToString` apply.
+    void Save(const std::string& path) const;
 
 protected:
     ~DataTree() override;

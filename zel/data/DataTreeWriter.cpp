@@ -1,6 +1,8 @@
 #include "zel/core/StringUtils.h"
 #include "zel/data/BlockWriter.h"
 #include "zel/data/DataTree.h"
+#include "zel/data/SaveFile.h"
+#include "zel/foundation/Log.h"
 #include "zel/foundation/MemOS.h"
 
 #include <new>
@@ -8,6 +10,12 @@
 #include <vector>
 
 namespace zel {
+
+namespace {
+
+const LogArea s_log("DataTree", 3);
+
+}  // namespace
 
 // Writes the text form iteratively, so that a deep tree needs constant stack.
 class DataTreeWriter {
@@ -98,6 +106,13 @@ std::string DataTree::ToString() const {
         throw std::bad_alloc();
     }
     return text.ToString();
+}
+
+void DataTree::Save(const std::string& path) const {
+    const std::string error = SaveFile(path, [this](std::ostream& out) { WriteTo(out, 0); });
+    if (!error.empty()) {
+        Throw<DataTreeEx>(s_log, "Could not save ", path, ": ", error);
+    }
 }
 
 }  // namespace zel

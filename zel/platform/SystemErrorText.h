@@ -6,4 +6,7 @@ namespace zel::platform {
 /// empty text for an unknown number. The text lives as long as the process.
 const char* SystemErrorText(int number) noexcept;
 
+/// Returns the text for the error number of the calling thread's last failed call.
+const char* LastSystemErrorText() noexcept;
+
 }  // namespace zel::platform

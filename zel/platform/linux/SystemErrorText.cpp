@@ -1,5 +1,6 @@
 #include "zel/platform/SystemErrorText.h"
 
+#include <cerrno>
 #include <cstring>
 
 namespace zel::platform {
@@ -7,6 +8,10 @@ namespace zel::platform {
 const char* SystemErrorText(int number) noexcept {
     const char* const text = strerrordesc_np(number);
     return text == nullptr ? "" : text;
+}
+
+const char* LastSystemErrorText() noexcept {
+    return SystemErrorText(errno);
 }
 
 }  // namespace zel::platform

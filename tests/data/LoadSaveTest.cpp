@@ -1,0 +1,102 @@
+#include "zel/data/DataTable.h"
+#include "zel/data/DataTree.h"
+
+#include "tests/support/RunInChild.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Thrown.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fstream>
+#include <sstream>
+#include <sys/resource.h>
+#include <tuple>
+
+namespace zel {
+namespace {
+
+namespace fs = std::filesystem;
+using test::ThrownBy;
+
+std::string ContentOf(const fs::path& path) {
+    std::ostringstream content;
+    content << std::ifstream(path).rdbuf();
+    return content.str();
+}
+
+RCPtr<DataTable> Load(const std::string& path) {
+    return DataTable::Load(path, ",", true, true, false, false);
+}
+
+TEST(LoadSaveTest, LoadReportsPathReasonAndLine) {
+    const test::TemporaryFolder folder;
+    const std::tuple<std::string, std::string, std::string> rows[] = {
+        {"\xEF\xBB\xBFname,shell\r\nada,/bin/sh\r\n", "", ""},
+        {"a,b\n\n1,2\n3\n", "On line 4, record should have 2 field(s) but has 1 instead", "4"},
+        {"\na,b,a\n", "Line 2 names field a twice", "2"},
+        {"a\n" + std::string(100'000, 'x'), "Line 2 is longer than 99999 characters", "2"},
+    };
+    const std::string path = folder / "table";
+    for (const auto& [text, reason, line] : rows) {
+        std::ofstream(path) << text;
+        EXPECT_EQ(ThrownBy<DataTableEx>([&] { EXPECT_EQ(Load(path)->GetField(0), "name"); }),
+                  reason.empty() ? ""
+                                 : "DataTableEx: Could not load " + path + ": " + reason + " (" +
+                                       path + ": line " + line + ")");
+    }
+    const std::string none = folder / "none";
+    EXPECT_EQ(ThrownBy<DataTableEx>([&] { Load(none); }),
+              "DataTableEx: Could not load " + none + ": No such file or directory");
+    EXPECT_EQ(ThrownBy<DataTableEx>([&] { Load(folder / ""); }),
+              "DataTableEx: Could not load " + std::string(folder / "") + ": Is a directory");
+}
+
+TEST(LoadSaveTest, SaveReplacesTheFileALinkPointsTo) {
+    const test::TemporaryFolder folder;
+    const fs::path path = folder / "file";
+    const fs::path link = folder / "link";
+    const RCPtr<DataTree> tree(new DataTree("root", ""));
+    tree->Save(path);
+    EXPECT_EQ(DataTree::Load(path.c_str())->GetName(), "root");
+    fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write);
+    fs::create_symlink("file", link);
+    const RCPtr<DataTable> table(new DataTable);
+    table->AddField(std::string(50'000, 'x'));
+    table->Save(link, ',');
+    EXPECT_EQ(Load(path)->GetField(0), table->GetField(0));
+    EXPECT_TRUE(fs::is_symlink(link));
+    EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+}
+
+TEST(LoadSaveTest, AFailedSaveKeepsTheOldFileAndReportsPathAndReason) {
+    const test::TemporaryFolder folder;
+    const fs::path path = folder / "file";
+    std::ofstream(path) << "old";
+    const RCPtr<DataTree> tree(new DataTree(std::string(50'000, 'x'), ""));
+    const RCPtr<DataTable> table(new DataTable);
+    table->AddField(tree->GetName());
+    const std::tuple<fs::path, std::string> rows[] = {
+        {path, "File too large"},
+        {folder / "", "Is a directory"},
+        {folder / "none" / "file", "No such file or directory"},
+        {"/dev/null", "Invalid argument"},
+    };
+    const int failures = test::RunInChild([&] {
+        const rlimit limit{20'000, 20'000};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        std::signal(SIGXFSZ, SIG_IGN);
+        for (const auto& [target, reason] : rows) {
+            const std::string message = "Could not save " + target.string() + ": " + reason;
+            EXPECT_EQ(ThrownBy([&] { tree->Save(target); }), "DataTreeEx: " + message);
+            EXPECT_EQ(ThrownBy([&] { table->Save(target, ','); }), "DataTableEx: " + message);
+        }
+        return testing::Test::HasFailure() ? 1 : 0;
+    });
+    EXPECT_EQ(failures, 0);
+    EXPECT_EQ(ContentOf(path), "old");
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder / ""), {}), 1) << "temporary files";
+}
+
+}  // namespace
+}  // namespace zel
