@@ -3,7 +3,6 @@
 #include "zel/data/DataTable.h"
 
 #include <exception>
-#include <fstream>
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
@@ -17,10 +16,10 @@ using zel::RCPtr;
 namespace {
 
 constexpr std::string_view USAGE =
-    R"(usage: table_filter FILE SEPARATORS FIELDS FIELD TEXT
+    R"(usage: table_filter FILE SEPARATORS FIELDS FIELD TEXT [OUTPUT]
 
 Reads FILE, one record per line, and writes the records whose FIELD contains TEXT, with a header
-line and a comma after each cell. SEPARATORS are the characters that separate cells. FIELDS names
+line and a comma after each cell, to the file OUTPUT or to standard output. SEPARATORS are the characters that separate cells. FIELDS names
 the columns, separated by commas; - means that the first line of FILE names them. Cells missing at
 the end of a record are empty, excess cells are an error.
 )";
@@ -34,16 +33,11 @@ void AddFields(DataTable& table, const std::string& names) {
 
 RCPtr<DataTable> ReadTable(const std::string& path, const char* separators,
                            const std::string& fields) {
-    std::ifstream in(path);
-    if (!in) {
-        throw std::runtime_error("can't open " + path);
-    }
     const bool hasHeader = fields == "-";
-    RCPtr<DataTable> table(new DataTable);
+    RCPtr<DataTable> table = DataTable::Load(path, separators, hasHeader, hasHeader, false, false);
     if (!hasHeader) {
         AddFields(*table, fields);
     }
-    table->ReadFromCSV(in, separators, hasHeader, hasHeader, false, false);
     return table;
 }
 
@@ -84,16 +78,23 @@ RCPtr<DataTable> Filter(DataTable& all, const std::string& field, const std::str
 int main(int argc, char** argv) {
     constexpr int wrongInput = 1;
     constexpr int wrongUsage = 2;
-    constexpr int arguments = 6;
-    if (argc != arguments) {
+    constexpr int required = 6;
+    if (argc != required && argc != required + 1) {
         std::cerr << USAGE;
         return wrongUsage;
     }
     try {
         const RCPtr<DataTable> table = ReadTable(argv[1], argv[2], argv[3]);
-        Filter(*table, argv[4], argv[5])->WriteToCSV(std::cout, ',');
+        const RCPtr<DataTable> kept = Filter(*table, argv[4], argv[5]);
+        if (argc > required) {
+            kept->Save(argv[required], ',');
+        } else {
+            kept->WriteToCSV(std::cout, ',');
+        }
         std::cerr << table->GetRowCount() << " records read\n";
         return std::cout ? 0 : wrongInput;
+    } catch (const zel::DataTableEx& ex) {
+        std::cerr << "table_filter: " << ex.what() << '\n';
     } catch (const std::exception& ex) {
         std::cerr << "table_filter: " << argv[1] << ": " << ex.what() << '\n';
     }

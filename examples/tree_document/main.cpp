@@ -18,17 +18,17 @@ namespace {
 
 using Words = std::span<const std::string>;
 
-constexpr int INDENTED = 0;
-constexpr int COMPACT = -1;
+// Where and how a document is written.
+enum class Output { INDENTED, COMPACT, SAVED };
 
 constexpr std::string_view USAGE =
     R"(usage: tree_document [--compact] print FILE
        tree_document get FILE NAME...
-       tree_document [--compact] set FILE NAME... VALUE
-       tree_document [--compact] delete FILE NAME...
+       tree_document [--compact | --save] set FILE NAME... VALUE
+       tree_document [--compact | --save] delete FILE NAME...
 
-print writes the document to standard output, set and delete write it with their change; FILE is not
-changed. FILE "-" is standard input. NAME... is the path of a node below the root, one name per level;
+print writes the document to standard output, set and delete write it with their change, or save it
+in FILE if --save is given. FILE "-" is standard input. NAME... is the path of a node below the root, one name per level;
 of several nodes of one name the first is used. set creates the node if only the last NAME is missing.
 )";
 
@@ -50,10 +50,19 @@ void CheckOutput() {
     }
 }
 
-void Write(const DataTree& root, int level) {
-    root.WriteTo(std::cout, level);
-    if (level == COMPACT) {
-        std::cout << '\n';
+void Write(const DataTree& root, const std::string& file, Output output) {
+    constexpr int compact = -1;
+    switch (output) {
+        case Output::INDENTED:
+            root.WriteTo(std::cout, 0);
+            break;
+        case Output::COMPACT:
+            root.WriteTo(std::cout, compact);
+            std::cout << '\n';
+            break;
+        case Output::SAVED:
+            root.Save(file);
+            return;
     }
     CheckOutput();
 }
@@ -98,25 +107,28 @@ void Delete(const RCPtr<DataTree>& root, Words path) {
 }
 
 // Returns false if the arguments are no valid command.
-bool Run(Words words, int level) {
+bool Run(Words words, Output output) {
     if (words.size() < 2) {
         return false;
     }
     const std::string& command = words[0];
     const std::string& file = words[1];
     const Words rest = words.subspan(2);
-    if (command == "print" && rest.empty()) {
-        Write(*Read(file), level);
+    if (file == "-" && output == Output::SAVED) {
+        return false;
+    }
+    if (command == "print" && rest.empty() && output != Output::SAVED) {
+        Write(*Read(file), file, output);
     } else if (command == "get" && !rest.empty()) {
         PrintValue(Read(file), rest);
     } else if (command == "set" && rest.size() >= 2) {
         const RCPtr<DataTree> root = Read(file);
         SetValue(root, rest.first(rest.size() - 1), rest.back());
-        Write(*root, level);
+        Write(*root, file, output);
     } else if (command == "delete" && !rest.empty()) {
         const RCPtr<DataTree> root = Read(file);
         Delete(root, rest);
-        Write(*root, level);
+        Write(*root, file, output);
     } else {
         return false;
     }
@@ -137,11 +149,14 @@ int main(int argc, char** argv) {
     constexpr int wrongUsage = 2;
     try {
         std::ios::sync_with_stdio(false);
-        std::cin.exceptions(
-            std::ios::badbit);  // a failed read must not look like the end of the document
+        // A failed read must not look like the end of the document.
+        std::cin.exceptions(std::ios::badbit);
         const std::vector<std::string> arguments(argv + 1, argv + argc);
-        const bool isCompact = !arguments.empty() && arguments[0] == "--compact";
-        if (!Run(Words(arguments).subspan(isCompact ? 1 : 0), isCompact ? COMPACT : INDENTED)) {
+        const std::string option = arguments.empty() ? "" : arguments[0];
+        const Output output = option == "--compact" ? Output::COMPACT
+                              : option == "--save"  ? Output::SAVED
+                                                    : Output::INDENTED;
+        if (!Run(Words(arguments).subspan(output == Output::INDENTED ? 0 : 1), output)) {
             std::cerr << USAGE;
             return wrongUsage;
         }
