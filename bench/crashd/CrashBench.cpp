@@ -32,14 +32,14 @@ void Die(benchmark::State& state, const char* expected, const Program& program) 
         Process victim(program);
         victim.ReadUntil("r");
         std::string errors;
-        sum += victim.MeasureDeath(errors);
+        sum += victim.MeasureCrash(errors);
         Require(errors.find(expected) != std::string::npos,
                 "the victim's stack is reported: " + errors);
     }
     ReportAverage(state, "ms", sum);
 }
 
-void ReportedDeath(benchmark::State& state) {
+void ReportedCrash(benchmark::State& state) {
     Die(state, "Fault", Command{ZEL_BENCH_VICTIM, "0"});
 }
 
@@ -49,27 +49,27 @@ void DieAlone() {
 }
 
 // The same walk as ours, without a daemon.
-void WalkAndDie(int signal, siginfo_t*, void* context) {
+void WalkAndEnd(int signal, siginfo_t*, void* context) {
     static zel_crash_msg_s s_record;
     ZelStackWalker(0, nullptr, 0, &s_record).ShowCallstack(nullptr, context);
     static_cast<void>(write(STDERR_FILENO, s_record.ancillary, sizeof(s_record.ancillary)));
     std::signal(signal, SIG_DFL);
 }
 
-void WalkingDeath(benchmark::State& state) {
+void WalkingCrash(benchmark::State& state) {
     Die(state, "Fault", [] {
         struct sigaction action = {};
         action.sa_flags = SA_SIGINFO;
-        action.sa_sigaction = WalkAndDie;
+        action.sa_sigaction = WalkAndEnd;
         sigaction(SIGSEGV, &action, nullptr);
         StackWalker().LoadModules();
         DieAlone();
     });
 }
 
-const Comparison s_death("a fault, to the end of its report",
-                         {{Side::OURS, ReportedDeath},
-                          {"the kernel and the walk", WalkingDeath, 3}});
+const Comparison s_crash("a fault, to the end of its report",
+                         {{Side::OURS, ReportedCrash},
+                          {"the kernel and the walk", WalkingCrash, 3}});
 
 template <int mebibytes>
 void SetUp(benchmark::State& state) {

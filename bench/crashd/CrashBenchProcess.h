@@ -21,7 +21,7 @@ public:
 
     // Makes it fault, by FaultOnDemand, and returns the milliseconds until the last process has
     // closed its standard error.
-    double MeasureDeath(std::string& errors) const {
+    double MeasureCrash(std::string& errors) const {
         using Clock = std::chrono::steady_clock;
         Write("f");
         const Clock::time_point start(Clock::duration(std::stoll(ReadUntil("\n"))));

@@ -86,14 +86,14 @@ void CrashWithHelper(benchmark::State& state) {
         });
         victim.ReadUntil("r");
         std::string errors;
-        sum += victim.MeasureDeath(errors);
+        sum += victim.MeasureCrash(errors);
         Require(errors.find("Fault") != std::string::npos,
                 "the report contains the stack: " + errors);
     }
     state.counters["ms"] = benchmark::Counter(sum, benchmark::Counter::kAvgIterations);
 }
 
-const Comparison s_death("a fault, to the end of its report",
+const Comparison s_crash("a fault, to the end of its report",
                          {{"helper by libunwind", CrashWithHelper, 1.5}});
 
 }  // namespace

@@ -40,7 +40,7 @@ public:
     }
 
     void WaitForEvent() { m_seen.acquire(); }
-    void WaitUntilGone() { m_gone.acquire(); }
+    void WaitUntilRemoved() { m_gone.acquire(); }
 
 private:
     std::counting_semaphore<> m_seen{0};
@@ -63,7 +63,7 @@ public:
     }
 
     void WaitForEvent() { m_seen.acquire(); }
-    void WaitUntilGone() { m_gone.acquire(); }
+    void WaitUntilRemoved() { m_gone.acquire(); }
 
 private:
     void Read() {
@@ -119,7 +119,7 @@ public:
     }
 
     void WaitForEvent() { Require(ReadLine(), "inotifywait reports the file"); }
-    void WaitUntilGone() { Require(ReadLine(), "inotifywait reports its removal"); }
+    void WaitUntilRemoved() { Require(ReadLine(), "inotifywait reports its removal"); }
 
 private:
     bool ReadLine() {
@@ -143,7 +143,7 @@ void MeasureEvents(benchmark::State& state, const fs::path& directory) {
         way.WaitForEvent();
         seconds += timer.GetElapsedTime();
         fs::remove(file);
-        way.WaitUntilGone();
+        way.WaitUntilRemoved();
     }
     constexpr double microseconds = 1e6;
     state.counters["us"] =

@@ -43,7 +43,7 @@ TEST(LogTest, FormatsAMessageOnlyIfItIsWritten) {
 TEST(LogTest, LogsWhatItThrows) {
     const test::ScopedLogger log;
     const std::string text("no\0!", 4);
-    // What throws, and then the area, type and file of the exception.
+    // A call that throws, and the area, type and file of the exception.
     const std::tuple<std::function<void()>, std::string, std::string, std::string> rows[] = {
         {[&] { Throw<LogTestEx>(s_log, "no", text.substr(2)); }, "LogTest", "LogTestEx", "LogTest"},
         {[&] { Throw<Exception>(s_log, text); }, "LogTest", "Exception", "LogTest"},

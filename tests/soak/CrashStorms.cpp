@@ -9,9 +9,8 @@
 #include <sys/prctl.h>
 #include <thread>
 
-// Ten thousand programs that crash, some with many threads at once, leave one report each, 500 that
-// are killed take their daemons along within a second, and a daemon that waits isn't even woken in
-// ten seconds.
+// Ten thousand programs that crash, some on many threads at once, leave one report each. The
+// daemons of 500 killed programs exit within a second. A waiting daemon isn't woken in ten seconds.
 
 namespace {
 
@@ -44,17 +43,18 @@ bool AllReportOnce() {
     return missed == 0;
 }
 
-bool AllGoAlong() {
-    int gone = 0;
+bool AllDaemonsExit() {
+    int exited = 0;
     for (int i = 0; i < KILLS; ++i) {
         Child child("wait", "main");
         child.WaitUntilReady();
         child.Kill(SIGKILL);
         const Outcome outcome = child.Finish();
-        gone += outcome.CountReports() == 0 && outcome.afterlife < std::chrono::seconds(1) ? 1 : 0;
+        exited +=
+            outcome.CountReports() == 0 && outcome.afterlife < std::chrono::seconds(1) ? 1 : 0;
     }
-    std::cout << gone << " of " << KILLS << " daemons go with their killed programs\n";
-    return gone == KILLS;
+    std::cout << exited << " of " << KILLS << " daemons exit with their killed programs\n";
+    return exited == KILLS;
 }
 
 long CountContextSwitches(pid_t process) {
@@ -91,6 +91,6 @@ int main(int argc, char** argv) {
         return zel::crashtest::RunVictim(argc, argv);
     }
     prctl(PR_SET_CHILD_SUBREAPER, 1);
-    const bool isQuiet = AllGoAlong() && WaitsAsleep();
+    const bool isQuiet = AllDaemonsExit() && WaitsAsleep();
     return AllReportOnce() && isQuiet ? 0 : 1;
 }

@@ -32,7 +32,7 @@ public:
         return m_line;
     }
 
-    // The source file of the last one.
+    // Returns the source file of the last record.
     std::string GetFile() {
         const std::lock_guard lock(m_mutex);
         return m_file;

@@ -46,7 +46,7 @@ void CriticalSection::EnterContended() noexcept {
         return;
     }
     for (;;) {
-        // Set on every round, as the thread that woke this one has cleared the mark for all.
+        // Set on every round, as the thread that woke this one has cleared the flag for all.
         m_hasSleepers.store(1, std::memory_order_relaxed);
         platform::ProcessWideBarrier();
         if (TryEnter()) {
