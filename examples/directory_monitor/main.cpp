@@ -1,6 +1,7 @@
 // Prints the files and directories that appear in or disappear from directories, until it is
 // interrupted.
 
+#include "zel/core/Logger.h"
 #include "zel/watch/FileWatcher.h"
 
 #include <algorithm>
@@ -74,6 +75,7 @@ int main(int argc, char** argv) {
         return wrongUsage;
     }
     try {
+        zel::Logger::StartOnStandardError(2);
         std::signal(SIGINT, OnInterrupt);
         std::vector<RCPtr<FileWatcher>> watchers;
         for (int i = 1; i < argc; ++i) {

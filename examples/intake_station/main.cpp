@@ -9,6 +9,7 @@
 
 #include "Intake.h"
 
+#include <array>
 #include <atomic>
 #include <csignal>
 #include <exception>
@@ -49,8 +50,10 @@ public:
           m_files(new zel::SettledFiles(settings.dropFolder.c_str(), true, false,
                                         settings.settleSeconds)),
           m_ticker(new zel::TimerThread(m_commands, 1, 1, zel::TimerThread::FOREVER)) {
-        m_files->FileSettled.Connect([this](const std::string& path) { Take(path); });
-        m_ticker->GetEvent().Connect([this](zel::TimerThread* const&) { PrintSummary(); });
+        m_connections[0] =
+            m_files->FileSettled.ConnectScoped([this](const std::string& path) { Take(path); });
+        m_connections[1] = m_ticker->GetEvent().ConnectScoped(
+            [this](zel::TimerThread* const&) { PrintSummary(); });
     }
 
     void Run() {
@@ -95,6 +98,7 @@ private:
     const RCPtr<zel::ThreadCommandProcessor> m_commands;
     const RCPtr<zel::SettledFiles> m_files;
     const RCPtr<zel::TimerThread> m_ticker;
+    std::array<zel::ScopedConnection, 2> m_connections;
 };
 
 void StartLog(const std::string& path) {

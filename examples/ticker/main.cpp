@@ -5,6 +5,7 @@
 #include "zel/commands/TimerEventThread.h"
 #include "zel/commands/TimerThread.h"
 #include "zel/core/Exception.h"
+#include "zel/core/Logger.h"
 #include "zel/core/StringUtils.h"
 
 #include <iostream>
@@ -44,7 +45,8 @@ public:
     explicit Ticker(int seconds)
         : m_seconds(seconds),
           m_ticks(new TimerThread(m_processor, PERIOD, 1, static_cast<int>(seconds / PERIOD))) {
-        m_ticks->GetEvent().Connect([this](TimerThread* const&) { RecordTick(); });
+        m_connection =
+            m_ticks->GetEvent().ConnectScoped([this](TimerThread* const&) { RecordTick(); });
     }
 
     ~Ticker() { Stop(); }
@@ -100,6 +102,7 @@ private:
     const RCPtr<ThreadCommandProcessor> m_processor{new ThreadCommandProcessor("Ticks")};
     const RCPtr<TimerEventThread> m_timers{new TimerEventThread};
     const RCPtr<TimerThread> m_ticks;
+    zel::ScopedConnection m_connection;
     Timer m_clock;
     std::vector<Arrival> m_tickArrivals;
     std::vector<Arrival> m_timerArrivals;
@@ -117,6 +120,7 @@ int main(int argc, char** argv) {
         return wrongUsage;
     }
     try {
+        zel::Logger::StartOnStandardError(2);
         Ticker ticker(seconds);
         ticker.Run();
         ticker.PrintTable();

@@ -50,7 +50,7 @@ TEST(ProcessUtilsTest, FindsWithoutRegardToCaseAndListsWithRegardToIt) {
     EXPECT_EQ(NameOf(::getpid()), "process_tests");
 }
 
-TEST(ProcessUtilsTest, ReportsTheNameOfADeletedExecutableAndOfOneNamedLikeIt) {
+TEST(ProcessUtilsTest, NamesDeletedExecutablesButNoZombies) {
     for (const std::string name : {"runs", "ran", "runs (deleted)", "ran (deleted)"}) {
         const test::UniqueProgram program(name);
         const test::ChildProcess child(program.GetCommand());
@@ -60,13 +60,10 @@ TEST(ProcessUtilsTest, ReportsTheNameOfADeletedExecutableAndOfOneNamedLikeIt) {
         }
         EXPECT_EQ(NameOf(child.GetId()), name);
     }
-}
-
-TEST(ProcessUtilsTest, ListsAZombieAsUnknown) {
-    const test::ChildProcess ended({"true"});
+    const test::ChildProcess zombie({"true"});
     siginfo_t info = {};
-    ::waitid(P_PID, static_cast<id_t>(ended.GetId()), &info, WEXITED | WNOWAIT);
-    EXPECT_EQ(NameOf(ended.GetId()), "unknown");
+    ::waitid(P_PID, static_cast<id_t>(zombie.GetId()), &info, WEXITED | WNOWAIT);
+    EXPECT_EQ(NameOf(zombie.GetId()), "unknown");
 }
 
 TEST(ProcessUtilsTest, ThrowsAndKeepsTheListWithoutAProcessFileSystem) {

@@ -88,21 +88,20 @@ void Change(std::mt19937& random, const fs::path& folder) {
     std::error_code ignored;
     const fs::path from = pick();
     const fs::path to = pick();
-    switch (random() % 8) {
-        case 0:
-            fs::remove(folder / "link");
-            return fs::create_directory_symlink(
-                random() % 2 == 0 ? "there/../here" : folder / "there", folder / "link");
-        case 1:
-            return fs::create_directory_symlink(to, from, ignored);
-        case 2:
-            return void(fs::remove_all(from, ignored));
-        case 3:
-        case 4:
-            return fs::rename(from, to, ignored);
-        default:
-            fs::create_directories(from, ignored);
-            return Touch(to);
+    const auto kind = random() % 8;
+    if (kind == 0) {
+        fs::remove(folder / "link");
+        fs::create_directory_symlink(random() % 2 == 0 ? "there/../here" : folder / "there",
+                                     folder / "link");
+    } else if (kind == 1) {
+        fs::create_directory_symlink(to, from, ignored);
+    } else if (kind == 2) {
+        fs::remove_all(from, ignored);
+    } else if (kind <= 4) {
+        fs::rename(from, to, ignored);
+    } else {
+        fs::create_directories(from, ignored);
+        Touch(to);
     }
 }
 
