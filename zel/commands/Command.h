@@ -67,12 +67,16 @@ private:
     Fn m_function;
 };
 
+/// Deduce the type that the argument is stored as: `std::string` for a character pointer that the
+/// function takes as a `std::string`.
+///@{
 template <class T, class Fn, class Arg>
 AsyncCommandForRCObject(WeakPtr<T>, Fn, Arg)
     -> AsyncCommandForRCObject<T, Fn, CommandArgumentImp<Fn, Arg>>;
 template <class T, class Fn, class Arg>
 AsyncCommandForRCObject(RCPtr<T>, Fn, Arg)
     -> AsyncCommandForRCObject<T, Fn, CommandArgumentImp<Fn, Arg>>;
+///@}
 
 // Defined outside the class because an explicit instantiation exports only such members.
 template <class T, class Fn, class Arg>
