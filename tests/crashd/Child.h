@@ -28,6 +28,8 @@ struct Outcome {
 // Runs this program as a victim. The calling process is a subreaper and has one victim at a time.
 class Child : public test::ChildProcess {
 public:
+    using ChildProcess::ChildProcess;
+
     Child(const std::string& death, const std::string& place, const std::string& shape = "")
         : ChildProcess(
               {std::filesystem::read_symlink("/proc/self/exe"), VICTIM, death, place, shape}) {}

@@ -15,6 +15,7 @@
 #include <iterator>
 #include <pthread.h>
 #include <stdexcept>
+#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
@@ -60,6 +61,10 @@ namespace {
 int s_argc = 0;
 char** s_argv = nullptr;
 std::string s_death;
+
+void* MapEmptyFile() {
+    return mmap(nullptr, 4096, PROT_READ, MAP_SHARED, fileno(std::tmpfile()), 0);
+}
 
 // The allocator detects that the memory after its last block is overwritten, and holds its own lock
 // then, because there has been a second thread.
@@ -175,6 +180,7 @@ const std::map<std::string, Work> s_works = {
     {"throw", [] { throw std::runtime_error("nobody catches this"); }},
     {"division", []() ZEL_UNCHECKED { s_something = 100 / s_zero; }},
     {"jump", []() ZEL_UNCHECKED { reinterpret_cast<Work>(s_nowhere + 4096)(); }},
+    {"cut", []() ZEL_UNCHECKED { s_something = *static_cast<volatile char*>(MapEmptyFile()); }},
     {"heap", DestroyHeap},
     {"smashed", SmashStack},
     {"signal", Signal},
