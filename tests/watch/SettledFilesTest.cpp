@@ -1,5 +1,7 @@
 #include "zel/watch/SettledFiles.h"
 
+#include "tests/support/RecordingLogSink.h"
+#include "tests/support/RunInChild.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -9,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <sched.h>
 #include <stdexcept>
 #include <unistd.h>
 #include <utility>
@@ -141,6 +144,28 @@ TEST_F(SettledFilesTest, WaitsUntilAnExistingFileIsUnchanged) {
         EXPECT_EQ(m_settled, "");
     }
     EXPECT_EQ(Tick(1), "a ");
+}
+
+TEST_F(SettledFilesTest, ReportsByThePeriodIfALimitIsReachedAndNamesIt) {
+    fs::create_directory(m_root);
+    constexpr int notPermitted = 77;
+    const int status = test::RunInChild([&] {
+        if (::unshare(CLONE_NEWUSER) != 0 ||
+            !(std::ofstream("/proc/sys/user/max_inotify_instances") << 1 << std::flush)) {
+            return notPermitted;
+        }
+        const test::ScopedLogger log;
+        Watch(0);
+        Write(m_root / "a");
+        EXPECT_EQ(Tick(1), "a ");
+        const std::string text = log.sink->TakeText();
+        EXPECT_TRUE(text.rfind('\n') == 0 && text.find("user_instances") != text.npos) << text;
+        return HasFailure() ? 1 : 0;
+    });
+    if (status == notPermitted) {
+        GTEST_SKIP() << "no permission to lower a limit";
+    }
+    EXPECT_EQ(status, 0);
 }
 
 TEST_F(SettledFilesTest, RepeatsAFileWhoseSinkThrew) {

@@ -30,6 +30,10 @@ public:
     // directory has replaced it. A directory that can't be watched is ignored.
     virtual void Add(const std::string& directory) = 0;
 
+    // Returns the limit of the system that kept the last directory from being watched, and the
+    // remedy. Empty if no limit did.
+    virtual std::string GetWarning() const = 0;
+
     // Removes a directory that no longer exists at this path.
     virtual void Remove(const std::string& directory) = 0;
 

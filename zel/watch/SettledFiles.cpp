@@ -1,11 +1,13 @@
 #include "zel/watch/SettledFiles.h"
 
 #include "zel/core/Timer.h"
+#include "zel/foundation/Log.h"
 #include "zel/platform/WriteMonitor.h"
 #include "zel/watch/FileWatcher.h"
 
 #include <filesystem>
 #include <map>
+#include <set>
 #include <system_error>
 #include <unordered_set>
 #include <vector>
@@ -16,6 +18,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using platform::WriteMonitor;
+
+const LogArea s_log("FileWatcher", 3);
 
 // Changes while a file is being written.
 struct Stamp {
@@ -46,7 +50,7 @@ public:
         m_watcher->FileAdded.Connect([this](const std::string& file) { OnAdded(file); });
         m_watcher->FileRemoved.Connect([this](const std::string& file) { OnRemoved(file); });
         if (recursive && m_monitor) {
-            m_watcher->DirAdded.Connect([this](const std::string& dir) { m_monitor->Add(dir); });
+            m_watcher->DirAdded.Connect([this](const std::string& dir) { Monitor(dir); });
             m_watcher->DirRemoved.Connect(
                 [this](const std::string& dir) { m_monitor->Remove(dir); });
         }
@@ -82,9 +86,18 @@ private:
     // Adds the directory each time, as it may have been created or replaced.
     void List() {
         if (m_monitor) {
-            m_monitor->Add(m_path);
+            Monitor(m_path);
         }
         m_watcher->Tick();
+    }
+
+    void Monitor(const std::string& directory) {
+        m_monitor->Add(directory);
+        const std::string warning = m_monitor->GetWarning();
+        if (!warning.empty() && m_reportedWarnings.insert(warning).second) {
+            Log(s_log, 2, "Files in ", m_path,
+                " may be reported before they are closed: ", warning);
+        }
     }
 
     void OnAdded(const std::string& path) {
@@ -181,6 +194,7 @@ private:
     const std::unique_ptr<WriteMonitor> m_monitor = platform::OpenWriteMonitor();
     std::unordered_set<std::string> m_listed;
     Candidates m_candidates;
+    std::set<std::string> m_reportedWarnings;
     const RCPtr<FileWatcher> m_watcher;
 };
 

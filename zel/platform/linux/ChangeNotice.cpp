@@ -7,8 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstring>
-#include <fcntl.h>
 #include <optional>
 #include <unordered_map>
 #include <utility>
@@ -21,32 +19,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds DEGRADED_INTERVAL(2);
-
-// Returns whether the process or the system has no descriptor left.
-bool IsOutOfDescriptors() {
-    return !Descriptor(::open("/", O_PATH | O_CLOEXEC)).IsOpen();
-}
-
-constexpr const char* DESCRIPTOR_LIMIT =
-    "the limit of open descriptors, RLIMIT_NOFILE, is reached; ulimit -n raises it, up to sysctl "
-    "fs.nr_open";
-
-// Describes the limit that an inotify call has reached, and what raises it.
-std::string DescribeLimit(int error) {
-    switch (error) {
-        case EMFILE:
-            return IsOutOfDescriptors() ? DESCRIPTOR_LIMIT
-                                        : "the limit of inotify instances is reached; sysctl "
-                                          "fs.inotify.max_user_instances raises it";
-        case ENFILE:
-            return "the system's limit of open files is reached; sysctl fs.file-max raises it";
-        case ENOSPC:
-            return "the limit of inotify watches is reached; sysctl "
-                   "fs.inotify.max_user_watches raises it";
-        default:
-            return std::strerror(error);
-    }
-}
 
 // The directory at the path may be deleted, recreated, renamed or replaced, so each ancestor is
 // watched for the name of the next component.
@@ -110,7 +82,7 @@ private:
             WatchAll();
             RemoveStaleWatches();
         } else {
-            m_degradedReason = DescribeLimit(errno);
+            m_degradedReason = Inotify::DescribeLimit(errno);
         }
         m_mustArm = false;
     }
@@ -157,7 +129,7 @@ private:
     void ListSubdirectories(const std::string& directory, std::vector<std::string>& found) {
         DirectoryWalk walk(directory, DirectoryWalk::Link::Refuse);
         if (walk.IsOutOfResources()) {
-            m_degradedReason = DESCRIPTOR_LIMIT;
+            m_degradedReason = Inotify::DESCRIPTOR_LIMIT;
         }
         DirectoryEntry entry;
         while (walk.Next(entry)) {
@@ -172,7 +144,7 @@ private:
         constexpr std::uint32_t itself = IN_DELETE_SELF | IN_MOVE_SELF;
         const int watch = m_inotify.Add(directory, names | itself | IN_DONT_FOLLOW);
         if (watch == Inotify::NONE && (errno == ENOSPC || errno == ENOMEM)) {
-            m_degradedReason = DescribeLimit(errno);
+            m_degradedReason = Inotify::DescribeLimit(errno);
         }
         return watch;
     }

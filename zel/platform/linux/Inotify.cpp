@@ -1,9 +1,24 @@
 #include "zel/platform/linux/Inotify.h"
 
 #include <cerrno>
+#include <cstring>
+#include <fcntl.h>
 #include <poll.h>
 
 namespace zel::platform {
+
+namespace {
+
+// Returns whether the process or the system has no descriptor left.
+bool IsOutOfDescriptors() {
+    return !Descriptor(::open("/", O_PATH | O_CLOEXEC)).IsOpen();
+}
+
+}  // namespace
+
+const char* const Inotify::DESCRIPTOR_LIMIT =
+    "the limit of open descriptors, RLIMIT_NOFILE, is reached; ulimit -n raises it, up to sysctl "
+    "fs.nr_open";
 
 bool Inotify::Open() noexcept {
     if (!m_instance.IsOpen()) {
@@ -18,6 +33,22 @@ int Inotify::Add(const std::string& directory, std::uint32_t flags) noexcept {
 
 void Inotify::Remove(int watch) noexcept {
     ::inotify_rm_watch(m_instance.Get(), watch);
+}
+
+std::string Inotify::DescribeLimit(int error) {
+    switch (error) {
+        case EMFILE:
+            return IsOutOfDescriptors() ? DESCRIPTOR_LIMIT
+                                        : "the limit of inotify instances is reached; sysctl "
+                                          "fs.inotify.max_user_instances raises it";
+        case ENFILE:
+            return "the system's limit of open files is reached; sysctl fs.file-max raises it";
+        case ENOSPC:
+            return "the limit of inotify watches is reached; sysctl "
+                   "fs.inotify.max_user_watches raises it";
+        default:
+            return std::strerror(error);
+    }
 }
 
 bool Inotify::WaitForEvents(int milliseconds) noexcept {

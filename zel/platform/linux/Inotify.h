@@ -16,6 +16,9 @@ class Inotify {
 public:
     static constexpr int NONE = -1;
 
+    // The description of RLIMIT_NOFILE as the limit that was reached.
+    static const char* const DESCRIPTOR_LIMIT;
+
     // An event of a name in a watched directory, or of that directory itself, with the kernel's
     // flags. A queue overflow has no watch.
     struct Event {
@@ -31,6 +34,9 @@ public:
     // it is watched already. Returns NONE with the reason in errno.
     int Add(const std::string& directory, std::uint32_t flags) noexcept;
     void Remove(int watch) noexcept;
+
+    // Describes the limit that Open or Add has reached, and what raises it.
+    static std::string DescribeLimit(int error);
 
     // Blocks until there are events, at most `milliseconds`. Returns whether there are any.
     bool WaitForEvents(int milliseconds) noexcept;

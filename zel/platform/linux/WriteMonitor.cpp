@@ -2,6 +2,7 @@
 
 #include "zel/platform/linux/Inotify.h"
 
+#include <cerrno>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -16,6 +17,7 @@ public:
         constexpr std::uint32_t names = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
         constexpr std::uint32_t use = IN_OPEN | IN_CLOSE_WRITE | IN_CLOSE_NOWRITE;
         const int watch = m_inotify.Open() ? m_inotify.Add(directory, names | use) : Inotify::NONE;
+        m_error = watch == Inotify::NONE ? errno : 0;
         const auto known = m_watches.find(directory);
         if (known != m_watches.end() && known->second != watch) {
             Remove(directory);
@@ -24,6 +26,11 @@ public:
             m_watches[directory] = watch;
             m_directories[watch] = directory;
         }
+    }
+
+    std::string GetWarning() const override {
+        const bool isLimit = m_error == EMFILE || m_error == ENFILE || m_error == ENOSPC;
+        return isLimit ? Inotify::DescribeLimit(m_error) : "";
     }
 
     // A watch follows its directory when that is renamed, and may have been added again since.
@@ -94,6 +101,7 @@ private:
     std::vector<std::pair<std::string, Event>> m_events;
     std::string m_created;  // the path of the last event, if that was IN_CREATE
     bool m_isComplete = true;
+    int m_error = 0;  // of the last Add
 };
 
 }  // namespace
