@@ -6,6 +6,7 @@
 #include "zel/foundation/MemOS.h"
 
 #include "tests/faults/Sweep.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -47,6 +48,7 @@ struct Radio {
 
     EventSource<std::string> source;
     int calls = 0;
+    std::vector<ScopedConnection> connections;
 };
 
 Scenario OnRadio(const char* name, std::function<void(Radio&)> change) {
@@ -64,6 +66,11 @@ TEST(AllocationSweepTest, Foundation) {
         OnRadio(
             "connect",
             [](Radio& radio) { radio.source.Connect([&](const std::string&) { ++radio.calls; }); }),
+        OnRadio("connect scoped",
+                [](Radio& radio) {
+                    radio.connections.push_back(
+                        radio.source.ConnectScoped([&](const std::string&) { ++radio.calls; }));
+                }),
         OnRadio("disconnect from a handler", [](Radio& radio) { radio.source.Fire("end"); }),
         OnText("memory stream",
                [](std::string& text) {
@@ -104,6 +111,15 @@ TEST(AllocationSweepTest, Trees) {
                }),
         OnStream("write",
                  [](std::ostream& out) { DataTree::FromString(s_document)->WriteTo(out, 0); }),
+        On(
+            "save", [] { return std::make_shared<TemporaryFolder>(); },
+            [](const auto& folder) { Tree(new DataTree(LONG, ""))->Save(*folder / "tree"); },
+            [](const auto& folder) {
+                const std::filesystem::directory_iterator files(*folder / "");
+                return begin(files) == end(files)
+                           ? "nothing"
+                           : DataTree::Load((*folder / "tree").c_str())->ToString();
+            }),
         On(
             "list the children",
             [] { return std::list<Tree>{DataTree::FromString(R"(["r"["a"]["b"]["a"]["a"]])")}; },
