@@ -53,19 +53,17 @@ TEST(ThreadTest, RunsOnceUntilItIsRequestedToStop) {
 }
 
 TEST(ThreadTest, HoldsItselfAfterItsOwnerReleasedItAndMayJoinItself) {
-    const RCPtr<Event> released(new Event(Event::ManualReset));
-    const RCPtr<Event> ended(new Event(Event::ManualReset));
-    RCPtr<CallingThread> thread(new CallingThread([=](CallingThread& self) {
-        released->Wait(LONG_ENOUGH);
+    Event ended(Event::ManualReset);
+    RCPtr<CallingThread> thread(new CallingThread([&](CallingThread& self) {
+        self.m_stopEvent->Wait(LONG_ENOUGH);
         self.Join();
-        ended->Set(true);
+        ended.Set(true);
     }));
     const WeakPtr<CallingThread> weak(thread);
     thread->Start();
     thread = nullptr;
-    EXPECT_TRUE(weak.GetRCPtr());
-    released->Set(true);
-    EXPECT_TRUE(ended->Wait(LONG_ENOUGH));
+    weak.GetRCPtr()->RequestStop();
+    EXPECT_TRUE(ended.Wait(LONG_ENOUGH));
 }
 
 TEST(ThreadTest, LogsAnExceptionThatEscapesRunAndEnds) {

@@ -37,6 +37,8 @@ TEST(ObjectPersistenceTest, LogsAndThrowsWithFileAndLine) {
          "for a version 2 Motor because this field was added in class version 3"},
         {[] { PersistentObject::ThrowPersistentObjectDetailsEx("Motor", 4000, "bad state"); },
          "Motor", "\n2 ObjectPersistence Exception of type PersistentObjectEx. bad state"},
+        {[] { ThrowEx(nullptr); }, "BinaryPersistenceSupport",
+         "\n2 BinaryPersistenceSupport Exception of type SerEx. "},
         {[] { PersistentObject().VersionCheck(nullptr, 3, 2, nullptr); }, "ObjectPersistence",
          "\n2 ObjectPersistence Exception of type VersionClashEx. Access to field  is illegal for "
          "a version 2  because this field was added in class version 3"},

@@ -47,7 +47,7 @@ public:
     PersistentObjectEx(const std::string& message, const std::string& file, int line);
 };
 
-/// Logs and throws `SerEx`. Thread-safe.
+/// Logs and throws `SerEx`. A null text counts as empty. Thread-safe.
 [[noreturn]] ZEL_ADVANCED_API void ThrowEx(const char* message);
 
 /// Reads the version record of a stored object. Not thread-safe.
