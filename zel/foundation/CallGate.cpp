@@ -44,7 +44,7 @@ void CallGate::Close() {
 bool CallGate::HasCallOnAnotherThread() noexcept {
     const CriticalSectionLock lock(&m_cs);
     const Call* call = m_calls;
-    while (call != nullptr && call->m_thread == &t_threadIdentity) {
+    while (call != nullptr && call->m_thread == std::this_thread::get_id()) {
         call = call->m_next;
     }
     return call != nullptr;

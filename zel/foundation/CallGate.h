@@ -3,6 +3,8 @@
 #include "zel/core/Event.h"
 #include "zel/foundation/Export.h"
 
+#include <thread>
+
 namespace zel {
 
 /// Lets calls of a callable through until it is closed. Closing waits for the calls that are
@@ -27,7 +29,7 @@ public:
         friend class CallGate;
 
         CallGate& m_gate;
-        const char* const m_thread = &t_threadIdentity;
+        const std::thread::id m_thread = std::this_thread::get_id();
         Call* m_next = nullptr;
         bool m_isAllowed = false;
     };
