@@ -15,7 +15,7 @@ using test::Sample;
 using test::StreamForm;
 using Value = RCPtr<VariantBase>;
 
-// Writes at an odd address. One byte less than the form needs is refused and nothing is written.
+// Writes at an odd address. One byte less than the form needs is rejected and nothing is written.
 std::string BufferForm(const Value& value, bool withSize) {
     const std::size_t size = StreamForm(value).size() - (value->IsArray() && !withSize ? 8 : 0);
     std::string buffer(1 + size, '?');
@@ -92,12 +92,12 @@ TEST(VariantFormsTest, TheBytesAreThoseOfTheFormat) {
     EXPECT_EQ(BufferForm(zero, false), "a\0\0\0"s);
 }
 
-TEST(VariantFormsTest, TextIsReadOrRefused) {
+TEST(VariantFormsTest, TextIsReadOrRejected) {
     const struct {
         const char* type;
         const char* text;
         bool withSize;
-        const char* outcome;  // what is written afterwards, "-" if refused
+        const char* outcome;  // what is written afterwards, "-" if rejected
     } rows[] = {
         {"S32", "0x10", false, "16"},       {"S32", "", false, "-"},
         {"U8", "300", false, "44"},         {"S8", "200", false, "-56"},
@@ -141,7 +141,50 @@ TEST(VariantFormsTest, ElementsAreInsertedAndRemoved) {
         (Variant<std::vector<int>>({1, 2}, true).AddElementToVectorAsString(0, "5", false)));
 }
 
-TEST(VariantFormsTest, AnUntrustedCountIsRefused) {
+// Enlarges an array when it is first written to or flushed.
+class EnlargingBuffer : public std::stringbuf {
+public:
+    explicit EnlargingBuffer(const Value& array) : m_array(array) {}
+
+protected:
+    std::streamsize xsputn(const char* text, std::streamsize count) override {
+        sync();
+        return std::stringbuf::xsputn(text, count);
+    }
+
+    int sync() override {
+        if (const Value array = std::exchange(m_array, nullptr)) {
+            array->SetNumberOfElements(99999);
+        }
+        return 0;
+    }
+
+private:
+    Value m_array;
+};
+
+TEST(VariantFormsTest, AStreamMayChangeTheArrayThatIsWritten) {
+    const Value originals[] = {new Variant<std::vector<int>>(std::vector<int>(9999, 7)),
+                               new Variant<std::vector<std::string>>({"a", "b", "c"})};
+    for (const Value& original : originals) {
+        SCOPED_TRACE(original->GetTypeName());
+        const std::string bytes = StreamForm(original);
+        const Value array = original->Clone();
+        EnlargingBuffer buffer(array);
+        std::ostream out(&buffer);
+        EXPECT_TRUE(array->WriteValueToStream(out));
+        EXPECT_EQ(buffer.str(), bytes);
+        const Value tiedArray = original->Clone();
+        EnlargingBuffer tiedBuffer(tiedArray);
+        std::ostream tied(&tiedBuffer);
+        std::ostringstream text;
+        text.tie(&tied);
+        EXPECT_TRUE(tiedArray->WriteValueToStream(text));
+        EXPECT_EQ(text.str(), bytes);
+    }
+}
+
+TEST(VariantFormsTest, AnUntrustedCountIsRejected) {
     const std::pair<unsigned long long, bool> rows[] = {
         {0, true}, {3, false}, {1ULL << 20, false}, {1ULL << 61, true}, {~0ULL, false}};
     for (const auto& [count, isFixed] : rows) {

@@ -1,13 +1,10 @@
 #pragma once
 
-#include "zel/foundation/MemOSStreambuf.h"
+#include "zel/foundation/StandardStreambuf.h"
 
 #include <cstddef>
-#include <fstream>
 #include <ostream>
-#include <sstream>
 #include <streambuf>
-#include <typeinfo>
 
 namespace zel {
 
@@ -23,7 +20,8 @@ public:
     template <std::size_t size>
     static void Write(std::ostream& out, const char (&bytes)[size]) {
         std::ios& state = out;
-        if (!HasNothingToFlush(state) || !HasKnownType(*state.rdbuf()) ||
+        // A user-defined buffer may override xsputn, which must see every write.
+        if (!HasNothingToFlush(state) || !IsStandardStreambuf(*state.rdbuf()) ||
             !TryPut(*state.rdbuf(), bytes)) {
             out.write(bytes, size);
         }
@@ -33,14 +31,6 @@ private:
     static bool HasNothingToFlush(const std::ios& state) {
         return state.good() && state.tie() == nullptr &&
                (state.flags() & std::ios_base::unitbuf) == 0;
-    }
-
-    // A user-defined buffer may override xsputn, which must see every write. Addresses are compared
-    // for speed: where a type has several type_info objects, writing is only slower.
-    static bool HasKnownType(const std::streambuf& buffer) {
-        const std::type_info* const type = &typeid(buffer);
-        return type == &typeid(std::stringbuf) || type == &typeid(std::filebuf) ||
-               type == &typeid(MemOSStreambuf);
     }
 
     // The members are protected, but a member pointer formed in a derived class applies to any

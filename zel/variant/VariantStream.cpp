@@ -1,11 +1,14 @@
 #include "zel/variant/VariantStream.h"
 
+#include "zel/foundation/StandardStreambuf.h"
 #include "zel/variant/VariantAccess.h"
 #include "zel/variant/VariantMessages.h"
 #include "zel/variant/VariantNetworkOrder.h"
 
 #include <algorithm>
+#include <cwchar>
 #include <istream>
+#include <locale>
 #include <new>
 #include <ostream>
 
@@ -146,6 +149,17 @@ void WriteValue(std::ostream& out, T value) {
     out.write(bytes, sizeof bytes);
 }
 
+// Returns whether a write may run code of the program, which could change the variant: that of a
+// user-defined buffer, of a tied stream, which is flushed first, or of a file's encoding.
+bool MayRunUserCode(const std::ostream& out) {
+    using Encoding = std::codecvt<char, char, std::mbstate_t>;
+    const std::streambuf* const buffer = out.rdbuf();
+    return out.tie() != nullptr ||
+           (buffer != nullptr &&
+            (!IsStandardStreambuf(*buffer) ||
+             typeid(std::use_facet<Encoding>(buffer->getloc())) != typeid(Encoding)));
+}
+
 // Writes count and numbers in blocks that fit the cache.
 template <class T>
 void WriteElements(std::ostream& out, const std::vector<T>& values) {
@@ -252,10 +266,11 @@ bool VariantBase::WriteValueToStream(std::ostream& out) {
         *this, false,
         [&]<class T>(ElementTag<T>) { return WriteScalarValueToStreamImp<T>(this, out); },
         [&]<class T>(ElementTag<T>) {
-            // The lock is held, so the value needs no copy.
+            // The lock is held, so the value needs a copy only against this thread itself.
             const auto* const own = VariantAccess::FindValue<std::vector<T>>(*this);
-            return own != nullptr ? WriteArray(*this, *own, out)
-                                  : WriteVectorValueToStreamImp<T>(this, out);
+            return own != nullptr && !MayRunUserCode(out)
+                       ? WriteArray(*this, *own, out)
+                       : WriteVectorValueToStreamImp<T>(this, out);
         });
 }
 
