@@ -107,5 +107,21 @@ TEST(VariantComparisonTest, ThrowsIfNotComparableAndAsked) {
     EXPECT_EQ(Compare(five, five, true, true), "=[]");
 }
 
+TEST(VariantComparisonTest, TakesLocalVariablesAndConstPointers) {
+    const Variant<int> one(1);
+    const Variant<long long> two(2);
+    EXPECT_FALSE(two.IsEqual(one, true, false, true));
+    EXPECT_TRUE(two.IsNotEqual(one, true, false, true));
+    EXPECT_FALSE(two.IsLessThan(one, true, false, true));
+    EXPECT_FALSE(two.IsLessThanOrEqualTo(one, true, false, true));
+    EXPECT_TRUE(two.IsGreaterThan(one, true, false, true));
+    EXPECT_TRUE(two.IsGreaterThanOrEqualTo(one, true, false, true));
+    const RCPtr<const VariantBase> shared(new Variant<int>(2));
+    EXPECT_TRUE(two.IsEqual(shared, true, false, true));
+    EXPECT_TRUE(
+        shared->IsGreaterThan(RCPtr<const Variant<int>>(new Variant<int>), true, false, true));
+    EXPECT_FALSE(two.IsEqual(RCPtr<const VariantBase>(), false, false, true));
+}
+
 }  // namespace
 }  // namespace zel

@@ -120,6 +120,56 @@ public:
                                         bool expandSingle, bool requireAny) const = 0;
     ///@}
 
+    /// Compares with a variant that no `RCPtr` owns, such as a local variable, or with one that is
+    /// const. By reference, `other` is copied first; an `RCPtr` shares it.
+    ///
+    /// Do not pass the address of a local variable: it is taken for a new variant, which the
+    /// comparison deletes.
+    ///@{
+    bool IsEqual(const VariantBase& other, bool throwOnError, bool expandSingle,
+                 bool requireAll) const;
+    bool IsNotEqual(const VariantBase& other, bool throwOnError, bool expandSingle,
+                    bool requireAll) const;
+    bool IsLessThan(const VariantBase& other, bool throwOnError, bool expandSingle,
+                    bool requireAny) const;
+    bool IsLessThanOrEqualTo(const VariantBase& other, bool throwOnError, bool expandSingle,
+                             bool requireAny) const;
+    bool IsGreaterThan(const VariantBase& other, bool throwOnError, bool expandSingle,
+                       bool requireAny) const;
+    bool IsGreaterThanOrEqualTo(const VariantBase& other, bool throwOnError, bool expandSingle,
+                                bool requireAny) const;
+    template <class T>
+    bool IsEqual(const RCPtr<const T>& other, bool throwOnError, bool expandSingle,
+                 bool requireAll) const {
+        return IsEqual(Unconst(other), throwOnError, expandSingle, requireAll);
+    }
+    template <class T>
+    bool IsNotEqual(const RCPtr<const T>& other, bool throwOnError, bool expandSingle,
+                    bool requireAll) const {
+        return IsNotEqual(Unconst(other), throwOnError, expandSingle, requireAll);
+    }
+    template <class T>
+    bool IsLessThan(const RCPtr<const T>& other, bool throwOnError, bool expandSingle,
+                    bool requireAny) const {
+        return IsLessThan(Unconst(other), throwOnError, expandSingle, requireAny);
+    }
+    template <class T>
+    bool IsLessThanOrEqualTo(const RCPtr<const T>& other, bool throwOnError, bool expandSingle,
+                             bool requireAny) const {
+        return IsLessThanOrEqualTo(Unconst(other), throwOnError, expandSingle, requireAny);
+    }
+    template <class T>
+    bool IsGreaterThan(const RCPtr<const T>& other, bool throwOnError, bool expandSingle,
+                       bool requireAny) const {
+        return IsGreaterThan(Unconst(other), throwOnError, expandSingle, requireAny);
+    }
+    template <class T>
+    bool IsGreaterThanOrEqualTo(const RCPtr<const T>& other, bool throwOnError, bool expandSingle,
+                                bool requireAny) const {
+        return IsGreaterThanOrEqualTo(Unconst(other), throwOnError, expandSingle, requireAny);
+    }
+    ///@}
+
     /// Sets the value, converted to the variant's type if necessary:
     ///
     /// | Value | Variant | Result |
@@ -265,6 +315,11 @@ protected:
 
 private:
     friend class VariantAccess;
+
+    // A comparison doesn't change its argument.
+    static RCPtr<VariantBase> Unconst(const RCPtr<const VariantBase>& variant) {
+        return const_cast<VariantBase*>(variant.Get());
+    }
 
     template <class T>
     bool StoreValue(const T& value, bool throwOnError);

@@ -68,6 +68,12 @@ public:
     void SetMinimumValue() override;
     void SetMaximumValue() override;
 
+    using VariantBase::IsEqual;
+    using VariantBase::IsGreaterThan;
+    using VariantBase::IsGreaterThanOrEqualTo;
+    using VariantBase::IsLessThan;
+    using VariantBase::IsLessThanOrEqualTo;
+
     bool IsEqual(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
                  bool requireAll) const override;
     bool IsLessThan(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
