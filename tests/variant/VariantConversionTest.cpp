@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 #include <map>
 
@@ -112,9 +113,27 @@ TEST(VariantConversionTest, AConverterCastsWithADefinedResult) {
     EXPECT_EQ(Cast<unsigned long long>(-1.9), 0U);
     EXPECT_EQ(Cast<unsigned long long>(2147483647.5), 2147483647U);
     EXPECT_EQ(Cast<unsigned long long>(18446744073709551615.0), ~0ULL);
+    using Float = std::numeric_limits<float>;
+    EXPECT_EQ(Cast<float>(1e300), Float::max());
+    EXPECT_EQ(Cast<float>(-1e300), -Float::max());
+    EXPECT_EQ(Cast<float>(-HUGE_VAL), -Float::infinity());
+    EXPECT_TRUE(std::isnan(Cast<float>(std::numeric_limits<double>::quiet_NaN())));
 }
 
-TEST(VariantConversionTest, AClassWithAnotherTypeIDIsRefused) {
+TEST(VariantConversionTest, AFixedSizeIsComparedAndNamedAsItIs) {
+    // Reports what an array reports that has more elements than an int can count.
+    struct Long : Variant<std::vector<int>> {
+        using Variant::Variant;
+        int GetNumberOfElements() const override { return std::numeric_limits<int>::max(); }
+    } array({1, 2, 3}, true);
+    EXPECT_TRUE(array.SetValue(std::vector<int>(3), true));
+    EXPECT_TRUE(array.SetValue(std::vector<std::string>(3, "1"), true));
+    EXPECT_TRUE(array.SetValue(std::vector<short>(3), true));
+    EXPECT_THROW(array.SetValue(std::vector<int>(2), true), VariantEx);
+    EXPECT_EQ(array.GetTypeName(), "S32[3]");
+}
+
+TEST(VariantConversionTest, AClassWithAnotherTypeIDIsRejected) {
     struct Foreign : Variant<float> {
         int GetTypeID() const override { return 0x24; }
     } foreign;

@@ -59,7 +59,7 @@ TEST(VariantTest, TheFactoryKnowsItsIdentifiersAndNoOthers) {
     EXPECT_EQ(VariantBase::MakeID(true, 8), 0x28);
 }
 
-TEST(VariantTest, ATypeNameIsReadOrRefused) {
+TEST(VariantTest, ATypeNameIsReadOrRejected) {
     const std::pair<const char*, const char*> rows[] = {
         {"U8[4]", "U8[4]"},
         {"U8[0x10]", "U8[16]"},

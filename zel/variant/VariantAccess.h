@@ -17,6 +17,9 @@ public:
     static bool IsFixed(const VariantBase& variant) { return variant.m_isFixed; }
     static void SetFixed(VariantBase& variant, bool isFixed) { variant.m_isFixed = isFixed; }
 
+    // Returns the number of elements, also if an int can't count them.
+    static std::size_t CountElements(const VariantBase& variant);
+
     // Returns the value of a Variant<T>, null for any other variant. Requires: the variant's lock
     // is held.
     template <class T>

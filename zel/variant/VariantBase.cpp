@@ -69,6 +69,20 @@ unsigned int ReadArraySize(const std::string& text) {
 
 }  // namespace
 
+std::size_t VariantAccess::CountElements(const VariantBase& variant) {
+    const int saturated = variant.GetNumberOfElements();
+    const auto count = static_cast<std::size_t>(saturated);
+    if (saturated != std::numeric_limits<int>::max()) {
+        return count;
+    }
+    CriticalSectionLock lock(GetLock(&variant));
+    const int elementCode = variant.GetTypeID() & ~TypeID::ARRAY_BITS;
+    return VisitElementType(elementCode, count, [&]<class T>(ElementTag<T>) {
+        const auto* const values = FindValue<std::vector<T>>(variant);
+        return values != nullptr ? values->size() : count;
+    });
+}
+
 RCPtr<VariantBase> VariantBase::CreateByID(int id) {
     const RCPtr<VariantBase> none;
     if ((id & TypeID::ARRAY_BITS) == TypeID::ARRAY_BITS) {
@@ -120,7 +134,7 @@ std::string VariantBase::GetTypeName() const {
         zel::Throw<Exception>(s_variantLog, "Unknown Type: ", id);
     }
     if ((id & TypeID::FIXED_ARRAY) != 0) {
-        return StringUtils::Format("%s[%i]", name, GetNumberOfElements());
+        return std::string(name) + '[' + std::to_string(VariantAccess::CountElements(*this)) + ']';
     }
     return std::string(name) + ((id & TypeID::VARIABLE_ARRAY) != 0 ? "[]" : "");
 }

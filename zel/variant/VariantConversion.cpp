@@ -244,8 +244,8 @@ bool VariantBase::StoreValue(const T& value, bool throwOnError) {
         return SetText(*this, value, throwOnError);
     } else {
         CriticalSectionLock lock(&m_cs);
-        const int count = m_isFixed ? GetNumberOfElements() : 0;
-        if (count >= 1 && static_cast<std::size_t>(count) != CountElements(value)) {
+        const std::size_t count = m_isFixed ? VariantAccess::CountElements(*this) : 0;
+        if (count != 0 && count != CountElements(value)) {
             return Fail<VariantEx>(
                 s_variantLog, throwOnError, "[VariantBase::SetValue] Source array has ",
                 CountElements(value), " elements, but variant is fixed at ", count, " elements");
@@ -288,7 +288,7 @@ bool VariantAccess::Store(VariantBase& variant, Texts&& values, bool throwOnErro
     }
     // On failure SetValue keeps the numbers before the bad text, so all texts are checked first.
     // A wrong count is left to SetValue, which rejects it before it parses a text.
-    const auto count = static_cast<std::size_t>(isFixed ? variant.GetNumberOfElements() : 0);
+    const std::size_t count = isFixed ? CountElements(variant) : 0;
     if (count == 0 || count == values.size()) {
         const int elementCode = variant.GetTypeID() & TypeID::ELEMENT_BITS;
         VisitElementType(elementCode, false, [&]<class E>(ElementTag<E>) {

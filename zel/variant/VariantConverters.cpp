@@ -38,7 +38,7 @@ bool VariantValueConverter<SourceT, TargetT>::GetValueImp(const VariantBase* var
 template <class SourceE, class TargetE>
 bool VariantValueConverter<std::vector<SourceE>, std::vector<TargetE>>::SetValueImp(
     VariantBase* variant, const std::vector<SourceE>& value, bool throwOnError) {
-    const auto count = static_cast<std::size_t>(variant->GetNumberOfElements());
+    const std::size_t count = VariantAccess::CountElements(*variant);
     if (VariantAccess::IsFixed(*variant) && count != value.size()) {
         return Fail<VariantEx>(s_variantLog, throwOnError,
                                "[VariantValueConverter< std::vector< SourceT >, std::vector< "

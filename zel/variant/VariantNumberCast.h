@@ -1,12 +1,15 @@
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <limits>
 #include <type_traits>
 
 namespace zel {
 
 // Casts any number, with a defined result for those that don't fit: an integer keeps its low bits,
-// a floating-point number saturates, and a NaN gives 0 if the target is an integer.
+// a finite floating-point number saturates, and so does infinity if the target is an integer; a NaN
+// then gives 0.
 template <class Target, class Source>
 Target CastNumber(Source value) {
     if constexpr (std::is_floating_point_v<Source> && std::is_integral_v<Target>) {
@@ -18,6 +21,9 @@ Target CastNumber(Source value) {
             return value >= above ? std::numeric_limits<Target>::max() : Target(0);
         }
         return value < lowest ? std::numeric_limits<Target>::min() : static_cast<Target>(value);
+    } else if constexpr (std::is_floating_point_v<Source> && sizeof(Source) > sizeof(Target)) {
+        constexpr Source most = std::numeric_limits<Target>::max();
+        return static_cast<Target>(std::isfinite(value) ? std::clamp(value, -most, most) : value);
     } else {
         return static_cast<Target>(value);
     }
