@@ -45,7 +45,7 @@ CHECKS = (
     ),
     (
         "-elements 1 -- *sparse.m_object",
-        'DataTree "s"..., 9 children = {[0] = DataTree "1" = ""...}',
+        'DataTree "w"... = "v", 9 children = {[0] = DataTree "n" = "v"...}',
     ),
     (
         "-max-depth 1 -- *deep.m_object",

@@ -40,22 +40,12 @@ __attribute__((noinline)) void Stop() {
     asm volatile("");
 }
 
-RCPtr<DataTree> MakeWideTree() {
+RCPtr<DataTree> MakeWideTree(int children) {
     RCPtr<DataTree> wide(new DataTree("wide", "v"));
-    for (int i = 0; i < 100000; ++i) {
+    for (int i = 0; i < children; ++i) {
         wide->AppendChild(new DataTree("n", "v"));
     }
     return wide;
-}
-
-// Returns a tree with an index, whose list of children contains a null pointer.
-RCPtr<DataTree> MakeSparseTree() {
-    RCPtr<DataTree> sparse(new DataTree("sparse", ""));
-    for (int i = 0; i < 10; ++i) {
-        sparse->AppendChild(new DataTree(std::to_string(i), ""));
-    }
-    sparse->DeleteChild("0");
-    return sparse;
 }
 
 RCPtr<DataTree> MakeDeepTree() {
@@ -121,8 +111,10 @@ int main() {
 
     const RCPtr<DataTree> station =
         DataTree::FromString(R"(["station" ."name" = "Harbour" ["logger" ."interval" = "60"]])");
-    const RCPtr<DataTree> wide = MakeWideTree();
-    const RCPtr<DataTree> sparse = MakeSparseTree();
+    const RCPtr<DataTree> wide = MakeWideTree(100000);
+    // Has an index and a null pointer in the list of children.
+    const RCPtr<DataTree> sparse = MakeWideTree(10);
+    sparse->DeleteChild("n");
     const RCPtr<DataTree> deep = MakeDeepTree();
     const RCPtr<DataTable> users = MakeUsers();
 
