@@ -82,6 +82,13 @@ TEST_F(SettledFilesTest, ReportsByTheWayAFileAppears) {
     const auto openForReading = [](const fs::path& path) {
         ::close(::open(path.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600));
     };
+    const auto linkAndOpen = [&](const fs::path& path) {
+        link(path);
+        Write(m_root / "d/g");
+        std::ofstream out(path);
+        fs::remove(m_root / "d/g");
+        EXPECT_EQ(Tick(0), "");
+    };
     const auto renameDirectory = [&](const fs::path& path) {
         fs::rename(path.parent_path(), m_root / "e");
         Tick(0);
@@ -113,6 +120,7 @@ TEST_F(SettledFilesTest, ReportsByTheWayAFileAppears) {
         {"moved", NEVER, move, "f "},
         {"linked", NEVER, link, ""},
         {"linked, period over", 0, link, "f "},
+        {"opened after other events", 0, linkAndOpen, "f "},
         {"opened for reading", 0, openForReading, "f "},
         {"renamed directory", NEVER, renameDirectory, "f "},
         {"replaced root", NEVER, replaceRoot, "f "},

@@ -12,11 +12,11 @@ namespace zel::platform {
 class WriteMonitor {
 public:
     enum class Event {
-        Created,             // a new name; an earlier file of that name no longer matters
-        Opened,              // by its creator: ClosedAfterWriting will follow
-        ClosedAfterWriting,  // by one of its writers
-        ClosedAfterReading,  // possibly by its creator
-        MovedIn,             // under this name, from elsewhere
+        Created,  // a new name; a program that creates it by opening it causes Opened, too
+        Opened,   // for reading or writing
+        ClosedAfterWriting,
+        ClosedAfterReading,
+        MovedIn,  // under this name, from elsewhere
         Removed,
     };
     using Handler = std::function<void(const std::string& path, Event event)>;

@@ -73,7 +73,8 @@ public:
     }
 
 private:
-    enum class Phase { Unknown, Writing, Written };
+    // Created is a file that was not opened yet: it is a link, or will be opened by its creator.
+    enum class Phase { Unknown, Created, Writing, Written };
 
     // A file that was not reported yet.
     struct Candidate {
@@ -115,7 +116,7 @@ private:
 
     void Handle(const std::string& path, WriteMonitor::Event event) {
         if (event == WriteMonitor::Event::Created) {
-            StartPeriod(path, m_candidates[path]);
+            StartPeriod(path, m_candidates[path], Phase::Created);
         } else if (event == WriteMonitor::Event::MovedIn) {
             m_candidates[path].phase = Phase::Written;
         } else if (event != WriteMonitor::Event::Removed) {
@@ -131,10 +132,11 @@ private:
             return;
         }
         Candidate& candidate = found->second;
-        if (event == WriteMonitor::Event::Opened) {
-            candidate.phase = Phase::Writing;
-        } else if (event == WriteMonitor::Event::ClosedAfterWriting) {
+        if (event == WriteMonitor::Event::ClosedAfterWriting) {
             candidate.phase = Phase::Written;
+        } else if (event == WriteMonitor::Event::Opened) {
+            const bool isCreator = candidate.phase == Phase::Created;
+            candidate.phase = isCreator ? Phase::Writing : candidate.phase;
         } else if (candidate.phase == Phase::Writing) {
             // Its creator may have opened it for reading only: no other closing may follow.
             StartPeriod(path, candidate);
@@ -150,8 +152,9 @@ private:
         }
     }
 
-    void StartPeriod(const std::string& path, Candidate& candidate) const {
-        candidate = {Phase::Unknown, ReadStamp(path), Timer::GetTime() + m_settleSeconds};
+    void StartPeriod(const std::string& path, Candidate& candidate,
+                     Phase phase = Phase::Unknown) const {
+        candidate = {phase, ReadStamp(path), Timer::GetTime() + m_settleSeconds};
     }
 
     std::vector<std::string> CollectSettled() {
@@ -165,11 +168,14 @@ private:
     }
 
     bool IsSettled(const std::string& path, Candidate& candidate) const {
-        if (candidate.phase != Phase::Unknown || Timer::GetTime() < candidate.periodEnd) {
+        if (candidate.phase == Phase::Writing || candidate.phase == Phase::Written) {
             return candidate.phase == Phase::Written;
         }
+        if (Timer::GetTime() < candidate.periodEnd) {
+            return false;
+        }
         const Stamp before = candidate.stamp;
-        StartPeriod(path, candidate);
+        StartPeriod(path, candidate, candidate.phase);
         return candidate.stamp == before;
     }
 

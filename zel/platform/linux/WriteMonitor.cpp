@@ -69,37 +69,34 @@ private:
         }
     }
 
-    // To create a file by opening it causes IN_CREATE and directly after that IN_OPEN. A link to a
-    // file causes only IN_CREATE: it may be complete, and nothing more is reported about it.
     void RecordFile(const Inotify::Event& event) {
         const auto directory = m_directories.find(event.watch);
-        if (directory == m_directories.end()) {
-            return;
-        }
-        std::string path = directory->second + '/' + std::string(event.name);
-        const bool isCreator = std::exchange(m_created, std::string()) == path;
-        if ((event.flags & IN_CREATE) != 0) {
-            m_created = path;
-            m_events.emplace_back(std::move(path), Event::Created);
-        } else if ((event.flags & IN_OPEN) == 0) {
-            m_events.emplace_back(std::move(path), ToEvent(event.flags));
-        } else if (isCreator) {
-            m_events.emplace_back(std::move(path), Event::Opened);
+        if (directory != m_directories.end()) {
+            m_events.emplace_back(directory->second + '/' + std::string(event.name),
+                                  ToEvent(event.flags));
         }
     }
 
     static Event ToEvent(std::uint32_t flags) noexcept {
-        return (flags & IN_CLOSE_WRITE) != 0     ? Event::ClosedAfterWriting
-               : (flags & IN_CLOSE_NOWRITE) != 0 ? Event::ClosedAfterReading
-               : (flags & IN_MOVED_TO) != 0      ? Event::MovedIn
-                                                 : Event::Removed;
+        constexpr std::pair<std::uint32_t, Event> events[] = {
+            {IN_CREATE, Event::Created},
+            {IN_OPEN, Event::Opened},
+            {IN_CLOSE_WRITE, Event::ClosedAfterWriting},
+            {IN_CLOSE_NOWRITE, Event::ClosedAfterReading},
+            {IN_MOVED_TO, Event::MovedIn},
+        };
+        for (const auto& [flag, event] : events) {
+            if ((flags & flag) != 0) {
+                return event;
+            }
+        }
+        return Event::Removed;
     }
 
     Inotify m_inotify;
     std::unordered_map<std::string, int> m_watches;
     std::unordered_map<int, std::string> m_directories;
     std::vector<std::pair<std::string, Event>> m_events;
-    std::string m_created;  // the path of the last event, if that was IN_CREATE
     bool m_isComplete = true;
     int m_error = 0;  // of the last Add
 };
