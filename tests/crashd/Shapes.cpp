@@ -43,7 +43,7 @@ void StartWorker() {
     std::atexit([] { s_worker.join(); });
 }
 
-// The library's file blocks whoever opens it.
+// Opening the library's file blocks.
 void DieInUnreadablePlugin() {
     const std::filesystem::path file = std::filesystem::absolute("left_plugin.so");
     std::filesystem::copy_file(ZEL_CRASH_PLUGIN, file);

@@ -179,8 +179,8 @@ private:
 };
 
 // Runs the launch in a process that shares this one's memory, while this one waits: no page is
-// copied, however large the program is. The process signals nobody when it ends, so that neither a
-// handler of SIGCHLD nor a `wait` of the program sees it. Returns the error number.
+// copied, however large the program is. The process sends no signal when it ends, so that neither
+// a handler of SIGCHLD nor a `wait` of the program sees it. Returns the error number.
 int RunBetween(Launch& launch) {
     constexpr std::size_t stackSize = 128 * 1024;
     std::vector<std::max_align_t> stack(stackSize / sizeof(std::max_align_t));
@@ -190,7 +190,7 @@ int RunBetween(Launch& launch) {
     if (between < 0) {
         return errno;
     }
-    while (waitpid(between, nullptr, __WCLONE) < 0 && errno == EINTR) {
+    while (waitpid(between, nullptr, static_cast<int>(__WCLONE)) < 0 && errno == EINTR) {
     }
     return launch.error;
 }
