@@ -90,12 +90,16 @@ TEST(DataTreeTest, MatchesAListThroughRandomChanges) {
             model.erase(found, isKnown ? std::next(found) : found);
         }
         std::set<std::string> names;
+        std::string text = "[\"root\"\n";
         for (const Tree& child : model) {
             names.insert(child->GetName());
+            text += "   [\"" + child->GetName() + "\"]\n";
         }
         std::list<Tree> children{nullptr};
         tree->GetChildren(&children);
         ASSERT_TRUE(children == model) << round;
+        ASSERT_EQ(tree->ToString(), text + "]\n") << round;
+        ASSERT_EQ(tree->Clone()->ToString(), text + "]\n") << round;
         ASSERT_EQ(tree->GetChildCount(), names.size()) << round;
     }
 }
