@@ -87,24 +87,25 @@ public:
     virtual void SetMaximumValue() = 0;
     ///@}
 
-    /// Compares this variant with `other`, whose value is first read into this variant's type by
-    /// the rules of GetValue; so only `other` is converted. A null `other` and a rejected read are
-    /// failures; the former isn't logged.
+    /// Compares this variant with `other`. The value of `other` is first read into this variant's
+    /// type by the rules of GetValue; this variant isn't converted. It is a failure if that read is
+    /// rejected, or if `other` is null, which isn't logged.
     ///
-    /// Arrays are compared pair by pair. `expandSingle` makes an array of one element as long as
-    /// the other array, by repeating the element; arrays that still differ in length compare false.
-    /// How the pairs combine depends on the last argument, **which has opposite senses**:
+    /// Arrays are compared pair by pair. With `expandSingle`, the element of an array of one is
+    /// repeated to the length of the other array. Arrays that then differ in length compare false.
+    /// The last argument selects how the pairs combine, **with opposite senses**:
     ///
-    /// | Functions | Last argument | true | false | No pair |
+    /// | Functions | Last argument | true | false | Both arrays empty |
     /// |---|---|---|---|---|
-    /// | IsEqual | `requireAll` | all pairs are equal | one pair is | `requireAll` |
-    /// | the four of order | `requireAny` | one pair is in order | all pairs are | `!requireAny` |
+    /// | IsEqual | `requireAll` | all pairs must be equal | one equal pair suffices | `requireAll` |
+    /// | the four of order | `requireAny` | one pair in order suffices | all pairs must be in order | `!requireAny` |
     ///
-    /// Scalars ignore the last two arguments. A NaN is unequal to everything and in no order.
+    /// Scalars ignore the last two arguments. A NaN is unequal to everything, and neither less nor
+    /// greater than anything.
     virtual bool IsEqual(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
                          bool requireAll) const = 0;
 
-    /// Returns the opposite of IsEqual, so true on failure.
+    /// Returns the opposite of IsEqual, and therefore true on failure.
     virtual bool IsNotEqual(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
                             bool requireAll) const;
 
@@ -120,11 +121,11 @@ public:
                                         bool expandSingle, bool requireAny) const = 0;
     ///@}
 
-    /// Compares with a variant that no `RCPtr` owns, such as a local variable, or with one that is
-    /// const. By reference, `other` is copied first; an `RCPtr` shares it.
+    /// Compare with a variant that is const, or that no `RCPtr` owns, such as a local variable. A
+    /// variant passed by reference is copied first.
     ///
-    /// Do not pass the address of a local variable: it is taken for a new variant, which the
-    /// comparison deletes.
+    /// Do not pass the address of a local variable: it converts to an `RCPtr`, which deletes the
+    /// variable after the comparison.
     ///@{
     bool IsEqual(const VariantBase& other, bool throwOnError, bool expandSingle,
                  bool requireAll) const;
