@@ -44,16 +44,13 @@ TEST(VariantTest, EachTypeKnowsItsIdentifierNameAndSizes) {
 }
 
 TEST(VariantTest, TheFactoryKnowsItsIdentifiersAndNoOthers) {
-    const test::ScopedLogger log(5);
-    log.logger->SetAreaLevel("Variant", 5);
+    const test::ScopedLogger log;
     EXPECT_EQ(VariantBase::CreateByID(0x111)->GetTypeName(), "U8[0]");
     EXPECT_EQ(VariantBase::CreateByID(0x80)->GetTypeName(), "string");
     for (const int id : {0, 0x13, 0x1011, 0x1211, -1 & ~0x100, 0x200, 0x10, 0x311}) {
         EXPECT_FALSE(VariantBase::CreateByID(id)) << id;
     }
     EXPECT_EQ(log.sink->TakeText(), R"(
-5 Variant [VariantBase::CreateVariantByID] Created variant of type std::vector< ::uint8_t >(id=529)
-5 Variant [VariantBase::CreateVariantByID] Created variant of type std::string (id=128)
 3 Variant [VariantBase::CreateVariantByID] Illegal type specifier passed (both variable-sized and fixed-size array flags asserted)!)");
     EXPECT_EQ(VariantBase::MakeID(false, 1), 0x11);
     EXPECT_EQ(VariantBase::MakeID(true, 8), 0x28);
@@ -95,7 +92,6 @@ TEST(VariantTest, LimitsAreThoseOfTheType) {
         {"string", "\x01\x01", "\xFF\xFF"},
         {"U64", "0", "18446744073709551615"},
         {"S8[2]", "-128`-128", "127`127"},
-        {"S64", "-9223372036854775808", "9223372036854775807"},
         {"F32", "1.1754944e-38", "3.4028235e+38"},
         {"D64[1]", "2.2250738585072014e-308", "1.7976931348623157e+308"},
     };
@@ -133,20 +129,20 @@ TEST(VariantTest, OnlyANumericScalarIsADouble) {
     EXPECT_FALSE(Variant<double>().GetValueAsDouble(nullptr, false));
     EXPECT_EQ(log.sink->TakeText(), "");
     EXPECT_EQ(value, 18446744073709551616.0);
+    const std::string text = typeid(std::string).name();
     EXPECT_EQ(ThrownBy([] { Variant<signed char>().GetValueAsDouble(nullptr, true); }),
               "VariantEx: [Variant< ::int8_t >::GetValueAsDouble] Unable to convert NULL pointer "
               "to double!");
     EXPECT_EQ(ThrownBy([&] { Variant<std::string>().GetValueAsDouble(&value, true); }),
-              std::string("VariantEx: Unable to convert from ") + typeid(std::string).name() +
-                  " to double!");
+              "VariantEx: Unable to convert from " + text + " to double!");
 }
 
 TEST(VariantTest, LogsAndThrowsInItsLogArea) {
     const test::ScopedLogger log;
     log.logger->SetAreaLevel("Variant", 5);
+    EXPECT_EQ(ThrownBy([] { VariantBase::Throw(nullptr); }), "");
     VariantBase::LogMessage(nullptr);
     VariantBase::LogDebugMessage(nullptr);
-    VariantBase::Throw(nullptr);
     VariantBase::LogMessage("three");
     VariantBase::LogDebugMessage("five");
     EXPECT_EQ(ThrownBy([] { VariantBase::Throw("two"); }), "VariantEx: two");
