@@ -28,8 +28,9 @@ constexpr std::string_view USAGE =
        tree_document [--compact | --save] delete FILE NAME...
 
 print writes the document to standard output, set and delete write it with their change, or save it
-in FILE if --save is given. FILE "-" is standard input. NAME... is the path of a node below the root, one name per level;
-of several nodes of one name the first is used. set creates the node if only the last NAME is missing.
+in FILE if --save is given. FILE "-" is standard input. NAME... is the path of a node below the root,
+one name per level; of several nodes of one name the first is used. set creates the node if only the
+last NAME is missing.
 )";
 
 std::runtime_error PathError(Words path, std::string_view message) {

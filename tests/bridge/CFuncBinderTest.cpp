@@ -49,16 +49,11 @@ TEST_F(CFuncBinderTest, PassesEveryKindOfArgument) {
                  0.1, 7, 1e300, 0.25L, &most);
     EXPECT_EQ(most, ULLONG_MAX);
 
-    int calls = 0;
-    RegisterFunction(m_keys, [&](const char* text, int* pointer) {
-        ++*pointer;
-        return text + 1;
-    });
+    RegisterFunction(m_keys, [](const char* text) { return text + 1; });
     const char* text = "";
-    ZelCppBridge(m_keys, "Ada", &calls, &text);
-    ZelCppBridge(m_keys, "Ada", &calls, static_cast<const char**>(nullptr));
+    ZelCppBridge(m_keys, "Ada", &text);
+    ZelCppBridge(m_keys, "Bob", static_cast<const char**>(nullptr));
     EXPECT_STREQ(text, "da");
-    EXPECT_EQ(calls, 2);
 }
 
 TEST_F(CFuncBinderTest, ExistsWhileItHasUsersAndDeletesEachBinderOnce) {

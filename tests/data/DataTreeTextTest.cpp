@@ -2,12 +2,10 @@
 
 #include "tests/support/RecordingLogSink.h"
 #include "tests/support/SmallStackThread.h"
-#include "tests/support/TemporaryFolder.h"
 #include "tests/support/Thrown.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <sstream>
 #include <tuple>
 #include <utility>
@@ -99,21 +97,6 @@ TEST(DataTreeTextTest, LeavesTheStreamAtItsEndOrAtTheError) {
     EXPECT_THROW(DataTree::ReadFrom(bad), DataTreeEx);
     EXPECT_TRUE(bad.good());
     EXPECT_EQ(bad.get(), 'r');
-}
-
-TEST(DataTreeTextTest, LoadsAFileAndNamesItInErrors) {
-    const test::TemporaryFolder folder;
-    const std::string path = folder / "tree";
-    std::ofstream(path) << "[\"a\"\n]]";
-    const auto load = [](const std::string& from) {
-        return ThrownBy<DataTreeEx>([&] { DataTree::Load(from.c_str()); });
-    };
-    EXPECT_EQ(load(path), "DataTreeEx: Unexpected closing tag (" + path + ": line 2, column 2)");
-    for (const std::string& none : {std::string(folder / ""), path + "none", std::string()}) {
-        EXPECT_EQ(load(none), "DataTreeEx: Could not open input file " + none);
-    }
-    std::ofstream(path) << "[\"a\" .\"b\"=\"c\"]";
-    EXPECT_EQ(DataTree::Load(path.c_str())->GetChildValue("b"), "c");
 }
 
 TEST(DataTreeTextTest, AMillionLevelsOrChildrenNeedConstantStack) {

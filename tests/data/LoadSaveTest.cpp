@@ -45,11 +45,17 @@ TEST(LoadSaveTest, LoadReportsPathReasonAndLine) {
                                  : "DataTableEx: Could not load " + path + ": " + reason + " (" +
                                        path + ": line " + line + ")");
     }
-    const std::string none = folder / "none";
-    EXPECT_EQ(ThrownBy<DataTableEx>([&] { Load(none); }),
-              "DataTableEx: Could not load " + none + ": No such file or directory");
-    EXPECT_EQ(ThrownBy<DataTableEx>([&] { Load(folder / ""); }),
-              "DataTableEx: Could not load " + std::string(folder / "") + ": Is a directory");
+    std::ofstream(path) << "[\"a\"\n]]";
+    EXPECT_EQ(ThrownBy([&] { DataTree::Load(path.c_str()); }),
+              "DataTreeEx: Unexpected closing tag (" + path + ": line 2, column 2)");
+    const std::tuple<std::string, std::string> files[] = {
+        {folder / "none", "No such file or directory"}, {folder / "", "Is a directory"}};
+    for (const auto& [file, reason] : files) {
+        EXPECT_EQ(ThrownBy([&] { Load(file); }),
+                  "DataTableEx: Could not load " + file + ": " + reason);
+        EXPECT_EQ(ThrownBy([&] { DataTree::Load(file.c_str()); }),
+                  "DataTreeEx: Could not open input file " + file);
+    }
 }
 
 TEST(LoadSaveTest, SaveReplacesTheFileALinkPointsTo) {
