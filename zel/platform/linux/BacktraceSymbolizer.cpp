@@ -126,9 +126,12 @@ struct CrashModule {
     // Creates the state, if there is none yet. Returns false, with the system's error number, if
     // the module can't be read.
     bool Open() {
+        if (state != nullptr) {
+            return true;
+        }
         const char* const file = module->l_name[0] == '\0' ? ProgramFile() : module->l_name;
         // For a missing file the library would use the program's.
-        if (state == nullptr && access(file, R_OK) == 0) {
+        if (access(file, R_OK) == 0) {
             state = backtrace_create_state(file, THREADED, IgnoreError, nullptr);
         }
         return state != nullptr;

@@ -5,6 +5,7 @@
 #include "zel/platform/linux/ThreadTimer.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
@@ -17,7 +18,7 @@ namespace zel::platform {
 
 namespace {
 
-constexpr std::int64_t WRITER_TIMEOUT = 5'000'000'000;  // nanoseconds
+constexpr std::chrono::seconds WRITER_TIMEOUT{5};
 
 // Suppresses the signal of a pipe without a reader for the calling thread.
 class SuppressedPipeSignal {
@@ -72,10 +73,10 @@ bool HasWriter(int reader) noexcept {
     return poll(&end, 1, 0) == 0;
 }
 
-// Interrupts a blocking call of this thread after the time limit.
-class CallTimeout {
+// Interrupts the blocking calls of this thread again and again, so that it can check the time.
+class InterruptedCalls {
 public:
-    CallTimeout() noexcept {
+    InterruptedCalls() noexcept {
         struct sigaction action = {};
         action.sa_handler = [](int) {};
         sigaction(SIGALRM, &action, &m_action);
@@ -83,12 +84,13 @@ public:
         sigemptyset(&alarm);
         sigaddset(&alarm, SIGALRM);
         pthread_sigmask(SIG_UNBLOCK, &alarm, &m_mask);
+        constexpr long tenthOfSecond = 100'000'000;
         if (m_timer.Create(SIGALRM)) {
-            m_timer.Set(ThreadTimer::Now() + WRITER_TIMEOUT);
+            m_timer.SetInterval(tenthOfSecond);
         }
     }
 
-    ~CallTimeout() {
+    ~InterruptedCalls() {
         const int error = errno;
         m_timer.Delete();
         pthread_sigmask(SIG_SETMASK, &m_mask, nullptr);
@@ -96,8 +98,8 @@ public:
         errno = error;
     }
 
-    CallTimeout(const CallTimeout&) = delete;
-    CallTimeout& operator=(const CallTimeout&) = delete;
+    InterruptedCalls(const InterruptedCalls&) = delete;
+    InterruptedCalls& operator=(const InterruptedCalls&) = delete;
 
 private:
     ThreadTimer m_timer;
@@ -209,8 +211,11 @@ bool CrashChannelReader::OpenPath(const char* path) noexcept {
         errno = EINVAL;
         return false;
     }
-    const CallTimeout timeout;
-    m_reader = open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    const InterruptedCalls interruptedCalls;
+    const auto end = std::chrono::steady_clock::now() + WRITER_TIMEOUT;
+    do {
+        m_reader = open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    } while (m_reader < 0 && errno == EINTR && std::chrono::steady_clock::now() < end);
     if (m_reader < 0 && errno == EINTR) {
         errno = ETIMEDOUT;
     }

@@ -5,9 +5,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <csetjmp>
 #include <csignal>
-#include <limits>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -15,11 +15,14 @@ namespace zel::platform {
 
 namespace {
 
-constexpr std::int64_t NO_DEADLINE = std::numeric_limits<std::int64_t>::max();
+using Clock = std::chrono::steady_clock;
+
+// How often the time limit is checked, so that nested limits need no timers of their own.
+constexpr long CHECK_INTERVAL = 50'000'000;  // nanoseconds
 
 struct Guard {
     sigjmp_buf recoveryPoint;
-    std::int64_t deadline;
+    Clock::time_point deadline;
     long thread;
 };
 
@@ -35,20 +38,29 @@ Guard* FindOwnGuard() noexcept {
     return guard != nullptr && guard->thread == syscall(SYS_gettid) ? guard : nullptr;
 }
 
-void HandleTimeout(int) noexcept {
+void HandleTimer(int) noexcept {
     Guard* const guard = FindOwnGuard();
-    if (guard != nullptr && ThreadTimer::Now() >= guard->deadline) {
+    if (guard != nullptr && Clock::now() >= guard->deadline) {
         siglongjmp(guard->recoveryPoint, 1);
     }
 }
 
-bool RunWithin(std::int64_t deadline, void (*work)(void*), void* argument) noexcept {
+void UnblockTimer() noexcept {
+    sigset_t alarm;
+    sigemptyset(&alarm);
+    sigaddset(&alarm, SIGALRM);
+    sigprocmask(SIG_UNBLOCK, &alarm, nullptr);
+}
+
+bool RunWithin(Clock::time_point deadline, void (*work)(void*), void* argument) noexcept {
     Guard* const outer = s_guard.load();
     Guard guard;
     guard.deadline = deadline;
-    guard.thread = syscall(SYS_gettid);
-    if (sigsetjmp(guard.recoveryPoint, 1) != 0) {
+    guard.thread = outer != nullptr ? outer->thread : syscall(SYS_gettid);
+    // The mask isn't saved, because that is a call of the system for each frame of a walk.
+    if (sigsetjmp(guard.recoveryPoint, 0) != 0) {
         s_guard = outer;
+        UnblockTimer();
         return false;
     }
     s_guard = &guard;
@@ -57,21 +69,15 @@ bool RunWithin(std::int64_t deadline, void (*work)(void*), void* argument) noexc
     return true;
 }
 
-void CreateTimer(void*) {
+void StartTimer(void*) {
     struct sigaction action = {};
-    action.sa_handler = HandleTimeout;
-    action.sa_flags = SA_ONSTACK | SA_NODEFER;
+    action.sa_handler = HandleTimer;
+    action.sa_flags = SA_ONSTACK | SA_NODEFER | SA_RESTART;
     sigaction(SIGALRM, &action, nullptr);
-    sigset_t alarm;
-    sigemptyset(&alarm);
-    sigaddset(&alarm, SIGALRM);
-    sigprocmask(SIG_UNBLOCK, &alarm, nullptr);
+    UnblockTimer();
     s_hasTimer = s_timer.Create(SIGALRM);
-}
-
-void SetTimer(std::int64_t deadline) noexcept {
     if (s_hasTimer) {
-        s_timer.Set(deadline == NO_DEADLINE ? ThreadTimer::NEVER : deadline);
+        s_timer.SetInterval(CHECK_INTERVAL);
     }
 }
 
@@ -85,16 +91,18 @@ void AbandonGuardedWork() noexcept {
 
 bool DoGuarded(void (*work)(void*), void* argument, std::chrono::milliseconds limit) noexcept {
     const Guard* const outer = s_guard.load();
-    const std::int64_t outerDeadline = outer == nullptr ? NO_DEADLINE : outer->deadline;
+    const Clock::time_point deadline = Clock::now() + limit;
+    if (outer != nullptr) {
+        return RunWithin(std::min(deadline, outer->deadline), work, argument);
+    }
     // A sandbox may answer the calls of a timer by a fault; the work then runs without a limit.
-    if (outer == nullptr && !RunWithin(NO_DEADLINE, CreateTimer, nullptr)) {
+    if (!RunWithin(deadline, StartTimer, nullptr)) {
         s_hasTimer = false;
     }
-    const std::int64_t deadline =
-        std::min(outerDeadline, ThreadTimer::Now() + std::chrono::nanoseconds(limit).count());
-    SetTimer(deadline);
     const bool isDone = RunWithin(deadline, work, argument);
-    SetTimer(outerDeadline);
+    if (s_hasTimer) {
+        s_timer.Delete();
+    }
     return isDone;
 }
 
