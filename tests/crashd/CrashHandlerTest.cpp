@@ -98,7 +98,7 @@ bool IsOutOfReach(const std::string& death, const std::string& place) {
 
 TEST(CrashHandlerTest, ReportsEveryDeathOnceInEveryPlace) {
     for (const char* const place :
-         {"main", "thread", "foreign", "unprotected", "plugin", "destructor"}) {
+         {"main", "thread", "native thread", "unprotected", "plugin", "destructor"}) {
         for (Row row : deaths) {
             row.place = place;
             if (row.place == "plugin" && row.death != "overflow" && row.death != "smashed") {

@@ -125,19 +125,19 @@ void ReportReadyAndWait() {
 }
 
 struct DyingThread : Thread {
-    void Run() override { DieAsTold(); }
+    void Run() override { DieAsRequested(); }
 };
 
-void DieOnOurThread() {
+void DieOnThread() {
     const RCPtr<DyingThread> thread(new DyingThread);
     thread->Start();
     thread->Join();
 }
 
-void DieOnForeignThread() {
+void DieOnNativeThread() {
     std::thread([] {
         CrashHandler::ProtectThisThread();
-        DieAsTold();
+        DieAsRequested();
     }).join();
 }
 
@@ -147,7 +147,7 @@ void DieOnUnprotectedThread() {
         while (access("/proc/self/exe", F_OK) == 0) {
             std::this_thread::yield();
         }
-        DieAsTold();
+        DieAsRequested();
     }).detach();
     pthread_exit(nullptr);
 }
@@ -166,7 +166,7 @@ void DieOnSmallStack() {
 }
 
 struct DyingAtExit {
-    ~DyingAtExit() noexcept(false) { DieAsTold(); }
+    ~DyingAtExit() noexcept(false) { DieAsRequested(); }
 };
 
 void DieInDestructor() {
@@ -194,12 +194,12 @@ const std::map<std::string, Work> s_works = {
     {"fork", CrashInFork},
     {"children", [] { _exit(wait(nullptr) < 0 ? 0 : 1); }},
     // Places.
-    {"main", DieAsTold},
-    {"thread", DieOnOurThread},
-    {"foreign", DieOnForeignThread},
+    {"main", DieAsRequested},
+    {"thread", DieOnThread},
+    {"native thread", DieOnNativeThread},
     {"unprotected", DieOnUnprotectedThread},
     {"small stack", DieOnSmallStack},
-    {"plugin", [] { DieInPlugin(ZEL_CRASH_PLUGIN, DieAsTold); }},
+    {"plugin", [] { DieInPlugin(ZEL_CRASH_PLUGIN, DieAsRequested); }},
     {"destructor", DieInDestructor},
 };
 
@@ -231,7 +231,7 @@ void SetUp(const std::string& shape) {
 
 }  // namespace
 
-void DieAsTold() {
+void DieAsRequested() {
     Do(s_works, s_death.substr(0, s_death.find(':')));
 }
 

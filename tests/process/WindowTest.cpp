@@ -117,14 +117,14 @@ TEST_P(WindowTest, RaisesAndFocusesTheTopmostWindowWithThatTitle) {
     const xcb_window_t upper = screen.Show(first, "Open orders");
     const xcb_window_t untitled = screen.Show(first, "");
     const xcb_window_t longOne = screen.Show(first, longTitle);
-    const xcb_window_t foreign = screen.Show(second, "Open orders");
+    const xcb_window_t other = screen.Show(second, "Open orders");
     const struct {
         unsigned int pid;
         std::string title;
         xcb_window_t inFront;
     } rows[] = {
-        {first, "open ORDERS", upper}, {second, "Open orders", foreign},
-        {second, "Open", foreign},     {second, "", foreign},
+        {first, "open ORDERS", upper}, {second, "Open orders", other},
+        {second, "Open", other},       {second, "", other},
         {first, "Orders", orders},     {first, longTitle, orders},
         {0, "Open orders", orders},    {first, longTitle.substr(0, 254), longOne},
         {first, "", untitled},

@@ -134,13 +134,13 @@ TEST(VariantConversionTest, AFixedSizeIsComparedAndNamedAsItIs) {
 }
 
 TEST(VariantConversionTest, AClassWithAnotherTypeIDIsRejected) {
-    struct Foreign : Variant<float> {
+    struct UserDefined : Variant<float> {
         int GetTypeID() const override { return 0x24; }
-    } foreign;
+    } variant;
     int number = 7;
-    EXPECT_FALSE(foreign.SetValue(1, false));
-    EXPECT_FALSE(foreign.GetValue(&number, false));
-    EXPECT_FALSE(foreign.SetValue(std::string("1"), false));
+    EXPECT_FALSE(variant.SetValue(1, false));
+    EXPECT_FALSE(variant.GetValue(&number, false));
+    EXPECT_FALSE(variant.SetValue(std::string("1"), false));
     EXPECT_EQ(number, 7);
 }
 
