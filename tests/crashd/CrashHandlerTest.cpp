@@ -67,21 +67,22 @@ std::string ReportOf(int signal, const std::string& reason, const std::string& f
 }
 
 const std::string first = "0 crashd_tests \\S+ \\S*";
-const std::string runtime = "0 libc[^]*crashd_tests [^]*DieAsTold";
+const std::string runtime = "0 libc[^]*crashd_tests [^]*DieAsRequested";
 const std::string violation = "EXCEPTION_ACCESS_VIOLATION";
 const std::string noncontinuable = "EXCEPTION_NONCONTINUABLE_EXCEPTION";
 const std::string report = ReportOf(SIGSEGV, violation, first + "WriteToNowhere");
 const std::string abortReport = ReportOf(SIGABRT, noncontinuable, runtime);
 
 const Row deaths[] = {
-    {"null", SIGSEGV, ReportOf(SIGSEGV, violation, first + "WriteToNowhere[^]*DieAsTold")},
+    {"null", SIGSEGV, ReportOf(SIGSEGV, violation, first + "WriteToNowhere[^]*DieAsRequested")},
     {"overflow", SIGSEGV, ReportOf(SIGSEGV, "EXCEPTION_STACK_OVERFLOW", first + "Recurse")},
     {"division", SIGFPE,
-     ReportOf(SIGFPE, "EXCEPTION_INT_DIVIDE_BY_ZERO", "0 crashd_tests [^]*DieAsTold")},
-    {"cut", SIGBUS, ReportOf(SIGBUS, "EXCEPTION_IN_PAGE_ERROR", "0 crashd_tests [^]*DieAsTold")},
+     ReportOf(SIGFPE, "EXCEPTION_INT_DIVIDE_BY_ZERO", "0 crashd_tests [^]*DieAsRequested")},
+    {"cut", SIGBUS,
+     ReportOf(SIGBUS, "EXCEPTION_IN_PAGE_ERROR", "0 crashd_tests [^]*DieAsRequested")},
     {"jump", SIGSEGV,
      ReportOf(SIGSEGV, violation,
-              "0 \\?{3} 0x00001000 \\?{3} \\(\\?{3}:0\\) \n1 crashd_tests [^]*DieAsTold")},
+              "0 \\?{3} 0x00001000 \\?{3} \\(\\?{3}:0\\) \n1 crashd_tests [^]*DieAsRequested")},
     {"smashed", SIGSEGV, ReportOf(SIGSEGV, violation, first + "SmashStack")},
     {"abort", SIGABRT, abortReport},
     {"throw", SIGABRT, "  what\\(\\):  nobody catches this\n[^]*" + abortReport},

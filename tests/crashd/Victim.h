@@ -22,7 +22,7 @@ using Work = void (*)();
 int RunVictim(int argc, char** argv);
 
 // Runs the death.
-ZEL_EXPORTED void DieAsTold();
+ZEL_EXPORTED void DieAsRequested();
 
 ZEL_EXPORTED void WriteToNowhere();
 
