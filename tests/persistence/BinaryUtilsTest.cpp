@@ -56,11 +56,13 @@ TEST(BinaryUtilsTest, WritesAndFlushesLikeTheStream) {
         }
     } buffer;
     std::ostream tied(&buffer);
-    DataPacker(&tied, false).Insert(WIDE);
     std::stringstream out("   ");
     DataPacker packer(&out, false);
     packer.Insert(NARROW);
+    out.std::ios::rdbuf(&buffer);
+    packer.Insert(WIDE);
     EXPECT_EQ(buffer.str(), "<ab");
+    out.std::ios::rdbuf(out.rdbuf());
     out.tie(&tied);
     packer.Insert(NARROW);
     out.tie(nullptr);

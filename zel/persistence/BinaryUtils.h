@@ -39,23 +39,23 @@ class DataPacker {
 public:
     /// Writes to `out`, which the caller owns. `flag` is stored and has no effect.
     /// Requires: `out` is not null and outlives the packer.
-    DataPacker(std::ostream* out, bool flag) noexcept : m_flag(flag), m_out(out) {}
+    DataPacker(std::ostream* out, bool flag) noexcept : m_flag(flag), m_area(*out) {}
 
     /// Writes two bytes.
     void Insert(unsigned short value) {
         const char bytes[] = {static_cast<char>(value >> 8), static_cast<char>(value)};
-        PutArea::Write(*m_out, bytes);
+        m_area.Write(bytes);
     }
 
     /// Writes one byte.
     void Insert(unsigned char value) {
         const char bytes[] = {static_cast<char>(value)};
-        PutArea::Write(*m_out, bytes);
+        m_area.Write(bytes);
     }
 
 private:
     [[maybe_unused]] bool m_flag;
-    std::ostream* m_out;
+    PutArea m_area;
 };
 
 /// Reads numbers from a block in memory. A failed read leaves the position and the target
