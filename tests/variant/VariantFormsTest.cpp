@@ -37,7 +37,7 @@ TEST(VariantFormsTest, EveryTypeAndLengthSurvivesEveryForm) {
     test::ForEachElement([]<class E>(ElementTraits<E>) {
         std::vector<Value> values = {new Variant<E>(Sample<E>(1)),
                                      new Variant<std::vector<E>>({Sample<E>(3)}, true)};
-        for (const std::size_t count : {1, 15, 16, 17, 4095, 4097, 20000}) {
+        for (const std::size_t count : {1U, 15U, 16U, 17U, 4095U, 4097U, 20000U}) {
             std::vector<E> elements(count);
             std::generate(elements.begin(), elements.end(),
                           [i = 0]() mutable { return Sample<E>(i += 7); });

@@ -39,7 +39,8 @@ public:
 ///
 /// Thread-safe, except for the functions marked "Unlocked". Each variant has a lock, which the
 /// other functions hold from start to end, also while they log and while they read or write a
-/// stream. The locks of two variants are never held together.
+/// stream; a comparison holds that of its argument first, then its own. The locks of two variants
+/// are never held together.
 ///
 /// Guide: docs/variants.md
 class ZEL_ADVANCED_API VariantBase : public RCObject {

@@ -149,15 +149,20 @@ void WriteValue(std::ostream& out, T value) {
     out.write(bytes, sizeof bytes);
 }
 
-// Returns whether a write may run code of the program, which could change the variant: that of a
-// user-defined buffer, of a tied stream, which is flushed first, or of a file's encoding.
-bool MayRunUserCode(const std::ostream& out) {
+// Returns whether writing a file runs a character conversion that the program defines.
+bool HasUserEncoding(const std::streambuf& buffer) {
     using Encoding = std::codecvt<char, char, std::mbstate_t>;
+    const std::locale locale = buffer.getloc();
+    const Encoding& encoding = std::use_facet<Encoding>(locale);
+    return typeid(encoding) != typeid(Encoding);
+}
+
+// Returns whether a write may run code of the program, which could change the variant: that of a
+// user-defined buffer, of a tied stream, which is flushed first, or of an encoding.
+bool MayRunUserCode(const std::ostream& out) {
     const std::streambuf* const buffer = out.rdbuf();
     return out.tie() != nullptr ||
-           (buffer != nullptr &&
-            (!IsStandardStreambuf(*buffer) ||
-             typeid(std::use_facet<Encoding>(buffer->getloc())) != typeid(Encoding)));
+           (buffer != nullptr && (!IsStandardStreambuf(*buffer) || HasUserEncoding(*buffer)));
 }
 
 // Writes count and numbers in blocks that fit the cache.
