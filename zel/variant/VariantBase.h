@@ -247,8 +247,9 @@ public:
     bool ReadValueFromStream(std::istream& in);
 
     /// Writes the stream form. A string that contains a byte 0 is written whole, but is read only
-    /// up to that byte. The state of the stream isn't checked. Returns false, after logging at
-    /// level 3, only for a scalar with the fixed flag.
+    /// up to that byte. If the stream changes the variant meanwhile, the old value is written. The
+    /// state of the stream isn't checked. Returns false, after logging at level 3, only for a
+    /// scalar with the fixed flag.
     bool WriteValueToStream(std::ostream& out);
 
     /// Reads or writes the buffer form at `buffer`, which needs no alignment and lies outside the
@@ -268,7 +269,8 @@ public:
     /// Returns whether the value is an array, of fixed or variable size. Unlocked.
     bool IsArray() const { return (GetTypeID() & TypeID::ARRAY_BITS) != 0; }
 
-    /// Returns the type name, as CreateByTypeName takes it. Throws `Exception` if the type ID of a
+    /// Returns the type name. CreateByTypeName makes a variant of the same type of it, unless a
+    /// fixed-size array has more than INT_MAX elements. Throws `Exception` if the type ID of a
     /// user-defined class is none of the 22.
     std::string GetTypeName() const;
 
