@@ -8,7 +8,8 @@ namespace zel::platform {
 
 /// Replaces a file as a whole. The content is written to a temporary file in the same directory,
 /// which `Commit` renames to the path. Before that, and after any failure, the old file is
-/// unchanged. Mode and, if permitted, owner of the old file are kept; links are followed.
+/// unchanged. Mode and, if permitted, owner and group of the old file are kept; links are followed,
+/// also to a file that is missing.
 ///
 /// Not thread-safe.
 class FileReplacement {

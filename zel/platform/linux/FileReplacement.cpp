@@ -8,7 +8,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace zel::platform {
@@ -16,11 +18,21 @@ namespace zel::platform {
 namespace {
 
 constexpr mode_t ALL_MODE_BITS = 07777;
+constexpr mode_t PERMISSIONS = 0777;
 
-std::string ResolveLinks(const std::string& path) {
+// A link to a missing file is followed too: the file is created where the link points to.
+std::string ResolveLinks(const std::filesystem::path& path) {
     const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.c_str(), nullptr),
                                                                &std::free);
-    return resolved ? resolved.get() : path;
+    if (resolved) {
+        return resolved.get();
+    }
+    std::error_code error(errno, std::generic_category());
+    if (error != std::errc::no_such_file_or_directory) {
+        return path;
+    }
+    const std::filesystem::path target = std::filesystem::read_symlink(path, error);
+    return error ? path.string() : ResolveLinks(path.parent_path() / target);
 }
 
 // Returns the error number if the existing file must not be replaced, or 0.
@@ -39,11 +51,18 @@ std::string MakeTemporaryName() {
     return ".zel-" + std::to_string(::getpid()) + '-' + std::to_string(s_count++) + ".tmp";
 }
 
-// Where the old owner or mode can't be set, the file keeps the stricter mode of its creation.
+// Without permission to set the old group, the caller's group gets the rights of all others.
 void CopyOwnerAndMode(int file, const struct stat& status) noexcept {
-    if (::fchown(file, status.st_uid, status.st_gid) == 0) {
-        static_cast<void>(::fchmod(file, status.st_mode & ALL_MODE_BITS));
+    constexpr uid_t unchanged = static_cast<uid_t>(-1);
+    constexpr int bitsPerClass = 3;
+    mode_t mode = status.st_mode & ALL_MODE_BITS;
+    if (::fchown(file, status.st_uid, status.st_gid) != 0) {
+        mode &= PERMISSIONS;
+        if (::fchown(file, unchanged, status.st_gid) != 0) {
+            mode = (mode & ~mode_t{S_IRWXG}) | (mode & S_IRWXO) << bitsPerClass;
+        }
     }
+    static_cast<void>(::fchmod(file, mode));
 }
 
 }  // namespace
@@ -52,14 +71,15 @@ struct FileReplacement::State {
     explicit State(const std::string& path)
         : target(ResolveLinks(path)), directory(DirectoryOf(target)) {}
 
-    void Create(mode_t mode) {
+    // Creates the temporary file. Returns the error number, or 0.
+    int Create(mode_t mode) {
         constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
         // A process of the same number may have left its temporary files.
         do {
             temporary = directory + '/' + MakeTemporaryName();
             file = Descriptor(::open(temporary.c_str(), flags, mode));
         } while (!file.IsOpen() && errno == EEXIST);
-        error = file.IsOpen() ? 0 : errno;
+        return file.IsOpen() ? 0 : errno;
     }
 
     const std::string target;
@@ -71,15 +91,15 @@ struct FileReplacement::State {
 
 FileReplacement::FileReplacement(const std::string& path) : m_state(std::make_unique<State>(path)) {
     constexpr mode_t modeOfNewFiles = 0666;
-    constexpr mode_t permissions = 0777;
+    constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
     struct stat status = {};
     if (::stat(m_state->target.c_str(), &status) != 0) {
-        m_state->Create(modeOfNewFiles);
+        m_state->error = errno == ENOENT ? m_state->Create(modeOfNewFiles) : errno;
         return;
     }
     m_state->error = CheckReplaceable(m_state->target, status);
     if (m_state->error == 0) {
-        m_state->Create(status.st_mode & permissions);
+        m_state->error = m_state->Create(ownerOnly);
     }
     if (m_state->error == 0) {
         CopyOwnerAndMode(m_state->file.Get(), status);
