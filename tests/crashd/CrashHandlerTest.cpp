@@ -193,8 +193,9 @@ const Row shapes[] = {
 
 TEST(CrashHandlerTest, ReportsProgramsOfEveryShapeOnceAndNoOtherEnd) {
     for (const Row& row : shapes) {
-        // The sanitizers' own needs come first.
-        const bool isStarved = row.shape.starts_with("no ") || row.place == "small stack";
+        // The sanitizers' own needs come first, and their signal handlers.
+        const bool isStarved = row.shape.starts_with("no ") || row.shape.ends_with(" timers") ||
+                               row.place == "small stack";
         if (!isSanitized || !isStarved) {
             Expect(row);
         }
@@ -202,12 +203,15 @@ TEST(CrashHandlerTest, ReportsProgramsOfEveryShapeOnceAndNoOtherEnd) {
 }
 
 TEST(CrashHandlerTest, LeavesOutALibraryThatCannotBeReadInTime) {
+    if (isSanitized) {
+        GTEST_SKIP() << "a sanitizer may defer the signal of the time limit";
+    }
     const std::string unread =
         "\nAsserts: \\w+:libbacktrace:125;\n[^]*\n" + first +
         "WriteToNowhere[^]*\n[0-9]+ left_plugin\\.so 0x\\w+ \\+0x\\w+ \\(\\?{3}:0\\) \n"
         "[0-9]+ crashd_tests \\w+ \\S*DieInPlugin";
     for (const char* const place : {"unreadable plugin", "signal wait"}) {
-        Expect({"null", SIGSEGV, isSanitized ? "" : unread, "", "", place});
+        Expect({"null", SIGSEGV, unread, "", "", place});
     }
 }
 
