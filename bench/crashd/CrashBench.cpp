@@ -99,7 +99,7 @@ const Comparison s_setUp("Initialize",
                          {{Side::OURS, SetUp<0>}, {"an empty program", StartEmptyProgram}});
 
 const Comparison s_largeSetUp("Initialize in a process of 1 GiB",
-                              {{Side::OURS, SetUp<1024>}, {"an empty program", StartEmptyProgram}});
+                              {{Side::OURS, SetUp<1024>}, {"in a small process", SetUp<0>, 1.2}});
 
 double PrivateKibibytes(pid_t process) {
     std::ifstream in("/proc/" + std::to_string(process) + "/smaps_rollup");
