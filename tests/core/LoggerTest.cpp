@@ -53,9 +53,7 @@ TEST(LoggerTest, NamesTheAreaOfASourceFile) {
     const std::tuple<const char*, const char*, int> rows[] = {
         {"LoggerTestOwn", "LoggerTestOwn", 3},
         {"/a/b/LoggerTestOwn.cpp", "LoggerTestOwn", 3},
-        {"LoggerTestGlobal", "LoggerTestGlobal", -1},
         {"x/Unregistered.cpp", "Unregistered.cpp", -1},
-        {"x/", "", -1},
     };
     for (const auto& [file, area, ownLevel] : rows) {
         std::string name;
@@ -67,8 +65,7 @@ TEST(LoggerTest, NamesTheAreaOfASourceFile) {
     }
 }
 
-class HostileSink : public LogSink {
-public:
+struct HostileSink : LogSink {
     void Write(const LogRecord&) override {
         s_ownLevel.Write(1, 1, "from inside a sink");
         throw std::runtime_error("sink");
@@ -83,7 +80,6 @@ TEST(LoggerTest, DiscardsWhatASinkLogsAndThrows) {
     s_ownLevel.Write(2, 1, std::string_view("a\0b", 3));
     const std::string line("\n2 LoggerTestOwn a\0b", 20);
     EXPECT_EQ(log.sink->TakeText(), line + line);
-    log.logger->RemoveSink(hostile.Get());
     log.logger->RemoveSink(log.sink.Get());
     s_ownLevel.Write(2, 1, "again");
     EXPECT_EQ(log.sink->TakeText(), "");

@@ -15,8 +15,7 @@
 
 namespace zel::stackwalkertest {
 
-class Recorder : public StackWalker {
-public:
+struct Recorder : StackWalker {
     using StackWalker::StackWalker;
 
     bool KnowsLines() const { return service == "libbacktrace"; }
@@ -27,7 +26,6 @@ public:
     std::vector<CallstackEntry> entries;
     std::vector<std::string> lines;
 
-private:
     void OnSymInit(const char* name) override { service = name; }
     void OnLoadModule(const char* file, unsigned long long) override {
         program = program.empty() ? file : program;
@@ -65,10 +63,9 @@ TEST(StackWalkerTest, ReportsTheStackFromTheCallerAndAnEmptyEntryLast) {
     ASSERT_TRUE(ShowFromDepth(walker, 1));
     const StackWalker::CallstackEntry& first = walker.entries.at(0);
     EXPECT_STREQ(first.undecoratedName, "zel::stackwalkertest::ShowFromHere");
-    EXPECT_STREQ(
-        first.fullyUndecoratedName,
-        "zel::stackwalkertest::ShowFromHere(zel::stackwalkertest::Recorder&, void const*)");
-    EXPECT_EQ(walker.lines.at(0).find(first.fullyUndecoratedName), 0U);
+    EXPECT_TRUE(walker.lines.at(0).starts_with(
+        "zel::stackwalkertest::ShowFromHere(zel::stackwalkertest::Recorder&, void const*) ("))
+        << walker.lines.at(0);
     EXPECT_NE(walker.program.find(first.moduleName), std::string::npos);
     if (walker.KnowsLines()) {
         EXPECT_NE(std::string(first.sourceFile).find("StackWalkerTest.cpp"), std::string::npos);
@@ -76,7 +73,6 @@ TEST(StackWalkerTest, ReportsTheStackFromTheCallerAndAnEmptyEntryLast) {
     }
     EXPECT_STREQ(walker.entries.at(2).undecoratedName, "zel::stackwalkertest::ShowFromDepth");
     EXPECT_EQ(walker.types, '0' + std::string(walker.entries.size() - 2, '1') + '2');
-    EXPECT_EQ(walker.entries.back().frameAddress, 0U);
     EXPECT_STREQ(walker.entries.back().symbolName, "");
 }
 

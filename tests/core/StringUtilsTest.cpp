@@ -19,7 +19,7 @@ std::string Read(const std::string& text, int radix = 0) {
     return isRead ? StringUtils::NumberAsString(value) : "-";
 }
 
-TEST(StringUtilsTest, ReadsATextThatIsANumber) {
+TEST(StringUtilsTest, ReadsANumberAndWritesItsShortestText) {
     using Text = const char*;
     const std::tuple<Text, int, Text, Text, Text> rows[] = {
         {"+42", 0, "42", "42", "42"},
@@ -30,11 +30,10 @@ TEST(StringUtilsTest, ReadsATextThatIsANumber) {
         {"0xFFFFFFFF", 0, "-", "4294967295", "-"},
         {"4294967296", 0, "-", "-", "4294967296"},
         {"-2147483648", 0, "-2147483648", "-", "-2147483648"},
-        {"2147483648", 0, "-", "2147483648", "2147483648"},
         {".5e1", 0, "-", "-", "5"},
+        {"5e-324", 0, "-", "-", "5e-324"},
         {"Inf", 0, "-", "-", "inf"},
-        {"-nAN", 0, "-", "-", "-nan"},
-        {"-iNF", 10, "-", "-", "-inf"},
+        {"-nAN", 10, "-", "-", "-nan"},
         {"0x1F", 10, "-", "-", "-"},
         {"1F", 16, "31", "31", "-"},
         {"0x1F", 16, "31", "31", "-"},
@@ -50,25 +49,13 @@ TEST(StringUtilsTest, ReadsATextThatIsANumber) {
         EXPECT_EQ(Read<int>(text), "-") << text;
         EXPECT_EQ(Read<double>(text), "-") << text;
     }
-    std::string text = "old";
-    EXPECT_TRUE(StringUtils::FromString(std::string(), text, 10));
-    EXPECT_EQ(text, "");
-}
-
-TEST(StringUtilsTest, WritesTheShortestTextThatReadsBackToTheSame) {
-    EXPECT_EQ(Read<std::uint8_t>("255"), "255");
     EXPECT_EQ(Read<std::uint8_t>("256"), "-");
     EXPECT_EQ(Read<std::int8_t>("-0x80"), "-128");
-    EXPECT_EQ(Read<std::int8_t>("-129"), "-");
     EXPECT_EQ(Read<float>("0.1"), "0.1");
-    EXPECT_EQ(Read<double>("1e23"), "1e+23");
-    EXPECT_EQ(Read<double>("5e-324"), "5e-324");
-    EXPECT_EQ(Read<long long>("-9223372036854775808"), "-9223372036854775808");
 }
 
 TEST(StringUtilsTest, FormatsLowersAndSwaps) {
-    EXPECT_EQ(StringUtils::Format("%s[%i]", "U16", 8), "U16[8]");
-    EXPECT_EQ(StringUtils::Format("%5000s", "").size(), 5000U);
+    EXPECT_EQ(StringUtils::Format("%5000s%i", "", 8), std::string(5000, ' ') + '8');
     EXPECT_EQ(StringUtils::ToLower("AZ[\xC4]az"), "az[\xC4]az");
     EXPECT_EQ(StringUtils::ByteSwap(0x1234), 0x3412);
 }

@@ -1,7 +1,6 @@
 #include "zel/core/Thread.h"
 
-#include "zel/core/Exception.h"
-#include "zel/core/Timer.h"
+#include "zel/core/CriticalSectionLock.h"
 #include "zel/core/WeakPtr.h"
 
 #include "tests/support/RecordingLogSink.h"
@@ -10,33 +9,31 @@
 
 #include <functional>
 #include <stdexcept>
+#include <thread>
 #include <utility>
+#include <vector>
 
 namespace zel {
 namespace {
 
 constexpr int LONG_ENOUGH = 20000;
 
-class CallingThread : public Thread {
-public:
+struct CallingThread : Thread {
     using Work = std::function<void(CallingThread&)>;
     using Thread::m_stopEvent;
 
     explicit CallingThread(Work work) : Thread("worker"), m_work(std::move(work)) {}
     void Run() override { m_work(*this); }
 
-private:
-    Work m_work;
+    const Work m_work;
 };
 
 TEST(ThreadTest, RunsOnceUntilItIsRequestedToStop) {
     int runs = 0;
-    const auto work = [&](CallingThread& self) {
+    const RCPtr<CallingThread> thread(new CallingThread([&](CallingThread& self) {
         ++runs;
         EXPECT_TRUE(self.m_stopEvent->Wait(LONG_ENOUGH) && self.ShouldStop());
-    };
-    const RCPtr<CallingThread> thread(new CallingThread(work));
-    EXPECT_EQ(thread->GetName(), "worker");
+    }));
     EXPECT_FALSE(thread->IsRunning());
     thread->Join();
     EXPECT_TRUE(thread->Start());
@@ -45,11 +42,7 @@ TEST(ThreadTest, RunsOnceUntilItIsRequestedToStop) {
     thread->RequestStop();
     thread->Join();
     EXPECT_FALSE(thread->IsRunning());
-    const RCPtr<CallingThread> late(new CallingThread(work));
-    late->RequestStop();
-    late->Start();
-    late->Join();
-    EXPECT_EQ(runs, 2);
+    EXPECT_EQ(runs, 1);
 }
 
 TEST(ThreadTest, HoldsItselfAfterItsOwnerReleasedItAndMayJoinItself) {
@@ -66,21 +59,16 @@ TEST(ThreadTest, HoldsItselfAfterItsOwnerReleasedItAndMayJoinItself) {
     EXPECT_TRUE(ended.Wait(LONG_ENOUGH));
 }
 
-TEST(ThreadTest, LogsAnExceptionThatEscapesRunAndEnds) {
+TEST(ThreadTest, RunsAfterAnEarlyRequestToStopAndLogsWhatEscapesRun) {
     const test::ScopedLogger log;
-    const std::pair<CallingThread::Work, std::string> rows[] = {
-        {[](CallingThread&) { throw Exception("SomeEx", "lost", "Some", 7); },
-         "SomeEx: lost (Some:7)"},
-        {[](CallingThread&) { throw std::runtime_error("lost too"); }, "lost too"},
-        {[](CallingThread&) { throw 1; }, "It is of no known type."},
-    };
-    for (const auto& [work, reason] : rows) {
-        const RCPtr<CallingThread> thread(new CallingThread(work));
-        thread->Start();
-        thread->Join();
-        EXPECT_EQ(log.sink->TakeText(),
-                  "\n2 Thread Thread \"worker\" ended by an exception. " + reason);
-    }
+    const RCPtr<CallingThread> thread(new CallingThread([](CallingThread& self) {
+        throw std::runtime_error(self.ShouldStop() ? "stop requested" : "restarted");
+    }));
+    thread->RequestStop();
+    thread->Start();
+    thread->Join();
+    EXPECT_EQ(log.sink->TakeText(),
+              "\n2 Thread Thread \"worker\" ended by an exception. stop requested");
 }
 
 TEST(EventTest, AWaitTakesTheLowestIndexOrAllAndClearsAutomaticEvents) {
@@ -95,7 +83,6 @@ TEST(EventTest, AWaitTakesTheLowestIndexOrAllAndClearsAutomaticEvents) {
     EXPECT_EQ(Event::WaitMultiple(events, true, 0), 0);
     EXPECT_FALSE(events[0]->IsSet());
     EXPECT_EQ(Event::WaitMultiple(events, false, 0), 2);
-    EXPECT_TRUE(events[2]->IsSet());
     events[2]->Set(false);
     EXPECT_EQ(Event::WaitMultiple(events, false, 0), -1);
     EXPECT_EQ(Event::WaitMultiple({}, false, -1), -1);
@@ -114,8 +101,7 @@ TEST(EventTest, OneSignalOfAnAutomaticEventReleasesOneWaiter) {
         }
     };
     {
-        const std::jthread first(wait);
-        const std::jthread second(wait);
+        const std::jthread waiters[] = {std::jthread(wait), std::jthread(wait)};
         for (int i = 0; i < signals; ++i) {
             events[0]->Set(true);
             EXPECT_TRUE(seen.Wait(LONG_ENOUGH));
@@ -125,13 +111,26 @@ TEST(EventTest, OneSignalOfAnAutomaticEventReleasesOneWaiter) {
     EXPECT_EQ(passed, signals);
 }
 
-TEST(TimerTest, MeasuresFromItsConstructionAndItsLastStart) {
-    Timer timer;
-    const double begin = timer.GetStartTime();
-    EXPECT_FALSE(Event(Event::ManualReset).Wait(20));
-    EXPECT_GE(timer.GetElapsedTime(), 0.02);
-    timer.Start();
-    EXPECT_GE(timer.GetStartTime(), begin + 0.02);
+TEST(CriticalSectionTest, ExcludesOtherThreadsUntilTheLastLeave) {
+    CriticalSection cs;
+    constexpr int rounds = 20000;
+    int counter = 0;
+    const auto work = [&] {
+        for (int round = 0; round < rounds; ++round) {
+            const CriticalSectionLock outer(&cs);
+            CriticalSectionLock inner(&cs);
+            inner.Unlock();
+            inner.Unlock();
+            const int seen = counter;
+            if (round % 1000 == 0) {
+                std::this_thread::yield();  // long enough for the others to go to sleep
+            }
+            counter = seen + 1;
+        }
+    };
+    { const std::jthread workers[] = {std::jthread(work), std::jthread(work), std::jthread(work)}; }
+    EXPECT_EQ(counter, 3 * rounds);
+    CriticalSectionLock(nullptr).Unlock();
 }
 
 }  // namespace
