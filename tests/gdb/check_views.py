@@ -44,10 +44,6 @@ CHECKS = (
         'DataTree "w"... = "v", 100000 children = {[0] = DataTree "n" = "v"...}',
     ),
     (
-        "-elements 1 -- *sparse.m_object",
-        'DataTree "w"... = "v", 9 children = {[0] = DataTree "n" = "v"...}',
-    ),
-    (
         "-max-depth 1 -- *deep.m_object",
         'DataTree "0", 1 child = {[0] = DataTree "1", 1 child = {...}}',
     ),

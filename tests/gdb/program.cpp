@@ -22,8 +22,7 @@ struct Derived : Base {
     int m_extra = 8;
 };
 
-class Printer : public EventSink<std::string> {
-public:
+struct Printer : EventSink<std::string> {
     bool OnEvent(const std::string&) override { return true; }
 };
 
@@ -31,8 +30,7 @@ struct Listener {
     void operator()(const std::string&) const {}
 };
 
-class OwnVariant : public Variant<double> {
-public:
+struct OwnVariant : Variant<double> {
     using Variant<double>::Variant;
 };
 
@@ -40,11 +38,13 @@ __attribute__((noinline)) void Stop() {
     asm volatile("");
 }
 
-RCPtr<DataTree> MakeWideTree(int children) {
+// Returns a tree with an index, whose list of children contains a null pointer.
+RCPtr<DataTree> MakeWideTree() {
     RCPtr<DataTree> wide(new DataTree("wide", "v"));
-    for (int i = 0; i < children; ++i) {
+    for (int i = 0; i <= 100000; ++i) {
         wide->AppendChild(new DataTree("n", "v"));
     }
+    wide->DeleteChild("n");
     return wide;
 }
 
@@ -111,10 +111,7 @@ int main() {
 
     const RCPtr<DataTree> station =
         DataTree::FromString(R"(["station" ."name" = "Harbour" ["logger" ."interval" = "60"]])");
-    const RCPtr<DataTree> wide = MakeWideTree(100000);
-    // Has an index and a null pointer in the list of children.
-    const RCPtr<DataTree> sparse = MakeWideTree(10);
-    sparse->DeleteChild("n");
+    const RCPtr<DataTree> wide = MakeWideTree();
     const RCPtr<DataTree> deep = MakeDeepTree();
     const RCPtr<DataTable> users = MakeUsers();
 
