@@ -60,11 +60,9 @@ bool AllDaemonsExit() {
 long CountContextSwitches(pid_t process) {
     std::ifstream in("/proc/" + std::to_string(process) + "/status");
     long sum = 0;
-    for (std::string word; in >> word;) {
-        if (word.find("voluntary_ctxt_switches:") != std::string::npos) {
-            long count = 0;
-            in >> count;
-            sum += count;
+    for (std::string line; std::getline(in, line);) {
+        if (line.find("voluntary_ctxt_switches:") != std::string::npos) {
+            sum += std::stol(line.substr(line.find('\t')));
         }
     }
     return sum;

@@ -33,8 +33,7 @@ struct ImmediateProcessor : zel::CommandProcessor {
 bool IsSteady(const char* machine, double limit) {
     const RCPtr<ImmediateProcessor> processor(new ImmediateProcessor);
     const RCPtr<zel::TimerThread> ticker(new zel::TimerThread(processor, PERIOD, 1, TICKS));
-    zel::Timer timer;
-    timer.Start();
+    const zel::Timer timer;
     ticker->Start();
     ticker->Join();
     const double drift = timer.GetElapsedTime() - TICKS * PERIOD;
