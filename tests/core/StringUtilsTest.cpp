@@ -55,6 +55,9 @@ TEST(StringUtilsTest, ReadsANumberAndWritesItsShortestText) {
 }
 
 TEST(StringUtilsTest, FormatsLowersAndSwaps) {
+    std::string text = "old";
+    EXPECT_TRUE(StringUtils::FromString(std::string(), text, 10));
+    EXPECT_EQ(text, "");
     EXPECT_EQ(StringUtils::Format("%5000s%i", "", 8), std::string(5000, ' ') + '8');
     EXPECT_EQ(StringUtils::ToLower("AZ[\xC4]az"), "az[\xC4]az");
     EXPECT_EQ(StringUtils::ByteSwap(0x1234), 0x3412);

@@ -29,9 +29,7 @@ struct CallingThread : Thread {
 };
 
 TEST(ThreadTest, RunsOnceUntilItIsRequestedToStop) {
-    int runs = 0;
-    const RCPtr<CallingThread> thread(new CallingThread([&](CallingThread& self) {
-        ++runs;
+    const RCPtr<CallingThread> thread(new CallingThread([](CallingThread& self) {
         EXPECT_TRUE(self.m_stopEvent->Wait(LONG_ENOUGH) && self.ShouldStop());
     }));
     EXPECT_FALSE(thread->IsRunning());
@@ -42,7 +40,6 @@ TEST(ThreadTest, RunsOnceUntilItIsRequestedToStop) {
     thread->RequestStop();
     thread->Join();
     EXPECT_FALSE(thread->IsRunning());
-    EXPECT_EQ(runs, 1);
 }
 
 TEST(ThreadTest, HoldsItselfAfterItsOwnerReleasedItAndMayJoinItself) {

@@ -3,25 +3,24 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <list>
+
 namespace zel::test {
 
-// A shell under a unique name, as tests run concurrently.
-class UniqueProgram {
-public:
-    explicit UniqueProgram(std::string programName = "zel_" + std::to_string(::getpid()))
-        : name(std::move(programName)), path(m_folder / name) {
-        std::filesystem::copy_file("/bin/sh", path);
+// Processes of a shell under a unique name, as tests run concurrently.
+struct UniqueProgram {
+    // Starts a process, which runs until the program is destroyed, and returns its ID.
+    pid_t Start() {
+        std::filesystem::copy_file("/bin/sh", path, std::filesystem::copy_options::skip_existing);
+        processes.emplace_back(std::vector<std::string>{path, "-c", "echo; kill -STOP $$"});
+        processes.back().ReadUntil("\n");
+        return processes.back().GetId();
     }
 
-    // Prints a line feed and runs until it is killed.
-    std::vector<std::string> GetCommand() const { return {path, "-c", "echo; kill -STOP $$"}; }
-
-private:
-    const TemporaryFolder m_folder;
-
-public:
-    const std::string name;
-    const std::string path;
+    const std::string name = "zel_" + std::to_string(::getpid());
+    const TemporaryFolder folder{};
+    const std::string path = folder / name;
+    std::list<ChildProcess> processes{};
 };
 
 }  // namespace zel::test

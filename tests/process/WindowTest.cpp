@@ -5,9 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <functional>
 #include <memory>
-#include <optional>
 #include <thread>
+#include <tuple>
 #include <xcb/xcb_ewmh.h>
 
 namespace zel {
@@ -19,8 +20,7 @@ std::shared_ptr<T> Own(T* memory) {
 }
 
 // Polls: a window manager reports its progress by properties of many windows.
-template <class Condition>
-bool Becomes(Condition isTrue) {
+bool Becomes(const std::function<bool()>& isTrue) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     while (!isTrue() && std::chrono::steady_clock::now() < end) {
         std::this_thread::yield();
@@ -31,13 +31,13 @@ bool Becomes(Condition isTrue) {
 // An X server in memory, with or without a window manager.
 class Screen {
 public:
-    explicit Screen(bool isManaged) : m_isManaged(isManaged) {
+    explicit Screen(bool isManaged) {
         ::setenv("DISPLAY", (":" + m_server.ReadUntil("\n")).c_str(), 1);
         m_connection = xcb_connect(nullptr, nullptr);
         xcb_ewmh_init_atoms_replies(&m_hints, xcb_ewmh_init_atoms(m_connection, &m_hints), nullptr);
         m_root = m_hints.screens[0]->root;
         if (isManaged) {
-            m_manager.emplace(std::vector<std::string>{"openbox", "--sm-disable"});
+            m_manager.reset(new test::ChildProcess({"openbox", "--sm-disable"}));
         }
     }
 
@@ -76,7 +76,7 @@ public:
 
 private:
     xcb_window_t GetTop() {
-        if (!m_isManaged) {
+        if (!m_manager) {
             const auto tree = Own(
                 xcb_query_tree_reply(m_connection, xcb_query_tree(m_connection, m_root), nullptr));
             return xcb_query_tree_children(tree.get())[tree->children_len - 1];
@@ -88,10 +88,9 @@ private:
         return windows.windows_len == 0 ? XCB_NONE : windows.windows[windows.windows_len - 1];
     }
 
-    const bool m_isManaged;
     const test::ChildProcess m_server{
         {"Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp"}};
-    std::optional<test::ChildProcess> m_manager;
+    std::unique_ptr<test::ChildProcess> m_manager;
     xcb_connection_t* m_connection = nullptr;
     xcb_ewmh_connection_t m_hints = {};
     xcb_window_t m_root = XCB_NONE;
@@ -100,16 +99,12 @@ private:
 class WindowTest : public ::testing::TestWithParam<bool> {};
 
 TEST_P(WindowTest, RaisesAndFocusesTheTopmostWindowWithThatTitle) {
-    const char* const needed =
-        GetParam() ? "command -v Xvfb openbox >/dev/null" : "command -v Xvfb >/dev/null";
-    if (std::system(needed) != 0) {
+    if (std::system("command -v Xvfb openbox >/dev/null") != 0) {
         GTEST_SKIP() << "this test needs Xvfb and openbox";
     }
     Screen screen(GetParam());
-    const test::UniqueProgram program;
-    const test::ChildProcess child(program.GetCommand());
-    child.ReadUntil("\n");
-    const auto first = static_cast<unsigned int>(child.GetId());
+    test::UniqueProgram program;
+    const auto first = static_cast<unsigned int>(program.Start());
     const auto second = static_cast<unsigned int>(::getpid());
     const std::string longTitle(300, 'x');
     const xcb_window_t orders = screen.Show(first, "Orders");
@@ -118,24 +113,19 @@ TEST_P(WindowTest, RaisesAndFocusesTheTopmostWindowWithThatTitle) {
     const xcb_window_t untitled = screen.Show(first, "");
     const xcb_window_t longOne = screen.Show(first, longTitle);
     const xcb_window_t other = screen.Show(second, "Open orders");
-    const struct {
-        unsigned int pid;
-        std::string title;
-        xcb_window_t inFront;
-    } rows[] = {
+    const std::tuple<unsigned int, std::string, xcb_window_t> rows[] = {
         {first, "open ORDERS", upper}, {second, "Open orders", other},
         {second, "Open", other},       {second, "", other},
         {first, "Orders", orders},     {first, longTitle, orders},
         {0, "Open orders", orders},    {first, longTitle.substr(0, 254), longOne},
         {first, "", untitled},
     };
-    for (const auto& row : rows) {
-        ProcessUtils::SwitchToProcess(row.pid, row.title);
-        EXPECT_TRUE(Becomes([&] { return screen.IsInFront(row.inFront); })) << row.title;
+    for (const auto& [pid, title, inFront] : rows) {
+        ProcessUtils::SwitchToProcess(pid, title);
+        EXPECT_TRUE(Becomes([&, window = inFront] { return screen.IsInFront(window); })) << title;
     }
     ProcessUtils::SwitchToProcess("ZEL" + program.name.substr(3), "orders");
     EXPECT_TRUE(Becomes([&] { return screen.IsInFront(orders); }));
-    ProcessUtils::SwitchToProcess("zel_no_such_process", "orders");
 }
 
 INSTANTIATE_TEST_SUITE_P(WithoutAndWithManager, WindowTest, ::testing::Bool());
