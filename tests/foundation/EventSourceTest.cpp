@@ -5,14 +5,12 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <stdexcept>
 #include <thread>
 
 namespace zel {
 namespace {
 
-class EventSourceTest : public testing::Test {
-protected:
+struct EventSourceTest : testing::Test {
     // Connects a sink that records its name and returns what `stays` returns.
     RCPtr<EventSink<int>> Connect(
         const std::string& name, std::function<bool()> stays = [] { return true; }) {
@@ -33,39 +31,21 @@ protected:
     std::string m_calls;
 };
 
-TEST_F(EventSourceTest, CallsSinksInOrderUntilTheyReturnFalseOrAreRemoved) {
+TEST_F(EventSourceTest, CallsSinksInOrderAndAppliesAChangeFromTheNextFiring) {
     EXPECT_EQ(Fire(0), "");
-    Connect("a");
-    m_source.AddSink(Connect("twice", m_once));
-    Connect("once", m_once);
-    const RCPtr<EventSink<int>> last = Connect("last");
-    EXPECT_EQ(Fire(1), "a1 twice1 twice1 once1 last1 ");
-    EXPECT_EQ(Fire(2), "a2 last2 ");
-    EXPECT_TRUE(m_source.RemoveSink(last.Get()));
-    EXPECT_FALSE(m_source.RemoveSink(last.Get()));
-    EXPECT_EQ(Fire(3), "a3 ");
-}
-
-TEST_F(EventSourceTest, AChangeDuringAFiringTakesEffectFromTheNextOne) {
     RCPtr<EventSink<int>> last;
     Connect("first", [&] {
         Connect("added", m_once);
-        m_source.RemoveSink(last.Get());
+        EXPECT_TRUE(m_source.RemoveSink(last.Get()));
+        EXPECT_FALSE(m_source.RemoveSink(last.Get()));
         return false;
     });
+    Connect("stays");
+    m_source.AddSink(Connect("twice", m_once));
     last = Connect("last");
-    EXPECT_EQ(Fire(1), "first1 last1 ");
-    EXPECT_EQ(Fire(2), "added2 ");
-    EXPECT_EQ(Fire(3), "");
-}
-
-TEST_F(EventSourceTest, AnExceptionEndsTheFiringAndNothingElse) {
-    Connect("thrower", []() -> bool { throw std::runtime_error("sink"); });
-    Connect("next");
-    for (const int firing : {1, 2}) {
-        EXPECT_THROW(Fire(firing), std::runtime_error);
-        EXPECT_EQ(m_calls, "thrower" + std::to_string(firing) + ' ');
-    }
+    EXPECT_EQ(Fire(1), "first1 stays1 twice1 twice1 last1 ");
+    EXPECT_EQ(Fire(2), "stays2 added2 ");
+    EXPECT_EQ(Fire(3), "stays3 ");
 }
 
 TEST_F(EventSourceTest, SkipsAnOwnerThatIsDestroyed) {
@@ -74,13 +54,11 @@ TEST_F(EventSourceTest, SkipsAnOwnerThatIsDestroyed) {
         int sum = 0;
     };
     RCPtr<Owner> owner(new Owner);
-    m_source.Connect(owner, &Owner::Add);
-    m_source.Connect(WeakPtr<Owner>(owner), [](Owner& self, int) { return ++self.sum < 9; });
-    const RCPtr<EventSink<int>> last = m_source.Connect(owner.Get(), &Owner::Add);
+    m_source.Connect(WeakPtr<Owner>(owner), [](Owner& self, int) { return ++self.sum < 1; });
+    const RCPtr<EventSink<int>> last = m_source.Connect(owner, &Owner::Add);
     Fire(4);
     Fire(1);
-    Fire(1);
-    EXPECT_EQ(owner->sum, 14);
+    EXPECT_EQ(owner->sum, 6);
     owner = nullptr;
     Fire(1);
     EXPECT_FALSE(m_source.RemoveSink(last.Get()));
@@ -119,39 +97,35 @@ TEST_F(EventSourceTest, DisconnectWaitsForACallOnAnotherThread) {
 }
 
 TEST_F(EventSourceTest, DestroysASinkWithNoLockHeld) {
-    // Destroyed with the sink that holds it.
-    class Leaver {
-    public:
+    struct Leaver {
         ~Leaver() {
-            EventSource<int> other;
-            std::thread([&] { other.Connect([](int) {}); }).join();
+            std::thread([] { EventSource<int>().Connect([](int) {}); }).join();
         }
     };
     m_source.Connect([leaver = std::make_shared<Leaver>()](int) { return false; });
     m_source.Fire(1);
 }
 
-TEST(EventSourceThreadsTest, FiresAndChangesOnManyThreadsAtOnce) {
-    EventSource<std::string> source;
-    std::atomic<int> steady{0};
-    source.Connect([&](const std::string&) { ++steady; });
+TEST_F(EventSourceTest, FiresAndChangesOnManyThreadsAtOnce) {
     constexpr int rounds = 5000;
+    std::atomic<int> calls{0};
+    m_source.Connect([&](int) { ++calls; });
     const auto fire = [&] {
         for (int i = 0; i < rounds; ++i) {
-            source.Fire("word");
+            m_source.Fire(i);
         }
     };
     {
         const std::jthread changer([&](const std::stop_token& stop) {
             while (!stop.stop_requested()) {
-                source.RemoveSink(source.Connect([](const std::string&) {}).Get());
-                source.Connect([](const std::string&) { return false; });
+                m_source.RemoveSink(m_source.Connect([](int) {}).Get());
+                m_source.Connect([](int) { return false; });
             }
         });
         const std::jthread firing(fire);
         fire();
     }
-    EXPECT_EQ(steady, 2 * rounds);
+    EXPECT_EQ(calls, 2 * rounds);
 }
 
 }  // namespace
