@@ -102,6 +102,20 @@ TEST_F(SettledFilesTest, ReportsByTheWayAFileAppears) {
         Write(m_folder / "aside/f");
         EXPECT_EQ(Tick(0), "");
     };
+    const auto replaceDirectory = [&](const fs::path& path) {
+        Write(path);
+        EXPECT_EQ(Tick(1), "f ");
+        fs::rename(m_root / "d", m_root / "e");
+        Write(m_root / "e/g");
+        fs::create_directory(m_root / "d");
+        Write(path);
+    };
+    const auto replaceByOtherCase = [&](const fs::path& path) {
+        Write(m_root / "d/F");
+        EXPECT_EQ(Tick(1), "F ");
+        fs::remove(m_root / "d/F");
+        Write(path);
+    };
     const auto loseTheClosing = [&](const fs::path& path) {
         std::ofstream out(path);
         EXPECT_EQ(Tick(0), "");
@@ -124,6 +138,8 @@ TEST_F(SettledFilesTest, ReportsByTheWayAFileAppears) {
         {"opened for reading", 0, openForReading, "f "},
         {"renamed directory", NEVER, renameDirectory, "f "},
         {"replaced root", NEVER, replaceRoot, "f "},
+        {"replaced directory", 0, replaceDirectory, "f f g "},
+        {"replaced by a name of other case", NEVER, replaceByOtherCase, "f "},
         {"lost events", 0, loseTheClosing, "f "},
     };
     for (const auto& row : rows) {
@@ -186,6 +202,20 @@ TEST_F(SettledFilesTest, RepeatsAFileWhoseSinkThrew) {
     Write(m_root / "a");
     EXPECT_THROW(Tick(1), std::runtime_error);
     EXPECT_EQ(Tick(2), "a a ");
+}
+
+TEST_F(SettledFilesTest, ReportsNoFileThatASinkHasReplacedBeforeATick) {
+    fs::create_directory(m_root);
+    Watch(NEVER);
+    std::ofstream out;
+    m_files->FileSettled.Connect([&](const std::string&) {
+        fs::remove(m_root / "b");
+        out.open(m_root / "b");
+        m_files->Tick();
+    });
+    Write(m_root / "a");
+    Write(m_root / "b");
+    EXPECT_EQ(Tick(1), "a ");
 }
 
 }  // namespace

@@ -18,6 +18,7 @@ public:
         ClosedAfterReading,
         MovedIn,  // under this name, from elsewhere
         Removed,
+        Replaced,  // the path is a directory: another one, not reported on until now, is there
     };
     using Handler = std::function<void(const std::string& path, Event event)>;
 
@@ -27,7 +28,7 @@ public:
     WriteMonitor& operator=(const WriteMonitor&) = delete;
 
     // Adds a directory, without its subdirectories. Adding it again has no effect unless another
-    // directory has replaced it. A directory that can't be watched is ignored.
+    // directory has replaced it. A directory that can't be watched has no events until it can.
     virtual void Add(const std::string& directory) = 0;
 
     // Returns the limit of the system that kept the last directory from being watched, and the

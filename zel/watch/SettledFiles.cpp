@@ -2,6 +2,7 @@
 
 #include "zel/core/Timer.h"
 #include "zel/foundation/Log.h"
+#include "zel/platform/DirectoryWalk.h"
 #include "zel/platform/WriteMonitor.h"
 #include "zel/watch/FileWatcher.h"
 
@@ -9,7 +10,6 @@
 #include <map>
 #include <set>
 #include <system_error>
-#include <unordered_set>
 #include <vector>
 
 namespace zel {
@@ -49,12 +49,13 @@ public:
           m_watcher(new FileWatcher(path, true, recursive, pollInterval)) {
         m_watcher->FileAdded.Connect([this](const std::string& file) { OnAdded(file); });
         m_watcher->FileRemoved.Connect([this](const std::string& file) { OnRemoved(file); });
-        if (recursive && m_monitor) {
+        if (m_monitor && recursive) {
             m_watcher->DirAdded.Connect([this](const std::string& dir) { Monitor(dir); });
             m_watcher->DirRemoved.Connect(
                 [this](const std::string& dir) { m_monitor->Remove(dir); });
         }
-        List();
+        Monitor(m_path);
+        m_watcher->Tick();
         if (!reportExisting) {
             m_candidates.clear();
         }
@@ -62,11 +63,8 @@ public:
 
     void Tick() {
         CriticalSectionLock lock(&m_cs);
-        List();
-        if (m_monitor &&
-            !m_monitor->Poll([this](const auto& path, auto event) { Handle(path, event); })) {
-            ForgetWriters();
-        }
+        m_watcher->Tick();
+        PollMonitor();
         for (const std::string& path : CollectSettled()) {
             Report(path);
         }
@@ -85,14 +83,18 @@ private:
     using Candidates = std::map<std::string, Candidate>;
 
     // Adds the directory each time, as it may have been created or replaced.
-    void List() {
-        if (m_monitor) {
-            Monitor(m_path);
+    void PollMonitor() {
+        Monitor(m_path);
+        if (m_monitor &&
+            !m_monitor->Poll([this](const auto& path, auto event) { Handle(path, event); })) {
+            ForgetWriters();
         }
-        m_watcher->Tick();
     }
 
     void Monitor(const std::string& directory) {
+        if (!m_monitor) {
+            return;
+        }
         m_monitor->Add(directory);
         const std::string warning = m_monitor->GetWarning();
         if (!warning.empty() && m_reportedWarnings.insert(warning).second) {
@@ -119,6 +121,8 @@ private:
             StartPeriod(path, m_candidates[path], Phase::Created);
         } else if (event == WriteMonitor::Event::MovedIn) {
             m_candidates[path].phase = Phase::Written;
+        } else if (event == WriteMonitor::Event::Replaced) {
+            HandleReplacement(path);
         } else if (event != WriteMonitor::Event::Removed) {
             HandleUse(path, event);
         } else if (!m_listed.contains(path)) {
@@ -143,6 +147,19 @@ private:
         }
     }
 
+    // The listed files may be others under the same names, which the watcher doesn't report.
+    void HandleReplacement(const std::string& directory) {
+        const std::string prefix = directory + platform::DirectoryWalk::SEPARATOR;
+        for (auto file = m_listed.lower_bound(prefix);
+             file != m_listed.end() && file->starts_with(prefix); ++file) {
+            m_candidates.try_emplace(*file);
+        }
+        for (auto entry = m_candidates.lower_bound(prefix);
+             entry != m_candidates.end() && entry->first.starts_with(prefix); ++entry) {
+            StartPeriod(entry->first, entry->second);
+        }
+    }
+
     // The lost events may include the closing of a file.
     void ForgetWriters() {
         for (auto& [path, candidate] : m_candidates) {
@@ -158,9 +175,13 @@ private:
     }
 
     std::vector<std::string> CollectSettled() {
+        std::erase_if(m_candidates, [this](const auto& candidate) {
+            return !m_listed.contains(candidate.first) && !Exists(candidate.first);
+        });
         std::vector<std::string> settled;
         for (auto& [path, candidate] : m_candidates) {
             if (m_listed.contains(path) && IsSettled(path, candidate)) {
+                candidate.phase = Phase::Written;
                 settled.push_back(path);
             }
         }
@@ -179,12 +200,14 @@ private:
         return candidate.stamp == before;
     }
 
-    // Without the candidate, so that a sink may call Tick. It is put back if the sink throws.
+    // Without the candidate, so that a sink may call Tick. It is put back if the sink throws. A
+    // Tick in the sink of another file may have found that this one is being written again.
     void Report(const std::string& path) {
-        auto candidate = Exists(path) ? m_candidates.extract(path) : Candidates::node_type();
-        if (candidate.empty()) {
+        const auto found = m_candidates.find(path);
+        if (found == m_candidates.end() || found->second.phase != Phase::Written || !Exists(path)) {
             return;
         }
+        auto candidate = m_candidates.extract(found);
         try {
             m_fileSettled.Fire(path);
         } catch (...) {
@@ -198,7 +221,7 @@ private:
     const double m_settleSeconds;
     CriticalSection m_cs;
     const std::unique_ptr<WriteMonitor> m_monitor = platform::OpenWriteMonitor();
-    std::unordered_set<std::string> m_listed;
+    std::set<std::string, StrcmpiPred> m_listed;  // as the watcher distinguishes names
     Candidates m_candidates;
     std::set<std::string> m_reportedWarnings;
     const RCPtr<FileWatcher> m_watcher;

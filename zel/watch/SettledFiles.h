@@ -26,14 +26,15 @@ namespace zel {
 /// | is moved into the directory or renamed in it | at once |
 /// | existed before, or appears in another way | when it is unchanged for a period |
 ///
-/// Unchanged are its size and its write time. Other ways are a hard link, or a new subdirectory
-/// whose files were created before it could be watched. The period also applies to a file that
-/// another program has opened and closed for reading while it was being written, and to all files
-/// where the system doesn't report how files are written, such as those of other hosts.
+/// Unchanged are its size and its write time. Other ways are a link, or a new subdirectory whose
+/// files were created before it could be watched. The period also applies to a file that another
+/// program has opened and closed for reading while it was being written, to files being written
+/// when the system has lost events, and to all files where the system doesn't report how files are
+/// written, such as those of other hosts.
 ///
 /// Each file is reported once. A file that is removed before it has settled is not reported, nor is
-/// a later change of a reported file. A file that replaces a reported one under the same name is
-/// reported where the system reports how files are written.
+/// a later change of a reported file. A file that replaces a reported one under the same name, by
+/// itself or with its directory, is reported where the system reports how files are written.
 ///
 /// Sinks are called on this thread, or on the thread that calls `Tick`, with the object's own lock
 /// held. An exception from a sink passes through `Tick`, and the file is reported again by a later
