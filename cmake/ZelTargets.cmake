@@ -1,6 +1,21 @@
 # A function for each kind of target.
 
 include(GNUInstallDirs)
+
+# A Windows program finds DLLs in its own folder, those of the compiler too.
+if(WIN32)
+    set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+    set(ZEL_RUNTIME_LIBRARIES)
+    foreach(library libstdc++-6 libgcc_s_seh-1 libgcc_s_dw2-1 libwinpthread-1)
+        execute_process(
+            COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${library}.dll
+            OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
+        if(EXISTS ${path})
+            list(APPEND ZEL_RUNTIME_LIBRARIES ${path})
+        endif()
+    endforeach()
+    file(COPY ${ZEL_RUNTIME_LIBRARIES} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+endif()
 include(GoogleTest)
 
 if(PROJECT_IS_TOP_LEVEL AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
@@ -30,10 +45,10 @@ function(zel_compile_settings target)
 endfunction()
 
 # zel_library(<target> <name> <macro>)
-# Adds a shared library, to which zel_module() adds sources. Its alias is zel::<name>. <macro>_BUILD
+# Adds a library, to which zel_module() adds sources. Its alias is zel::<name>. <macro>_BUILD
 # is defined for its own sources, so that <macro>_API exports instead of importing.
 function(zel_library target name macro)
-    add_library(${target} SHARED)
+    add_library(${target})
     add_library(zel::${name} ALIAS ${target})
     zel_compile_settings(${target})
     target_compile_definitions(${target} PRIVATE ${macro}_BUILD)
@@ -44,7 +59,13 @@ function(zel_library target name macro)
         SOVERSION ${PROJECT_VERSION_MAJOR}
         INSTALL_RPATH "$ORIGIN"
         VERIFY_INTERFACE_HEADER_SETS ON)
-    if(NOT ZEL_SANITIZE)
+    if(NOT BUILD_SHARED_LIBS)
+        target_compile_definitions(${target} PUBLIC ZEL_STATIC)
+    elseif(WIN32)
+        # The version is part of the DLL's name and not of the import library's.
+        set_target_properties(${target} PROPERTIES
+            RUNTIME_OUTPUT_NAME ${target}-${PROJECT_VERSION_MAJOR})
+    elseif(NOT ZEL_SANITIZE)
         # Sanitized libraries use symbols of the program and share theirs with it.
         set(exports ${PROJECT_SOURCE_DIR}/cmake/exports.map)
         target_link_options(${target} PRIVATE LINKER:-z,defs LINKER:--version-script=${exports})
@@ -69,6 +90,7 @@ endfunction()
 function(zel_test module)
     cmake_parse_arguments(PARSE_ARGV 1 test OPTIMISED "" "")
     set(target ${module}_tests)
+    list(REMOVE_ITEM test_UNPARSED_ARGUMENTS ${ZEL_UNTESTED_SOURCES} "")
     add_executable(${target} ${test_UNPARSED_ARGUMENTS})
     zel_compile_settings(${target})
     if(NOT test_OPTIMISED)

@@ -90,8 +90,9 @@ RCPtr<VariantBase> ReadCell(const Column& column, const std::string& text) {
 Record ReadRecord(const std::vector<Column>& columns, const std::string& line) {
     Words cells = Split(line);
     if (cells.size() > columns.size()) {
-        throw std::runtime_error(
-            zel::StringUtils::Format("%zu cells for %zu columns", cells.size(), columns.size()));
+        throw std::runtime_error(zel::StringUtils::Format("%u cells for %u columns",
+                                                          static_cast<unsigned>(cells.size()),
+                                                          static_cast<unsigned>(columns.size())));
     }
     cells.resize(columns.size());
     Record record;

@@ -126,7 +126,7 @@ TEST(FileLogSinkTest, StartsANewFileIfTheOldOneWasRenamed) {
         std::ifstream in(file);
         EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), text);
     }
-    EXPECT_THROW(FileLogSink((folder / "none/log").string()), Exception);
+    EXPECT_THROW(FileLogSink(folder / "none/log"), Exception);
 }
 
 }  // namespace

@@ -1,21 +1,18 @@
 #include "zel/data/DataTable.h"
 #include "zel/data/DataTree.h"
 
-#include "tests/support/RunInChild.h"
+#include "tests/support/SystemTexts.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/Thrown.h"
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <fstream>
-#include <sys/resource.h>
 #include <tuple>
 
 namespace zel {
 namespace {
 
-namespace fs = std::filesystem;
 using test::ThrownBy;
 
 RCPtr<DataTable> Load(const std::string& path) {
@@ -32,7 +29,7 @@ TEST(LoadSaveTest, LoadReportsPathReasonAndLine) {
     };
     const std::string path = folder / "table";
     for (const auto& [text, reason, line] : rows) {
-        std::ofstream(path) << text;
+        std::ofstream(path, std::ios::binary) << text;
         EXPECT_EQ(ThrownBy<DataTableEx>([&] { EXPECT_EQ(Load(path)->GetField(0), "name"); }),
                   reason.empty() ? ""
                                  : "DataTableEx: Could not load " + path + ": " + reason + " (" +
@@ -41,8 +38,8 @@ TEST(LoadSaveTest, LoadReportsPathReasonAndLine) {
     std::ofstream(path) << "[\"a\"\n]]";
     EXPECT_EQ(ThrownBy([&] { DataTree::Load(path.c_str()); }),
               "DataTreeEx: Unexpected closing tag (" + path + ": line 2, column 2)");
-    const std::tuple<std::string, std::string> files[] = {
-        {folder / "none", "No such file or directory"}, {folder / "", "Is a directory"}};
+    const std::tuple<std::string, std::string> files[] = {{folder / "none", test::MISSING_FILE},
+                                                          {folder / "", test::DIRECTORY}};
     for (const auto& [file, reason] : files) {
         EXPECT_EQ(ThrownBy([&] { Load(file); }),
                   "DataTableEx: Could not load " + file + ": " + reason);
@@ -51,53 +48,33 @@ TEST(LoadSaveTest, LoadReportsPathReasonAndLine) {
     }
 }
 
-TEST(LoadSaveTest, SaveReplacesTheFileALinkPointsTo) {
+TEST(LoadSaveTest, SaveReplacesTheFile) {
     const test::TemporaryFolder folder;
-    const fs::path path = folder / "file";
-    const fs::path link = folder / "link";
-    fs::create_symlink("file", link);
-    const RCPtr<DataTree> tree(new DataTree("root", ""));
-    tree->Save(link);
+    const std::string path = folder / "file";
+    RCPtr<DataTree>(new DataTree("root", ""))->Save(path);
     EXPECT_EQ(DataTree::Load(path.c_str())->GetName(), "root");
-    const fs::perms mode = fs::perms::owner_read | fs::perms::owner_write | fs::perms::others_write;
-    fs::permissions(path, mode);
     const RCPtr<DataTable> table(new DataTable);
     table->AddField(std::string(50'000, 'x'));
-    table->Save(link, ',');
+    table->Save(path, ',');
     EXPECT_EQ(Load(path)->GetField(0), table->GetField(0));
-    EXPECT_TRUE(fs::is_symlink(link));
-    EXPECT_EQ(fs::status(path).permissions(), mode);
 }
 
-TEST(LoadSaveTest, AFailedSaveKeepsTheOldFileAndReportsPathAndReason) {
+TEST(LoadSaveTest, AFailedSaveReportsPathAndReason) {
     const test::TemporaryFolder folder;
-    const fs::path path = folder / "file";
-    std::ofstream(path) << "old";
-    fs::create_symlink("loop", folder / "loop");
-    const RCPtr<DataTree> tree(new DataTree(std::string(50'000, 'x'), ""));
+    const RCPtr<DataTree> tree(new DataTree("tree", ""));
     const RCPtr<DataTable> table(new DataTable);
     table->AddField(tree->GetName());
-    const std::tuple<fs::path, std::string> rows[] = {
-        {path, "File too large"},
-        {folder / "", "Is a directory"},
-        {folder / "none" / "file", "No such file or directory"},
-        {"/dev/null", "Invalid argument"},
-        {folder / "loop", "Too many levels of symbolic links"},
+    const std::tuple<std::string, std::string> rows[] = {
+        {folder / "", test::DIRECTORY},
+        {folder / "none/file", test::MISSING_DIRECTORY},
+        {test::NULL_DEVICE, test::UNSUITABLE_FILE},
     };
-    const int failures = test::RunInChild([&] {
-        const rlimit limit{20'000, 20'000};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-        std::signal(SIGXFSZ, SIG_IGN);
-        for (const auto& [target, reason] : rows) {
-            const std::string message = "Could not save " + target.string() + ": " + reason;
-            EXPECT_EQ(ThrownBy([&] { tree->Save(target); }), "DataTreeEx: " + message);
-            EXPECT_EQ(ThrownBy([&] { table->Save(target, ','); }), "DataTableEx: " + message);
-        }
-        return testing::Test::HasFailure() ? 1 : 0;
-    });
-    EXPECT_EQ(failures, 0);
-    EXPECT_EQ(Load(path)->GetField(0), "old");
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder / ""), {}), 2) << "temporary files";
+    for (const auto& [path, reason] : rows) {
+        const std::string message = "Could not save " + path + ": " + reason;
+        EXPECT_EQ(ThrownBy([&] { tree->Save(path); }), "DataTreeEx: " + message);
+        EXPECT_EQ(ThrownBy([&] { table->Save(path, ','); }), "DataTableEx: " + message);
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(folder / "")) << "temporary files";
 }
 
 }  // namespace

@@ -71,7 +71,7 @@ void WriteAllKinds(Stream& out) {
         << static_cast<unsigned char>('u') << static_cast<signed char>('s') << true << short(-3)
         << 123456 << 1234567890123LL << std::numeric_limits<unsigned long long>::max()
         << std::numeric_limits<long>::min() << static_cast<void*>(nullptr)
-        << std::numeric_limits<double>::infinity() << -std::numeric_limits<float>::quiet_NaN();
+        << std::numeric_limits<double>::infinity() << std::numeric_limits<float>::quiet_NaN();
     for (const double value : {0.0, -0.0, 0.1, 1.0 / 3, 1e6, 1234567.0, 1e-5, 1e300, 5e-324}) {
         out << value << ' ' << static_cast<float>(value) << ' ';
     }

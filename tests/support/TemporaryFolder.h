@@ -1,7 +1,7 @@
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
+#include <random>
 #include <string>
 
 namespace zel::test {
@@ -11,15 +11,17 @@ class TemporaryFolder {
 public:
     explicit TemporaryFolder(
         const std::filesystem::path& parent = std::filesystem::temp_directory_path()) {
-        std::string name = parent / "zel_XXXXXX";
-        m_path = ::mkdtemp(name.data());
+        std::random_device random;
+        do {
+            m_path = parent / ("zel_" + std::to_string(random()));
+        } while (!std::filesystem::create_directory(m_path));
     }
 
     ~TemporaryFolder() { std::filesystem::remove_all(m_path); }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
-    std::filesystem::path operator/(const std::string& name) const { return m_path / name; }
+    std::string operator/(const std::string& name) const { return (m_path / name).string(); }
 
 private:
     std::filesystem::path m_path;

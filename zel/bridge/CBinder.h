@@ -12,10 +12,18 @@ namespace zel {
 /// Lock of the bridge. It is held while a binder runs, and is recursive.
 extern ZEL_ADVANCED_API CriticalSection s_cs;
 
+namespace Imp {
+
+// Overloads, as a compiler may drop an attribute of the list's type from a template argument.
+char* SelectArguments(char* list);
+std::va_list* SelectArguments(...);
+
+}  // namespace Imp
+
 /// Variable arguments of a bridge call: the address of the first argument on targets where
 /// `std::va_list` is a plain `char*`, the address of the list elsewhere. `ArgumentReader` reads
 /// both.
-using CArguments = std::conditional_t<std::is_same_v<std::va_list, char*>, char*, std::va_list*>;
+using CArguments = decltype(Imp::SelectArguments(*static_cast<std::va_list*>(nullptr)));
 
 /// Base class of the functions that `ZelCppBridge` calls. `FunctionBinder` implements it for any
 /// callable; a class of your own reads the arguments itself.

@@ -98,9 +98,10 @@ void CallRegistered(void* function, CArguments arguments) {
     CBinder::GetBinder();
 }
 
-template <class List>
-CArguments AddressOf(List& list) {
-    if constexpr (std::is_same_v<CArguments, std::va_list>) {
+// A template, so that only the branch that fits the system is compiled.
+template <class Arguments>
+Arguments AddressOf(std::va_list& list) {
+    if constexpr (std::is_same_v<Arguments, char*>) {
         return list;
     } else {
         return &list;
@@ -115,7 +116,7 @@ void ZelCppBridge(void* function, ...) {
     std::va_list arguments;
     va_start(arguments, function);
     try {
-        zel::CallRegistered(function, zel::AddressOf(arguments));
+        zel::CallRegistered(function, zel::AddressOf<zel::CArguments>(arguments));
     } catch (...) {
         va_end(arguments);
         throw;

@@ -45,13 +45,15 @@ private:
         return TakeFrom<T>(m_arguments);
     }
 
-    template <class T, class List>
-    static T TakeFrom(List& list) {
-        if constexpr (std::is_same_v<List, std::va_list*>) {
-            return va_arg(*list, T);
-        } else {
-            return va_arg(list, T);
-        }
+    // Overloads, as a deduced type isn't always accepted as a list of arguments.
+    template <class T>
+    static T TakeFrom(std::va_list& list) {
+        return va_arg(list, T);
+    }
+
+    template <class T>
+    static T TakeFrom(std::va_list* list) {
+        return va_arg(*list, T);
     }
 
     CArguments m_arguments;

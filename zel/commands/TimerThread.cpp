@@ -8,6 +8,9 @@
 
 namespace zel {
 
+// Defined here too, as a DLL exports only what it defines outside a class.
+constexpr int TimerThread::FOREVER;
+
 namespace {
 
 const LogArea s_log("CommandProcessor", -1);

@@ -77,7 +77,7 @@ private:
     CriticalSection m_cs;
 };
 
-extern template class ZEL_ADVANCED_API
-    AsyncCommandForRCObject<TimerThread, void (TimerThread::*)(int), int>;
+ZEL_EXTERN_TEMPLATE(
+    class ZEL_ADVANCED_API AsyncCommandForRCObject<TimerThread, void (TimerThread::*)(int), int>);
 
 }  // namespace zel

@@ -4,8 +4,6 @@
 
 namespace zel {
 
-constinit thread_local char t_threadIdentity = 0;
-
 namespace {
 
 constexpr int SPIN_ROUNDS = 100;
@@ -27,7 +25,7 @@ std::string CriticalSection::GetName() const {
 
 bool CriticalSection::TryEnter() noexcept {
     const void* none = nullptr;
-    return m_owner.compare_exchange_strong(none, &t_threadIdentity, std::memory_order_acquire,
+    return m_owner.compare_exchange_strong(none, ThreadIdentity(), std::memory_order_acquire,
                                            std::memory_order_relaxed);
 }
 

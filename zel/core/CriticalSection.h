@@ -9,9 +9,6 @@
 
 namespace zel {
 
-/// Identifies the calling thread by its address; its value is not used.
-extern constinit thread_local char t_threadIdentity ZEL_CORE_THREAD_LOCAL;
-
 /// A recursive mutual-exclusion lock for short, mostly uncontended sections. Entering costs one
 /// atomic instruction, leaving a plain store, and entering again on the same thread a comparison.
 /// A thread that has to wait spins briefly and then sleeps.
@@ -39,7 +36,7 @@ public:
     /// Acquires the lock, or increments its depth if the calling thread already holds it. Blocks
     /// while another thread holds it.
     void Enter() noexcept {
-        const void* const self = &t_threadIdentity;
+        const void* const self = ThreadIdentity();
         if (m_owner.load(std::memory_order_relaxed) == self) {
             ++m_depth;
             return;

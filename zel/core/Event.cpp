@@ -7,6 +7,10 @@
 
 namespace zel {
 
+// Defined here too, as a DLL exports only what it defines outside a class.
+constexpr int Event::ManualReset;
+constexpr int Event::AutomaticReset;
+
 namespace {
 
 // All events share one mutex and one list of waiting threads: WaitMultiple must check and clear

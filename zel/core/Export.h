@@ -1,26 +1,63 @@
 #pragma once
 
 /// @file
-/// Export macros of libzelCore.
+/// Export macros of libzelCore, and what its inline code needs of the system.
 
-/// Marks what libzelCore exports. All other symbols are hidden.
+/// Marks what libzelCore exports. All other symbols are hidden. Programs that link to the static
+/// library on Windows define `ZEL_STATIC`; the CMake package does it for them.
 ///
 /// @def ZEL_CORE_API
 
-/// Marks an exported thread-local variable that inline code reads. It selects an access without a
-/// function call if the object format has one.
+/// Declares an explicit instantiation that the library contains, so that programs don't compile
+/// their own. Empty on Windows, where a DLL doesn't export the members defined inside a class.
 ///
-/// @def ZEL_CORE_THREAD_LOCAL
+/// @def ZEL_EXTERN_TEMPLATE
 
 #if defined(_WIN32)
-#if defined(ZEL_CORE_BUILD)
+
+#define ZEL_EXTERN_TEMPLATE(...)
+
+#if defined(ZEL_STATIC)
+#define ZEL_CORE_API
+#elif defined(ZEL_CORE_BUILD)
 #define ZEL_CORE_API __declspec(dllexport)
 #else
 #define ZEL_CORE_API __declspec(dllimport)
 #endif
-// A DLL can't export a thread-local variable.
-#define ZEL_CORE_THREAD_LOCAL
+
+namespace zel {
+
+/// Returns an address that identifies the calling thread. It is that of the system's own data of
+/// the thread, as a DLL can't export a thread-local variable.
+inline const void* ThreadIdentity() noexcept {
+    const void* block = nullptr;
+#if defined(_WIN64)
+    asm("movq %%gs:0x30, %0" : "=r"(block));
 #else
+    asm("movl %%fs:0x18, %0" : "=r"(block));
+#endif
+    return block;
+}
+
+}  // namespace zel
+
+#else
+
+#define ZEL_EXTERN_TEMPLATE(...) extern template __VA_ARGS__
 #define ZEL_CORE_API __attribute__((visibility("default")))
-#define ZEL_CORE_THREAD_LOCAL __attribute__((visibility("default"), tls_model("initial-exec")))
+
+namespace zel {
+
+/// Identifies the calling thread by its address; its value is not used. The model selects an access
+/// without a function call.
+extern constinit thread_local char t_threadIdentity
+    __attribute__((visibility("default"), tls_model("initial-exec")));
+
+/// Returns an address that identifies the calling thread.
+inline const void* ThreadIdentity() noexcept {
+    return &t_threadIdentity;
+}
+
+}  // namespace zel
+
 #endif

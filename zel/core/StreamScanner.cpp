@@ -6,6 +6,9 @@
 
 namespace zel {
 
+// Defined here too, as a DLL exports only what it defines outside a class.
+constexpr int StreamScanner::End;
+
 namespace {
 
 // Accesses the get area of any stream buffer. The members are protected, but a pointer to one of

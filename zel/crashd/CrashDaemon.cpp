@@ -3,10 +3,9 @@
 #include "zel/core/StringUtils.h"
 #include "zel/platform/CrashChannel.h"
 #include "zel/platform/HelperProcess.h"
-#include "zel/platform/SystemErrorText.h"
+#include "zel/platform/SystemError.h"
 #include "zel/platform/ThreadInfo.h"
 
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -43,7 +42,7 @@ zel_crash_msg_s MakeOwnFault(int error) {
     record.timestamp = static_cast<std::uint32_t>(std::time(nullptr));
     SetText(record.ancillary,
             StringUtils::Format("CrashHandler Daemon fault - bailing! LastError=%d: %s\n", error,
-                                platform::SystemErrorText(error)));
+                                platform::SystemErrorText(error).c_str()));
     return record;
 }
 
@@ -65,7 +64,7 @@ zel_crash_msg_s MakeOwnFault(int error) {
 bool ReceiveCrashMessage(const char* pipeName) {
     platform::CrashChannelReader channel;
     if (!channel.Open(pipeName)) {
-        const int error = errno;
+        const int error = platform::LastSystemError();
         std::cerr << "crashd: Failed to open the crash data pipe '" << pipeName << "'\n"
                   << std::flush;
         ExitProcess(error);
@@ -92,7 +91,7 @@ bool ReadCrashMessage(const std::function<std::size_t(void* buffer, std::size_t 
 }
 
 void CheckCrashMessage(zel_crash_msg_s& record, std::ostream& out) {
-    const int error = errno;
+    const int error = platform::LastSystemError();
     if (record.magic != MAGIC) {
         out << StringUtils::Format("crashd: MAGIC bytes are wrong (0x%08x)!\n", record.magic)
             << std::flush;

@@ -6,10 +6,10 @@
 #include "zel/platform/FaultTrap.h"
 #include "zel/platform/HelperProcess.h"
 #include "zel/platform/PathName.h"
+#include "zel/platform/SystemError.h"
 #include "zel/platform/ThreadInfo.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -55,7 +55,7 @@ void EndLostHelper() {
 
 bool CreateChannel() {
     if (!s_channel.Create()) {
-        const int error = errno;
+        const int error = platform::LastSystemError();
         Log(s_log, 2, "[CrashHandler::Initialize] Error creating the NamedPipe. System said '",
             error, "'");
         return false;
@@ -65,7 +65,7 @@ bool CreateChannel() {
 
 bool StartDaemon(const std::string& variable, char** arguments, platform::HelperProcess& daemon) {
     if (!daemon.Start(variable, s_channel, arguments)) {
-        const int error = errno;
+        const int error = platform::LastSystemError();
         Log(s_log, 2,
             "[CrashHandler::Initialize] Could not start crash daemon process! System said: '",
             error, "'");

@@ -1,7 +1,7 @@
 #include "zel/core/StringUtils.h"
 #include "zel/crashd/CrashDaemon.h"
 #include "zel/crashd/CrashHandler.h"
-#include "zel/platform/SystemErrorText.h"
+#include "zel/platform/SystemError.h"
 
 #include <algorithm>
 #include <ctime>
@@ -23,7 +23,7 @@ std::string TimeText(std::uint32_t timestamp) {
 }
 
 std::string ErrorText(int number) {
-    return StringUtils::Format("(%d) %s", number, platform::SystemErrorText(number));
+    return StringUtils::Format("(%d) %s", number, platform::SystemErrorText(number).c_str());
 }
 
 std::string HeadText(const zel_crash_msg_s& record) {
@@ -59,7 +59,8 @@ void PrintCrashReport(const zel_crash_msg_s& record, std::ostream& out) {
     const std::size_t count =
         std::min<std::size_t>(record.stack_count, std::size(record.stack_addresses));
     for (std::size_t i = 0; i < count; ++i) {
-        text += StringUtils::Format("\n\t[%zu] %08X", i, record.stack_addresses[i]);
+        text += StringUtils::Format("\n\t[%u] %08X", static_cast<unsigned>(i),
+                                    record.stack_addresses[i]);
     }
     text += "\nAncillary data:\n";
     text += record.ancillary;

@@ -1,7 +1,7 @@
 #include "zel/core/StringUtils.h"
 #include "zel/crashd/CrashHandler.h"
 #include "zel/platform/NewFile.h"
-#include "zel/platform/SystemErrorText.h"
+#include "zel/platform/SystemError.h"
 
 #include <ctime>
 #include <iostream>

@@ -1,7 +1,7 @@
 #include "zel/core/LineReader.h"
 #include "zel/data/DataTable.h"
 #include "zel/foundation/Log.h"
-#include "zel/platform/SystemErrorText.h"
+#include "zel/platform/SystemError.h"
 
 #include <algorithm>
 #include <array>
@@ -179,7 +179,8 @@ RCPtr<DataTable> DataTable::Load(const std::string& path, const char* separators
                                  bool skipToBlankLine) {
     std::ifstream in(path, std::ios_base::binary);
     if (!in) {
-        Throw<DataTableEx>(s_log, "Could not load ", path, ": ", platform::LastSystemErrorText());
+        Throw<DataTableEx>(s_log, "Could not load ", path, ": ",
+                           platform::SystemErrorText(platform::LastSystemError()));
     }
     RCPtr<DataTable> table(new DataTable);
     try {

@@ -1,7 +1,7 @@
 #include "zel/data/SaveFile.h"
 
 #include "zel/platform/FileReplacement.h"
-#include "zel/platform/SystemErrorText.h"
+#include "zel/platform/SystemError.h"
 
 #include <ostream>
 #include <streambuf>
@@ -36,7 +36,7 @@ std::string SaveFile(const std::string& path, const std::function<void(std::ostr
     std::ostream out(&buffer);
     write(out);
     const int error = file.Commit();
-    return error == 0 ? "" : platform::SystemErrorText(error);
+    return error == 0 ? std::string() : platform::SystemErrorText(error);
 }
 
 }  // namespace zel

@@ -233,9 +233,9 @@ EventSource<T>::~EventSource() = default;
 
 class TimerThread;
 
-extern template class ZEL_ADVANCED_API EventSinkList<TimerThread*>;
-extern template class ZEL_ADVANCED_API EventSource<TimerThread*>;
-extern template class ZEL_ADVANCED_API EventSinkList<std::string>;
-extern template class ZEL_ADVANCED_API EventSource<std::string>;
+ZEL_EXTERN_TEMPLATE(class ZEL_ADVANCED_API EventSinkList<TimerThread*>);
+ZEL_EXTERN_TEMPLATE(class ZEL_ADVANCED_API EventSource<TimerThread*>);
+ZEL_EXTERN_TEMPLATE(class ZEL_ADVANCED_API EventSinkList<std::string>);
+ZEL_EXTERN_TEMPLATE(class ZEL_ADVANCED_API EventSource<std::string>);
 
 }  // namespace zel

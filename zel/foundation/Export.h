@@ -8,7 +8,9 @@
 /// @def ZEL_ADVANCED_API
 
 #if defined(_WIN32)
-#if defined(ZEL_ADVANCED_BUILD)
+#if defined(ZEL_STATIC)
+#define ZEL_ADVANCED_API
+#elif defined(ZEL_ADVANCED_BUILD)
 #define ZEL_ADVANCED_API __declspec(dllexport)
 #else
 #define ZEL_ADVANCED_API __declspec(dllimport)

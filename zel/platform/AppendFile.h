@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -7,7 +8,7 @@ namespace zel::platform {
 
 /// Appends to the file that a path currently names: after the opened file has been renamed or
 /// removed, the next `Append` starts a new one. Each `Append` is one write, so that lines of
-/// several processes don't mix.
+/// several processes don't mix. Each system implements this.
 ///
 /// Not thread-safe.
 class AppendFile {
@@ -24,12 +25,8 @@ public:
     bool Append(std::string_view text) noexcept;
 
 private:
-    bool PathNamesOpenFile() const noexcept;
-    void Open() noexcept;
-    void Close() noexcept;
-
-    const std::string m_path;
-    int m_descriptor = -1;
+    struct Body;
+    const std::unique_ptr<Body> m_body;
 };
 
 }  // namespace zel::platform

@@ -6,11 +6,12 @@
 namespace zel::platform {
 
 /// Blocks threads on a 32-bit word and wakes them: the system's part of a contended lock. Each
-/// system implements these. They don't allocate, don't throw and leave `errno` unchanged.
+/// system implements these. They don't allocate, don't throw and leave the system's error number
+/// unchanged.
 
 /// Blocks while `word` holds `expected`. Returns after `UnparkOne` for that word, at once if the
 /// word has another value, and sometimes without a reason: the caller checks again. If
-/// `ProcessWideBarrier` is unsupported, it also returns after at most one millisecond.
+/// `ProcessWideBarrier` may have no effect, it also returns after some milliseconds.
 void Park(std::atomic<std::uint32_t>& word, std::uint32_t expected) noexcept;
 
 /// Wakes one thread that is blocked on `word`, if there is one.

@@ -305,11 +305,11 @@ bool VariantAccess::Store(VariantBase& variant, Texts&& values, bool throwOnErro
     return variant.SetValue(values, throwOnError);
 }
 
-#define ZEL_INSTANTIATE_VALUE_ACCESS(T, ...)                            \
-    template bool VariantBase::StoreValue(const T&, bool);              \
-    template bool VariantBase::StoreValue(const std::vector<T>&, bool); \
-    template bool VariantBase::FetchValue(T*, bool) const;              \
-    template bool VariantBase::FetchValue(std::vector<T>*, bool) const;
+#define ZEL_INSTANTIATE_VALUE_ACCESS(T, ...)                                             \
+    template ZEL_ADVANCED_API bool VariantBase::StoreValue(const T&, bool);              \
+    template ZEL_ADVANCED_API bool VariantBase::StoreValue(const std::vector<T>&, bool); \
+    template ZEL_ADVANCED_API bool VariantBase::FetchValue(T*, bool) const;              \
+    template ZEL_ADVANCED_API bool VariantBase::FetchValue(std::vector<T>*, bool) const;
 ZEL_FOR_EACH_ELEMENT(ZEL_INSTANTIATE_VALUE_ACCESS)
 #undef ZEL_INSTANTIATE_VALUE_ACCESS
 

@@ -9,7 +9,7 @@ namespace zel {
 /// The limits of an element type that SetMinimumValue and SetMaximumValue of VariantBase set. A
 /// string keeps its length. Not thread-safe.
 template <VariantElement T>
-class Variant_GetLimitsImp {
+class ZEL_ADVANCED_API Variant_GetLimitsImp {
 public:
     /// Sets `value` to the limit.
     ///@{
@@ -32,7 +32,7 @@ ZEL_ADVANCED_API void SetNumberOfElementsImp(std::vector<T>* values, unsigned in
 ///
 /// Guide: docs/variants.md
 template <class T>
-class Variant : public VariantBase {
+class ZEL_ADVANCED_API Variant : public VariantBase {
 public:
     ZEL_ASSERT_VARIANT_VALUE(T);
 
@@ -95,10 +95,10 @@ private:
     T m_value;
 };
 
-#define ZEL_DECLARE_VARIANT(T, ...)                                 \
-    extern template class ZEL_ADVANCED_API Variant_GetLimitsImp<T>; \
-    extern template class ZEL_ADVANCED_API Variant<T>;              \
-    extern template class ZEL_ADVANCED_API Variant<std::vector<T>>;
+#define ZEL_DECLARE_VARIANT(T, ...)                     \
+    ZEL_EXTERN_TEMPLATE(class Variant_GetLimitsImp<T>); \
+    ZEL_EXTERN_TEMPLATE(class Variant<T>);              \
+    ZEL_EXTERN_TEMPLATE(class Variant<std::vector<T>>);
 ZEL_FOR_EACH_ELEMENT(ZEL_DECLARE_VARIANT)
 #undef ZEL_DECLARE_VARIANT
 

@@ -1,5 +1,7 @@
 #include "zel/platform/AppendFile.h"
 
+#include "zel/platform/linux/Descriptor.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,43 +9,39 @@
 
 namespace zel::platform {
 
-AppendFile::AppendFile(std::string path) : m_path(std::move(path)) {
-    Open();
-}
+struct AppendFile::Body {
+    explicit Body(std::string name) : path(std::move(name)) { Open(); }
 
-AppendFile::~AppendFile() {
-    Close();
-}
+    bool PathNamesOpenFile() const noexcept {
+        struct stat opened = {};
+        struct stat named = {};
+        return file.IsOpen() && ::fstat(file.Get(), &opened) == 0 &&
+               ::stat(path.c_str(), &named) == 0 && opened.st_dev == named.st_dev &&
+               opened.st_ino == named.st_ino;
+    }
+
+    void Open() noexcept {
+        file = Descriptor(::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666));
+    }
+
+    const std::string path;
+    Descriptor file;
+};
+
+AppendFile::AppendFile(std::string path) : m_body(std::make_unique<Body>(std::move(path))) {}
+
+AppendFile::~AppendFile() = default;
 
 bool AppendFile::IsOpen() const noexcept {
-    return m_descriptor >= 0;
+    return m_body->file.IsOpen();
 }
 
 bool AppendFile::Append(std::string_view text) noexcept {
-    if (!PathNamesOpenFile()) {
-        Close();
-        Open();
+    if (!m_body->PathNamesOpenFile()) {
+        m_body->Open();
     }
-    return IsOpen() &&
-           ::write(m_descriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-}
-
-bool AppendFile::PathNamesOpenFile() const noexcept {
-    struct stat opened = {};
-    struct stat named = {};
-    return IsOpen() && ::fstat(m_descriptor, &opened) == 0 && ::stat(m_path.c_str(), &named) == 0 &&
-           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
-}
-
-void AppendFile::Open() noexcept {
-    m_descriptor = ::open(m_path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
-}
-
-void AppendFile::Close() noexcept {
-    if (IsOpen()) {
-        ::close(m_descriptor);
-        m_descriptor = -1;
-    }
+    return IsOpen() && ::write(m_body->file.Get(), text.data(), text.size()) ==
+                           static_cast<ssize_t>(text.size());
 }
 
 }  // namespace zel::platform
