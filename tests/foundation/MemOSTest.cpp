@@ -79,9 +79,9 @@ void WriteAllKinds(Stream& out) {
     const std::locale classic = out.imbue(std::locale());
     out << "own locale " << 1234567 << ' ' << 0.5;
     out.imbue(classic);
-    out << std::hex << 255 << std::showbase << 255 << std::dec << std::setw(6) << std::setfill('*')
-        << std::left << 12 << std::boolalpha << true << std::setprecision(3) << 3.14159
-        << std::fixed << 2.0 << std::endl;
+    out << std::setprecision(3) << 3.14159 << std::hex << 255 << std::showbase << 255 << std::dec
+        << std::setw(6) << std::setfill('*') << std::left << 12 << std::boolalpha << true
+        << std::setprecision(3) << 3.14159 << std::fixed << 2.0 << std::endl;
     out << static_cast<const char*>(nullptr);
     out << "lost";
 }
