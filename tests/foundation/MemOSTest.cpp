@@ -75,13 +75,13 @@ void WriteAllKinds(Stream& out) {
     for (const double value : {0.0, -0.0, 0.1, 1.0 / 3, 1e6, 1234567.0, 1e-5, 1e300, 5e-324}) {
         out << value << ' ' << static_cast<float>(value) << ' ';
     }
-    out << Declared::s_seven << std::vector<int>{1, 2} << std::setw(7) << "right";
+    out << Declared::s_seven << std::vector<int>{1, 2};
     const std::locale classic = out.imbue(std::locale());
     out << "own locale " << 1234567 << ' ' << 0.5;
     out.imbue(classic);
-    out << std::setprecision(3) << 3.14159 << std::hex << 255 << std::showbase << 255 << std::dec
-        << std::setw(6) << std::setfill('*') << std::left << 12 << std::boolalpha << true
-        << std::setprecision(3) << 3.14159 << std::fixed << 2.0 << std::endl;
+    out << std::setw(7) << "right" << std::setprecision(3) << 3.14159 << std::hex << 255
+        << std::showbase << 255 << std::dec << std::setw(6) << std::setfill('*') << std::left << 12
+        << std::boolalpha << true << std::fixed << 2.0 << std::endl;
     out << static_cast<const char*>(nullptr);
     out << "lost";
 }
