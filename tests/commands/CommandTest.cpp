@@ -1,6 +1,6 @@
 #include "zel/commands/CommandChain.h"
 #include "zel/commands/CommandProcessor.h"
-#include "zel/commands/TimerThread.h"
+#include "zel/core/Event.h"
 
 #include "tests/support/RecordingLogSink.h"
 
@@ -20,34 +20,26 @@ struct Call : Command {
     const std::function<void()> work;
 };
 
-TEST(CommandTest, HoldsItsTargetOnlyDuringTheCall) {
-    std::string calls;
-    RCPtr<TimerThread> target(new TimerThread(nullptr, 0, 0, 0));
-    const WeakPtr<TimerThread> weak(target);
-    target->GetEvent().Connect([&](TimerThread*) {
-        target = nullptr;
-        calls += weak.GetRCPtr() ? "held " : "destroyed ";
-    });
-    AsyncCommandForRCObject command(weak, &TimerThread::OnTimerImp, 0);
-    command.Run();
-    EXPECT_FALSE(weak.GetRCPtr());
-    command.Run();
-    EXPECT_EQ(calls, "held ");
-}
-
 struct Receiver : RCObject {
-    void Take(const std::string& argument) { text = argument; }
+    void Take(const std::string& text) { onTake(text); }
 
-    std::string text;
+    std::function<void(const std::string&)> onTake;
 };
 
-TEST(CommandTest, StoresACharacterPointerAsAString) {
-    const RCPtr<Receiver> receiver(new Receiver);
+TEST(CommandTest, HoldsItsTargetDuringTheCallAndACharacterPointerAsAString) {
+    std::string calls;
     std::string text = "longer than a buffer inside of std::string";
-    AsyncCommandForRCObject command(receiver, &Receiver::Take, text.c_str());
+    RCPtr<Receiver> target(new Receiver);
+    const WeakPtr<Receiver> weak(target);
+    target->onTake = [&](const std::string& argument) {
+        target = nullptr;
+        calls += argument + (weak.GetRCPtr() ? ", held" : ", destroyed");
+    };
+    AsyncCommandForRCObject command(target, &Receiver::Take, text.c_str());
     text.assign(100, '?');
     command.Run();
-    EXPECT_EQ(receiver->text, "longer than a buffer inside of std::string");
+    command.Run();
+    EXPECT_EQ(calls, "longer than a buffer inside of std::string, held");
 }
 
 static_assert(IsSelfContainedImp<std::string> && IsSelfContainedImp<void (*)()>);

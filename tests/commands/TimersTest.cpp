@@ -1,5 +1,6 @@
+#include "zel/commands/TickSchedule.h"
 #include "zel/commands/TimerEventThread.h"
-
+#include "zel/commands/TimerThread.h"
 #include "zel/commands/WaitTime.h"
 
 #include "tests/support/RecordingLogSink.h"
@@ -8,6 +9,7 @@
 
 #include <climits>
 #include <cmath>
+#include <tuple>
 
 namespace zel {
 namespace {
@@ -15,14 +17,79 @@ namespace {
 constexpr double FAR = 1000;
 constexpr int TIMEOUT = 20'000;
 
-TEST(WaitTimeTest, RoundsDownToMillisecondsThatFitAnInt) {
-    const std::pair<double, int> rows[] = {
-        {0.0027, 2},          {-1e300, 0}, {NAN, 0}, {INFINITY, INT_MAX}, {2147483.6, 2147483600},
-        {2147483.7, INT_MAX},
+TEST(TickScheduleTest, SubtractsTheLatenessFromTheNextInterval) {
+    const std::tuple<double, double, double, int> rows[] = {
+        {0.5, 0.03, 0.47, 100}, {0.05, 0, 0.05, 45}, {0.03125, 0, 0.03125, 28},
+        {0.5, 0.495, 0.01, 9},  {NAN, 0, 0.01, 9},   {INFINITY, 0, INFINITY, 100},
     };
-    for (const auto& [seconds, milliseconds] : rows) {
-        EXPECT_EQ(ToWaitTime(seconds), milliseconds) << seconds;
+    for (const auto& [period, late, interval, sleep] : rows) {
+        TickSchedule schedule(period);
+        EXPECT_EQ(schedule.BeginNext(-late), sleep) << period << ' ' << late;
+        EXPECT_DOUBLE_EQ(schedule.GetRemaining(0), interval) << period << ' ' << late;
     }
+    EXPECT_EQ(TickSchedule::GetSleep(0.001), 0);
+}
+
+// Keeps the last posted command until the test takes it.
+struct ManualProcessor : CommandProcessor {
+    void PostCommand(RCPtr<Command> command) override {
+        ++posts;
+        last = std::move(command);
+        posted.Set(true);
+    }
+
+    RCPtr<Command> Take() { return posted.Wait(TIMEOUT) ? std::move(last) : nullptr; }
+    bool GetsNone() { return !posted.Wait(40); }
+
+    int posts = 0;
+    RCPtr<Command> last;
+    Event posted{Event::AutomaticReset};
+};
+
+TEST(TimerThreadTest, ExitsAfterItsTicksOrWithoutAProcessorAndTicksNeverEarly) {
+    const RCPtr<ManualProcessor> processor(new ManualProcessor);
+    for (const int count : {0, 3}) {
+        const Timer stopwatch;
+        TimerThread(processor, 0.02, 3, count).Run();
+        EXPECT_GE(stopwatch.GetElapsedTime(), count * 0.02);
+        EXPECT_EQ(processor->posts, count);
+    }
+    TimerThread(nullptr, 0, 1, TimerThread::FOREVER).Run();
+}
+
+TEST(TimerThreadTest, PostsATickAfterTheOneInFlightIsDoneAndDoesNotCountDroppedTicks) {
+    const test::ScopedLogger log;
+    const RCPtr<ManualProcessor> processor(new ManualProcessor);
+    const RCPtr<TimerThread> timer(new TimerThread(processor, 0, 1, 3));
+    std::string calls;
+    const auto connect = [&](auto sink) { timer->GetEvent().Connect(sink); };
+    connect([&](TimerThread* fired) { calls += fired == timer.Get() ? "sink " : "other timer "; });
+    connect([&](TimerThread*) {
+        calls == "sink " ? throw Exception("SomeEx", "x", "Some", 7) : throw 1;
+    });
+    connect([&](TimerThread*) { calls += "never "; });
+    timer->Start();
+    const RCPtr<Command> tick = processor->Take();
+    EXPECT_TRUE(processor->GetsNone());
+    tick->Run();
+    EXPECT_EQ(log.sink->TakeText(),
+              "\n3 CommandProcessor Timer event handler got exception. SomeEx: x (Some:7)");
+    EXPECT_THROW(processor->Take()->Run(), int);
+    EXPECT_TRUE(processor->GetsNone()) << "after an exception of another type it stays in flight";
+    EXPECT_EQ(calls, "sink sink ");
+
+    const RCPtr<TimerThread> endless(new TimerThread(processor, 0, 1, TimerThread::FOREVER));
+    endless->Start();
+    EXPECT_TRUE(processor->Take());
+    for (TimerThread* thread : {timer.Get(), endless.Get()}) {
+        thread->RequestStop();
+        thread->Join();
+    }
+}
+
+TEST(WaitTimeTest, RoundsDownToMillisecondsThatFitAnInt) {
+    EXPECT_EQ(ToWaitTime(0.0027), 2);
+    EXPECT_EQ(ToWaitTime(2147483.6), 2147483600);
 }
 
 class TimerEventThreadTest : public testing::Test {
@@ -55,7 +122,6 @@ protected:
 TEST_F(TimerEventThreadTest, FiresDueTimersOnceAndReportsTheNextWait) {
     EXPECT_EQ(m_timers->GetAmountToWait(), -1);
     Add(1e300, 'z');
-    EXPECT_EQ(m_timers->GetAmountToWait(), INT_MAX);
     const RCPtr<TimerEventSource> next = Add(FAR, 'y');
     EXPECT_NEAR(m_timers->GetAmountToWait(), FAR * 1000, 20'000);
     EXPECT_EQ(FireEvents(), "");
@@ -65,10 +131,8 @@ TEST_F(TimerEventThreadTest, FiresDueTimersOnceAndReportsTheNextWait) {
     EXPECT_EQ(m_timers->GetAmountToWait(), 0);
     EXPECT_EQ(FireEvents(), "dddd");
     EXPECT_EQ(FireEvents(), "");
-    for (TimerEventSource* source :
-         {next.Get(), next.Get(), static_cast<TimerEventSource*>(nullptr)}) {
-        m_timers->DeleteTimer(source);
-    }
+    m_timers->DeleteTimer(next.Get());
+    m_timers->DeleteTimer(nullptr);
     EXPECT_EQ(m_timers->GetAmountToWait(), INT_MAX);
     const test::ScopedLogger log;
     EXPECT_THROW(m_timers->AddTimer(nullptr), Exception);
