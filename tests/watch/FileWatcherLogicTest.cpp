@@ -1,14 +1,14 @@
-// The watcher's logic over a simulated system.
+// The watcher's logic with simulated notices.
 
 #include "zel/platform/ChangeNotice.h"
-#include "zel/platform/DirectoryWalk.h"
 #include "zel/watch/FileWatcher.h"
 
 #include "tests/support/RecordingLogSink.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
-#include <map>
+#include <fstream>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
@@ -17,24 +17,14 @@
 namespace zel {
 namespace {
 
+namespace fs = std::filesystem;
+
 struct System {
-    std::map<std::string, std::vector<std::string>> directories;
     bool hasNotices = true;
     bool isSignalled = false;
     bool canRearm = true;
     std::string warning;
     std::string calls;
-
-    // Sets the paths below the watched one, "W". A directory ends with the separator.
-    void Set(const std::string& paths) {
-        directories = {{"W", {".|", "..|"}}};
-        std::istringstream in(paths);
-        for (std::string path; in >> path;) {
-            path.insert(0, "W|");
-            const std::size_t end = path.rfind('|', path.size() - 2);
-            directories[path.substr(0, end)].push_back(path.substr(end + 1));
-        }
-    }
 };
 
 System s_system;
@@ -58,33 +48,9 @@ public:
 
 namespace platform {
 
-std::unique_ptr<ChangeNotice> OpenChangeNotice(const std::string& path, bool recursive) {
-    s_system.calls += "open" + path + (recursive ? "* " : " ");
+std::unique_ptr<ChangeNotice> OpenChangeNotice(const std::string&, bool recursive) {
+    s_system.calls += recursive ? "open* " : "open ";
     return s_system.hasNotices ? std::make_unique<FakeNotice>() : nullptr;
-}
-
-const char DirectoryWalk::SEPARATOR = '|';
-
-struct DirectoryWalk::Body {
-    std::vector<std::string> names;
-    std::size_t next;
-};
-
-DirectoryWalk::DirectoryWalk(const std::string& path, Link)
-    : m_body(new Body{s_system.directories[path], 0}) {
-    s_system.calls += "list" + path + ' ';
-}
-
-DirectoryWalk::~DirectoryWalk() = default;
-
-bool DirectoryWalk::Next(DirectoryEntry& entry) {
-    if (m_body->next == m_body->names.size()) {
-        return false;
-    }
-    entry.name = m_body->names[m_body->next++];
-    entry.isDirectory = entry.name.ends_with('|');
-    entry.name.remove_suffix(entry.isDirectory ? 1 : 0);
-    return true;
 }
 
 }  // namespace platform
@@ -95,15 +61,30 @@ class FileWatcherLogicTest : public ::testing::Test {
 protected:
     void Watch(bool reportExisting, bool recursive, double interval, const std::string& paths) {
         s_system = System();
-        s_system.Set(paths);
-        m_watcher = new FileWatcher("W", reportExisting, recursive, interval);
+        Set(paths);
+        m_watcher = new FileWatcher(m_root.c_str(), reportExisting, recursive, interval);
         const auto record = [this](const char* mark) {
-            return [=, this](const std::string& path) { m_fired += mark + path + ' '; };
+            return [=, this](const std::string& path) {
+                const std::string event = mark + path.substr(m_root.native().size() + 1) + ' ';
+                m_fired += event;
+                s_system.calls += event;
+            };
         };
         m_watcher->FileAdded.Connect(record("f+"));
         m_watcher->FileRemoved.Connect(record("f-"));
         m_watcher->DirAdded.Connect(record("d+"));
         m_watcher->DirRemoved.Connect(record("d-"));
+    }
+
+    // Makes the paths the content of the watched directory. That of a directory ends with "/".
+    void Set(const std::string& paths) {
+        fs::remove_all(m_root);
+        fs::create_directory(m_root);
+        std::istringstream in(paths);
+        for (std::string path; in >> path;) {
+            path.ends_with('/') ? fs::create_directory(m_root / path)
+                                : static_cast<bool>(std::ofstream(m_root / path));
+        }
     }
 
     // Returns the events fired.
@@ -115,35 +96,37 @@ protected:
 
     std::string TakeCalls() { return std::exchange(s_system.calls, ""); }
 
+    const test::TemporaryFolder m_folder;
+    const fs::path m_root = m_folder / "W";
     RCPtr<FileWatcher> m_watcher;
     std::string m_fired;
 };
 
 TEST_F(FileWatcherLogicTest, FiresTheDifferenceOfTwoListingsInAFixedOrder) {
     const std::pair<const char*, const char*> rows[] = {
-        {"b a", "f+W|a f+W|b "},
+        {"b a", "f+a f+b "},
         {"B a", ""},
-        {"a_ aB", "f+W|a_ f+W|aB f-W|a f-W|B "},
-        {"z| z|f z|y| z|y|g", "d+W|z d+W|z|y f+W|z|f f+W|z|y|g f-W|a_ f-W|aB "},
-        {"x| x|f x|y| x|y|g", "d+W|x d+W|x|y d-W|z d-W|z|y f+W|x|f f+W|x|y|g f-W|z|f f-W|z|y|g "},
-        {"x| x|y| x|y|g| x-f", "d+W|x|y|g f+W|x-f f-W|x|f f-W|x|y|g "},
-        {"x x-f", "d-W|x d-W|x|y d-W|x|y|g f+W|x "},
-        {"n| N| n|f N|f N|g", "d+W|N f+W|N|f f+W|N|g f-W|x f-W|x-f "},
-        {"", "d-W|N f-W|N|f f-W|N|g "},
+        {"a_ aB", "f+a_ f+aB f-a f-B "},
+        {"z/ z/f z/y/ z/y/g", "d+z d+z/y f+z/f f+z/y/g f-a_ f-aB "},
+        {"x/ x/f x/y/ x/y/g", "d+x d+x/y d-z d-z/y f+x/f f+x/y/g f-z/f f-z/y/g "},
+        {"x/ x/y/ x/y/g/ x-f", "d+x/y/g f+x-f f-x/f f-x/y/g "},
+        {"x x-f", "d-x d-x/y d-x/y/g f+x "},
+        {"n/ N/ n/f N/f N/g", "d+N f+N/f f+N/g f-x f-x-f "},
+        {"", "d-N f-N/f f-N/g "},
     };
     Watch(true, true, -1, "");
     EXPECT_EQ(Tick(), "");
     for (const auto& [after, fired] : rows) {
-        s_system.Set(after);
+        Set(after);
         EXPECT_EQ(Tick(true), fired) << after;
     }
 }
 
 TEST_F(FileWatcherLogicTest, ListsNoSubdirectoriesUnlessRecursive) {
-    Watch(false, false, -1, "x| x|f g");
-    EXPECT_EQ(TakeCalls(), "listW openW ");
-    s_system.Set("x| x|f x|h g i");
-    EXPECT_EQ(Tick(), "f+W|i ");
+    Watch(false, false, -1, "x/ x/f g");
+    EXPECT_EQ(TakeCalls(), "open ");
+    Set("x/ x/f x/h g i");
+    EXPECT_EQ(Tick(), "f+i ");
 }
 
 TEST_F(FileWatcherLogicTest, ListsOnlyWithCause) {
@@ -155,15 +138,15 @@ TEST_F(FileWatcherLogicTest, ListsOnlyWithCause) {
     } rows[] = {
         {-1, false, true, "wait50 "},
         {3600, false, true, "wait50 "},
-        {3600, true, true, "wait50 rearm listW listW|d "},
-        {0, false, true, "wait50 close listW listW|d "},
-        {-1, true, false, "wait50 rearm close listW listW|d "},
+        {3600, true, true, "wait50 rearm f+b f-a "},
+        {0, false, true, "wait50 close f+b f-a "},
+        {-1, true, false, "wait50 rearm close f+b f-a "},
     };
     for (const auto& row : rows) {
-        Watch(true, true, row.interval, "c d| d|a e");
+        Watch(true, true, row.interval, "a");
+        EXPECT_EQ(Tick(), "f+a ");
         TakeCalls();
-        Tick();
-        EXPECT_EQ(TakeCalls(), "listW listW|d ");
+        Set("b");
         s_system.canRearm = row.canRearm;
         Tick(row.isSignalled);
         EXPECT_EQ(TakeCalls(), row.calls) << row.interval << ' ' << row.isSignalled;
@@ -172,7 +155,7 @@ TEST_F(FileWatcherLogicTest, ListsOnlyWithCause) {
     s_system.hasNotices = false;
     Tick();
     Tick();
-    EXPECT_EQ(TakeCalls(), "openW* openW* ");
+    EXPECT_EQ(TakeCalls(), "open* open* ");
 }
 
 TEST_F(FileWatcherLogicTest, ReportsOnceWhyNoticesFail) {
@@ -182,16 +165,16 @@ TEST_F(FileWatcherLogicTest, ReportsOnceWhyNoticesFail) {
     for (const bool isSignalled : {false, true, false, true}) {
         Tick(isSignalled);
     }
-    EXPECT_EQ(log.sink->TakeText(),
-              "\n2 FileWatcher Not every change in W gives a notice: a limit");
+    EXPECT_EQ(log.sink->TakeText(), "\n2 FileWatcher Not every change in " + m_root.string() +
+                                        " gives a notice: a limit");
 }
 
 TEST_F(FileWatcherLogicTest, AResetShowsWithTheNextListing) {
-    Watch(false, true, -1, "f d|");
+    Watch(false, true, -1, "f d/");
     EXPECT_EQ(Tick(), "");
     m_watcher->Reset();
     EXPECT_EQ(Tick(), "");
-    EXPECT_EQ(Tick(true), "d+W|d f+W|f ");
+    EXPECT_EQ(Tick(true), "d+d f+f ");
     EXPECT_EQ(Tick(true), "");
 }
 
@@ -201,7 +184,7 @@ TEST_F(FileWatcherLogicTest, RepeatsAListingThatASinkThrewOutOf) {
         return std::exchange(isFirst, false) ? throw std::runtime_error("sink") : false;
     });
     EXPECT_THROW(Tick(), std::runtime_error);
-    EXPECT_EQ(Tick(true), "f+W|f f+W|f ");
+    EXPECT_EQ(Tick(true), "f+f f+f ");
 }
 
 TEST_F(FileWatcherLogicTest, ReportsOnlyTheStaleDifferenceAfterASinkCalledTick) {
@@ -210,14 +193,14 @@ TEST_F(FileWatcherLogicTest, ReportsOnlyTheStaleDifferenceAfterASinkCalledTick) 
         const char* fired;
         const char* firedNext;
     } rows[] = {
-        {{"f"}, "d+W|d f+W|f ", ""},
-        {{"f", "f g"}, "d+W|d f+W|f f+W|g ", "f+W|g "},
+        {{"f"}, "d+d f+f ", ""},
+        {{"f", "f g"}, "d+d f+f f+g ", "f+g "},
     };
     for (const auto& row : rows) {
-        Watch(true, true, -1, "d|");
+        Watch(true, true, -1, "d/");
         m_watcher->DirAdded.Connect([&](const std::string&) {
             for (const char* const listing : row.listings) {
-                s_system.Set(listing);
+                Set(listing);
                 s_system.isSignalled = true;
                 m_watcher->Tick();
             }
