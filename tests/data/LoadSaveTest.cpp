@@ -22,7 +22,6 @@ RCPtr<DataTable> Load(const std::string& path) {
 TEST(LoadSaveTest, LoadReportsPathReasonAndLine) {
     const test::TemporaryFolder folder;
     const std::tuple<std::string, std::string, std::string> rows[] = {
-        {"\xEF\xBB\xBFname,shell\r\nada,/bin/sh\r\n", "", ""},
         {"a,b\n\n1,2\n3\n", "On line 4, record should have 2 field(s) but has 1 instead", "4"},
         {"\na,b,a\n", "Line 2 names field a twice", "2"},
         {"a\n" + std::string(100'000, 'x'), "Line 2 is longer than 99999 characters", "2"},
@@ -30,10 +29,9 @@ TEST(LoadSaveTest, LoadReportsPathReasonAndLine) {
     const std::string path = folder / "table";
     for (const auto& [text, reason, line] : rows) {
         std::ofstream(path, std::ios::binary) << text;
-        EXPECT_EQ(ThrownBy<DataTableEx>([&] { EXPECT_EQ(Load(path)->GetField(0), "name"); }),
-                  reason.empty() ? ""
-                                 : "DataTableEx: Could not load " + path + ": " + reason + " (" +
-                                       path + ": line " + line + ")");
+        EXPECT_EQ(ThrownBy<DataTableEx>([&] { Load(path); }), "DataTableEx: Could not load " +
+                                                                  path + ": " + reason + " (" +
+                                                                  path + ": line " + line + ")");
     }
     std::ofstream(path) << "[\"a\"\n]]";
     EXPECT_EQ(ThrownBy([&] { DataTree::Load(path.c_str()); }),
@@ -48,22 +46,16 @@ TEST(LoadSaveTest, LoadReportsPathReasonAndLine) {
     }
 }
 
-TEST(LoadSaveTest, SaveReplacesTheFile) {
+TEST(LoadSaveTest, SaveReplacesTheFileOrReportsPathAndReason) {
     const test::TemporaryFolder folder;
-    const std::string path = folder / "file";
-    RCPtr<DataTree>(new DataTree("root", ""))->Save(path);
-    EXPECT_EQ(DataTree::Load(path.c_str())->GetName(), "root");
+    const std::string file = folder / "file";
+    const RCPtr<DataTree> tree(new DataTree(std::string(50'000, 'x'), ""));
     const RCPtr<DataTable> table(new DataTable);
-    table->AddField(std::string(50'000, 'x'));
-    table->Save(path, ',');
-    EXPECT_EQ(Load(path)->GetField(0), table->GetField(0));
-}
-
-TEST(LoadSaveTest, AFailedSaveReportsPathAndReason) {
-    const test::TemporaryFolder folder;
-    const RCPtr<DataTree> tree(new DataTree("tree", ""));
-    const RCPtr<DataTable> table(new DataTable);
-    table->AddField(tree->GetName());
+    table->AddField("\xEF\xBB\xBF" + tree->GetName());
+    tree->Save(file);
+    EXPECT_EQ(DataTree::Load(file.c_str())->GetName(), tree->GetName());
+    table->Save(file, ',');
+    EXPECT_EQ(Load(file)->GetField(0), tree->GetName()) << "without the byte order mark";
     const std::tuple<std::string, std::string> rows[] = {
         {folder / "", test::DIRECTORY},
         {folder / "none/file", test::MISSING_DIRECTORY},
@@ -74,7 +66,7 @@ TEST(LoadSaveTest, AFailedSaveReportsPathAndReason) {
         EXPECT_EQ(ThrownBy([&] { tree->Save(path); }), "DataTreeEx: " + message);
         EXPECT_EQ(ThrownBy([&] { table->Save(path, ','); }), "DataTableEx: " + message);
     }
-    EXPECT_TRUE(std::filesystem::is_empty(folder / "")) << "temporary files";
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / ""), {}), 1);
 }
 
 }  // namespace
