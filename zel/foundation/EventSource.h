@@ -229,7 +229,10 @@ private:
 
 // Not inline, so that the library exports the destructors of its own instances.
 template <class T>
-EventSource<T>::~EventSource() = default;
+EventSource<T>::~EventSource() {
+    // The destructor of a sink may remove other sinks.
+    const RCPtr<SinkList> released = std::move(m_list);
+}
 
 class TimerThread;
 
