@@ -59,12 +59,12 @@ TEST(DataTreeTextTest, ReportsAndLogsErrorsWithPosition) {
         {"[\"a\"]\n[\"b\"]", "Tree must be singly rooted", "line 2, column 2"},
         {"\n\n .\"a\"=\"b\"", "Value node can not appear at root level", "line 3, column 2"},
         {"[\"a\"].", "Value node can not appear at root level", "line 1, column 6"},
+        {"[\"a\".\"n\"", "Malformed value node n", "line 1, column 9"},
         {"[\"a\".\"n\" \"m\" \"1\"x]", "Malformed value node nm1", "line 1, column 17"},
         {"[\"a\"\n.\"n\"=", "String was expected but not found", "line 2, column 6"},
-        {"[\"a\".\"n\"=\"\\x\"]", "Malformed string", "line 1, column 12"},
+        {"[\"a\".\"n\"=\"m\\x\"]", "Malformed string", "line 1, column 13"},
         {"[! --", "Malformed comment start sequence", "line 1, column 3"},
         {"[!-", "Malformed comment start sequence", "line 1, column 4"},
-        {"[!-- x -\n", "Malformed comment", "line 2, column 1"},
         {"[!---]", "Malformed comment", "line 1, column 7"},
     };
     const test::ScopedLogger log;
