@@ -143,7 +143,6 @@ TEST(CountingTest, AnUpgradeDuringTheLastReleaseReturnsALivingObjectOrNull) {
             ASSERT_TRUE(!number || number->m_value == 42);
         }
     }
-    EXPECT_TRUE(upgraded > 0 && null > 0) << upgraded << ' ' << null;
 }
 
 }  // namespace
