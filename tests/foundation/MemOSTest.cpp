@@ -82,8 +82,8 @@ void WriteAllKinds(Stream& out) {
     out << std::setw(7) << "right" << std::setprecision(3) << 3.14159 << std::hex << 255
         << std::showbase << 255 << std::dec << std::setw(6) << std::setfill('*') << std::left << 12
         << std::boolalpha << true << std::fixed << 2.0 << std::endl;
-    out << static_cast<const char*>(nullptr);
-    out << "lost";
+    out.flags(std::ios::skipws | std::ios::dec);
+    out << static_cast<const char*>(nullptr) << "lost";
 }
 
 TEST(MemOSTest, WritesWhatAStandardStreamWrites) {
