@@ -18,7 +18,7 @@ struct Subject {
     std::string type;
     std::string before;
     std::string after;
-    std::string bytes = StreamForm(MakeVariant(type, after));
+    std::string bytes = StreamForm(MakeVariant(type + ' ' + after));
 };
 
 // Replaces the value by a variant of the text that was made of it, so that both outcomes differ.
@@ -83,12 +83,8 @@ const struct {
      [](Value& value, const Subject&) { return value->RemoveElementFromVector(0, false); }},
 };
 
-std::string Joined(const Texts& texts) {
-    return Variant<Texts>(texts).WriteValueToString(true);
-}
-
 void SweepType(const Subject& subject) {
-    const auto make = [=] { return MakeVariant(subject.type, subject.before); };
+    const auto make = [=] { return MakeVariant(subject.type + ' ' + subject.before); };
     std::vector<Scenario> scenarios;
     for (const auto& row : s_changes) {
         if (subject.type.ends_with(row.shape)) {
@@ -97,13 +93,10 @@ void SweepType(const Subject& subject) {
         }
     }
     if (subject.type.ends_with(']')) {
+        const auto kept = [] { return Texts(2, "kept"); };
         const auto get = [value = make()](Texts& texts) { return value->GetValue(&texts, false); };
-        scenarios.push_back(On(
-            subject.type + ": get texts",
-            [] {
-                return Texts({"kept", "kept"});
-            },
-            get, Joined));
+        scenarios.push_back(
+            On(subject.type + ": get texts", kept, get, testing::PrintToString<Texts>));
     }
     Sweep(scenarios);
 }
@@ -119,15 +112,10 @@ TEST(VariantSweepTest, EveryChangeOfEveryTypeIsWholeOrNone) {
 }
 
 TEST(VariantSweepTest, Assignment) {
-    Sweep({On(
-        "assign",
-        [] {
-            return Variant<Texts>({"a", "b"});
-        },
-        [](auto& value) {
-            value = Variant<Texts>({LONG, LONG}, true);
-        },
-        [](const auto& value) { return Joined(value.GetValue()) + value.GetTypeName(); })});
+    const auto make = [] { return Variant<Texts>(Texts(2, "a")); };
+    const auto assign = [](auto& value) { value = Variant<Texts>(Texts(2, LONG), true); };
+    const auto state = [](const auto& v) { return v.WriteValueToString(true) + v.GetTypeName(); };
+    Sweep({On("assign", make, assign, state)});
 }
 
 }  // namespace

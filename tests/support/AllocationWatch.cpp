@@ -3,23 +3,24 @@
 #include <atomic>
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 namespace zel::test {
 
 namespace {
 
 thread_local std::size_t t_allocations = 0;
-thread_local std::size_t t_refusals = 0;
 thread_local long t_blocksHeld = 0;
 thread_local long t_allocationsLeft = -1;
 thread_local bool t_failsOnlyOne = false;
+thread_local bool t_hasFailed = false;
 std::atomic<const void*> s_watchedBlock{nullptr};
 void (*s_onFree)() = nullptr;
 
 void* Allocate(std::size_t size) {
     ++t_allocations;
     if (t_allocationsLeft == 0) {
-        ++t_refusals;
+        t_hasFailed = true;
         t_allocationsLeft -= t_failsOnlyOne ? 1 : 0;
         throw std::bad_alloc();
     }
@@ -44,17 +45,14 @@ std::size_t CountAllocations() noexcept {
     return t_allocations;
 }
 
-std::size_t CountRefusals() noexcept {
-    return t_refusals;
-}
-
 long CountBlocksHeld() noexcept {
     return t_blocksHeld;
 }
 
-void FailAllocationsAfter(long count, bool onlyOne) noexcept {
+bool FailAllocationsAfter(long count, bool onlyOne) noexcept {
     t_allocationsLeft = count;
     t_failsOnlyOne = onlyOne;
+    return std::exchange(t_hasFailed, false);
 }
 
 void WatchBlock(const void* block, void (*onFree)()) noexcept {

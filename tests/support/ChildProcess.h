@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -21,11 +22,9 @@ public:
     // Runs a program, or calls `work` in a forked process.
     explicit ChildProcess(std::vector<std::string> command)
         : ChildProcess([&command] {
-              std::vector<char*> words;
-              for (std::string& word : command) {
-                  words.push_back(word.data());
-              }
-              words.push_back(nullptr);
+              std::vector<char*> words(command.size() + 1);
+              std::ranges::transform(command, words.begin(),
+                                     [](auto& word) { return word.data(); });
               ::execvp(words[0], words.data());
           }) {}
 
@@ -84,12 +83,9 @@ public:
     // Returns its standard output up to and without `end`, or all of it if `end` does not occur.
     std::string ReadUntil(std::string_view end) const {
         std::string text;
-        while (!text.ends_with(end)) {
-            if (!ReadSome(STDOUT_FILENO, text, 1)) {
-                return text;
-            }
+        while (!text.ends_with(end) && ReadSome(STDOUT_FILENO, text, 1)) {
         }
-        return text.substr(0, text.size() - end.size());
+        return text.substr(0, text.size() - (text.ends_with(end) ? end.size() : 0));
     }
 
     // Returns all output until the process and its descendants have closed the stream.

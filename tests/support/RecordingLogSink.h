@@ -16,8 +16,7 @@ public:
         const std::lock_guard lock(m_mutex);
         m_text += '\n' + StringUtils::AsString(record.level) + ' ' + std::string(record.area) +
                   ' ' + std::string(record.text);
-        m_line = record.line;
-        m_file = record.file;
+        m_place = std::string(record.file) + ':' + StringUtils::AsString(record.line);
     }
 
     // Returns the recorded text and clears it.
@@ -26,23 +25,16 @@ public:
         return std::exchange(m_text, {});
     }
 
-    // Returns the source line of the last record.
-    int GetLine() {
+    // Returns "file:line" of the last record.
+    std::string GetPlace() {
         const std::lock_guard lock(m_mutex);
-        return m_line;
-    }
-
-    // Returns the source file of the last record.
-    std::string GetFile() {
-        const std::lock_guard lock(m_mutex);
-        return m_file;
+        return m_place;
     }
 
 private:
     std::mutex m_mutex;
     std::string m_text;
-    int m_line = 0;
-    std::string m_file;
+    std::string m_place;
 };
 
 // Installs a started logger with one sink as the instance in use until the end of the scope.

@@ -18,20 +18,21 @@ void ForEachElement(Call call) {
 #undef ZEL_CALL
 }
 
-// Returns a small value that every type can hold: the number, or "v" and the number.
+// Returns a value that every type can hold: the number, or its text.
 template <class E>
 E Sample(int number) {
     if constexpr (NumericElement<E>) {
         return static_cast<E>(number);
     } else {
-        return "v" + std::to_string(number);
+        return std::to_string(number);
     }
 }
 
-// Returns a variant of the type with the value that the text is read as.
-inline RCPtr<VariantBase> MakeVariant(const std::string& type, const std::string& text) {
-    RCPtr<VariantBase> variant = VariantBase::CreateByTypeName(type);
-    EXPECT_TRUE(variant->ReadValueFromString(text, false)) << type << ' ' << text;
+// Returns the variant that a type name, a blank and the text of a value describe.
+inline RCPtr<VariantBase> MakeVariant(const std::string& description) {
+    const std::size_t blank = description.find(' ');
+    RCPtr<VariantBase> variant = VariantBase::CreateByTypeName(description.substr(0, blank));
+    EXPECT_TRUE(variant->ReadValueFromString(description.substr(blank + 1), false)) << description;
     return variant;
 }
 

@@ -11,13 +11,8 @@
 namespace zel {
 namespace {
 
+using test::MakeVariant;
 using Value = RCPtr<VariantBase>;
-
-// Returns the variant that a type name, a blank and the text of a value describe.
-Value Make(const std::string& text) {
-    const std::size_t blank = text.find(' ');
-    return test::MakeVariant(text.substr(0, blank), text.substr(blank + 1));
-}
 
 // The comparisons, each with a sign and with the name in its message.
 const struct {
@@ -47,29 +42,29 @@ std::string Compare(const Value& left, const Value& right, bool expandSingle, bo
 // Two values, and what is true with the last argument true and with false.
 using Row = std::array<const char*, 4>;
 
-void Check(const std::vector<Row>& rows, bool expandSingle) {
-    for (const auto& [left, right, withTrue, withFalse] : rows) {
-        SCOPED_TRACE(std::string(left) + " and " + right);
-        EXPECT_EQ(Compare(Make(left), Make(right), expandSingle, true), withTrue);
-        EXPECT_EQ(Compare(Make(left), Make(right), expandSingle, false), withFalse);
-    }
-}
-
 TEST(VariantComparisonTest, TypesAndFlagsDecideTheResult) {
-    const std::vector<Row> scalars = {
-        {"S64 5", "S32 5", "=[]", "=[]"},      {"S32 5", "S64 5", "#", "#"},
-        {"D64 5", "S32 5", "=[]", "=[]"},      {"S32 5", "D64 5", "#", "#"},
-        {"S32 -1", "S16 1", "#<[", "#<["},     {"U32 200", "U8 100", "#>]", "#>]"},
-        {"string 5", "S32 5", "=[]", "=[]"},   {"S32 5", "string 5", "#", "#"},
-        {"string 10", "S32 9", "#<[", "#<["},  {"string a", "string ab", "#<[", "#<["},
-        {"string \xFF", "S8 1", "#>]", "#>]"}, {"D64 nan", "D64 nan", "#", "#"},
+    const std::vector<Row> plain = {
+        {"S64 5", "S32 5", "=[]", "=[]"},
+        {"S32 5", "S64 5", "#", "#"},
+        {"D64 5", "S32 5", "=[]", "=[]"},
+        {"S32 5", "D64 5", "#", "#"},
+        {"S32 -1", "S16 1", "#<[", "#<["},
+        {"U32 200", "U8 100", "#>]", "#>]"},
+        {"string 5", "S32 5", "=[]", "=[]"},
+        {"S32 5", "string 5", "#", "#"},
+        {"string 10", "S32 9", "#<[", "#<["},
+        {"string a", "string ab", "#<[", "#<["},
+        {"string \xFF", "S8 1", "#>]", "#>]"},
+        {"D64 nan", "D64 nan", "#", "#"},
         {"S32 5", "S32[] 5", "#", "#"},
-    };
-    const std::vector<Row> arrays = {
-        {"S32[] 1`2", "S32[2] 1`2", "=[]", "=[]"}, {"S32[] 1`2", "S32[] 1`3", "#<[]", "=["},
-        {"S32[] 1`2", "S32[] 2`3", "#<[", "#<["},  {"S32[] 1`5", "S32[] 2`3", "#<[>]", "#"},
-        {"S32[] 7", "S32[] 7`7`7", "#", "#"},      {"S32[] ", "S32[] ", "=", "#<[>]"},
-        {"D64[] nan`nan", "D64[] 1`1", "#", "#"},  {"string[] 1`2", "S32[] 1`2", "=[]", "=[]"},
+        {"S32[] 1`2", "S32[2] 1`2", "=[]", "=[]"},
+        {"S32[] 1`2", "S32[] 1`3", "#<[]", "=["},
+        {"S32[] 1`2", "S32[] 2`3", "#<[", "#<["},
+        {"S32[] 1`5", "S32[] 2`3", "#<[>]", "#"},
+        {"S32[] 7", "S32[] 7`7`7", "#", "#"},
+        {"S32[] ", "S32[] ", "=", "#<[>]"},
+        {"D64[] nan`nan", "D64[] 1`1", "#", "#"},
+        {"string[] 1`2", "S32[] 1`2", "=[]", "=[]"},
         {"S32[] 1`2", "string[] 1`2", "#", "#"},
     };
     const std::vector<Row> expanded = {
@@ -78,14 +73,18 @@ TEST(VariantComparisonTest, TypesAndFlagsDecideTheResult) {
         {"S32[] 1`2", "S32[] 1`2`3", "#", "#"},
         {"S32[] 1", "S32[] ", "=", "#<[>]"},
     };
-    Check(scalars, false);
-    Check(scalars, true);
-    Check(arrays, false);
-    Check(expanded, true);
+    for (const bool expandSingle : {false, true}) {
+        for (const auto& [left, right, withTrue, withFalse] : expandSingle ? expanded : plain) {
+            SCOPED_TRACE(left + std::string(expandSingle ? " expanded with " : " and ") + right);
+            const Value value = MakeVariant(left);
+            EXPECT_EQ(Compare(value, MakeVariant(right), expandSingle, true), withTrue);
+            EXPECT_EQ(Compare(value, MakeVariant(right), expandSingle, false), withFalse);
+        }
+    }
 }
 
 TEST(VariantComparisonTest, ThrowsIfNotComparableAndAsked) {
-    const Value five = Make("S32 5");
+    const Value five = MakeVariant("S32 5");
     for (const auto& operation : s_operations) {
         const test::ScopedLogger log;
         SCOPED_TRACE(operation.sign);
@@ -97,7 +96,7 @@ TEST(VariantComparisonTest, ThrowsIfNotComparableAndAsked) {
         EXPECT_EQ(log.sink->TakeText(), "");
         EXPECT_EQ(compare(nullptr, true), "VariantEx: [Variant< T >::" + operation.name +
                                               "] Invalid comparison variant argument!");
-        EXPECT_NE(compare(Make("D64 5"), true), "");
+        EXPECT_NE(compare(MakeVariant("D64 5"), true), "");
     }
     EXPECT_EQ(Compare(five, nullptr, true, true), "#");
     EXPECT_EQ(Compare(five, five, true, true), "=[]");

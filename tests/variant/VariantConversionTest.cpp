@@ -39,40 +39,34 @@ void ExpectOutcome(const Value& variant, bool isAllowed, Call call) {
 }
 
 // Strings convert to and from everything of their shape, a single one also to and from arrays.
-template <class T, class V>
-void CheckCell(const T& value, const Value& variant) {
+template <class T>
+void CheckPair(const T& value, const Value& variant) {
     SCOPED_TRACE(std::string(typeid(T).name()) + " and " + variant->GetTypeName());
-    using E = typename ValueTraits<T>::Element;
-    constexpr bool areNumbers = NumericElement<E> && NumericElement<V>;
+    constexpr int own = ElementTraits<typename ValueTraits<T>::Element>::Code;
+    const int other = variant->GetTypeID() & 0xFF;
     const auto isAllowed = [&](int from, int to) {
         const bool isSameShape = ValueTraits<T>::IsArray == variant->IsArray();
-        const bool isConverted = areNumbers ? IsInTable(from, to) : !NumericElement<E>;
-        return std::is_same_v<T, std::string> || (isSameShape && isConverted);
+        return (std::is_same_v<T, std::string> || isSameShape) &&
+               (own == 0x80 || (other != 0x80 && IsInTable(from, to)));
     };
-    const bool canSet = isAllowed(ElementTraits<E>::Code, ElementTraits<V>::Code);
-    ExpectOutcome(variant, canSet,
-                  [&](bool throwOnError) { return variant->SetValue(value, throwOnError); });
-    const bool canGet = isAllowed(ElementTraits<V>::Code, ElementTraits<E>::Code);
+    const bool canSet = isAllowed(own, other);
+    ExpectOutcome(variant, canSet, [&](bool throws) { return variant->SetValue(value, throws); });
+    const bool canGet = isAllowed(other, own);
     T fetched{};
     ExpectOutcome(variant, canGet,
-                  [&](bool throwOnError) { return variant->GetValue(&fetched, throwOnError); });
+                  [&](bool throws) { return variant->GetValue(&fetched, throws); });
     EXPECT_TRUE(!canSet || !canGet || fetched == value);
-}
-
-template <class T>
-void CheckRow(const T& value) {
-    ForEachElement([&]<class V>(ElementTraits<V> traits) {
-        CheckCell<T, V>(value, test::MakeVariant(traits.Name, "9"));
-        CheckCell<T, V>(value, test::MakeVariant(traits.Name + std::string("[]"), "9`9"));
-    });
 }
 
 TEST(VariantConversionTest, EachPairOfTypesConvertsAsInTheTable) {
     ForEachElement([]<class E>(ElementTraits<E>) {
-        Variant<E> five;
-        EXPECT_TRUE(five.ReadValueFromString("5", false));
-        CheckRow(five.GetValue());
-        CheckRow(std::vector<E>(2, five.GetValue()));
+        ForEachElement([](const auto& traits) {
+            for (const std::string text : {" 9", "[] 9`9"}) {
+                CheckPair(test::Sample<E>(5), test::MakeVariant(traits.Name + text));
+                CheckPair(std::vector<E>(2, test::Sample<E>(5)),
+                          test::MakeVariant(traits.Name + text));
+            }
+        });
     });
 }
 
@@ -106,12 +100,10 @@ TEST(VariantConversionTest, AConverterCastsWithADefinedResult) {
     using Int = std::numeric_limits<int>;
     EXPECT_EQ(Cast<unsigned char>(300), 44);
     EXPECT_EQ(Cast<int>(-1.9), -1);
-    EXPECT_EQ(Cast<int>(2147483647.5), Int::max());
     EXPECT_EQ(Cast<int>(1e300), Int::max());
     EXPECT_EQ(Cast<int>(-1e300), Int::min());
     EXPECT_EQ(Cast<int>(std::numeric_limits<double>::quiet_NaN()), 0);
     EXPECT_EQ(Cast<unsigned long long>(-1.9), 0U);
-    EXPECT_EQ(Cast<unsigned long long>(2147483647.5), 2147483647U);
     EXPECT_EQ(Cast<unsigned long long>(18446744073709551615.0), ~0ULL);
     using Float = std::numeric_limits<float>;
     EXPECT_EQ(Cast<float>(1e300), Float::max());

@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <functional>
+#include <tuple>
 #include <utility>
 
 namespace zel {
@@ -38,9 +38,10 @@ TEST(VariantFormsTest, EveryTypeAndLengthSurvivesEveryForm) {
         std::vector<Value> values = {new Variant<E>(Sample<E>(1)),
                                      new Variant<std::vector<E>>({Sample<E>(3)}, true)};
         for (const std::size_t count : {1U, 15U, 16U, 17U, 4095U, 4097U, 20000U}) {
-            std::vector<E> elements(count);
-            std::generate(elements.begin(), elements.end(),
-                          [i = 0]() mutable { return Sample<E>(i += 7); });
+            std::vector<E> elements;
+            for (int i = 0; elements.size() < count; i += 7) {
+                elements.push_back(Sample<E>(i));
+            }
             values.push_back(new Variant<std::vector<E>>(elements));
         }
         for (const Value& value : values) {
@@ -92,12 +93,9 @@ TEST(VariantFormsTest, TheBytesAreThoseOfTheFormat) {
 }
 
 TEST(VariantFormsTest, TextIsReadOrRejected) {
-    const struct {
-        const char* type;
-        const char* text;
-        bool withSize;
-        const char* outcome;  // what is written afterwards, "-" if rejected
-    } rows[] = {
+    // A type, a text, whether it has the number of elements, and what is written afterwards, "-" if
+    // it is rejected.
+    const std::tuple<const char*, const char*, bool, const char*> rows[] = {
         {"S32", "0x10", false, "16"},       {"S32", "", false, "-"},
         {"U8", "300", false, "44"},         {"S8", "200", false, "-56"},
         {"string", "", false, ""},          {"string", "a`b", true, "a`b"},
@@ -109,13 +107,13 @@ TEST(VariantFormsTest, TextIsReadOrRejected) {
         {"U8[]", "300`65", false, "44`65"}, {"string[]", "a`b`", false, "a`b`"},
         {"string[]", "2`a`b", true, "a`b"}, {"D64[]", "0.1`1e300`-inf", false, "0.1`1e+300`-inf"},
     };
-    for (const auto& row : rows) {
-        const Value value = VariantBase::CreateByTypeName(row.type);
+    for (const auto& [type, text, withSize, outcome] : rows) {
+        SCOPED_TRACE(std::string(type) + ' ' + text);
+        const Value value = VariantBase::CreateByTypeName(type);
         const std::string before = value->WriteValueToString(false);
-        const bool isRead = value->ReadValueFromString(row.text, row.withSize);
-        const std::string after = value->WriteValueToString(false);
-        EXPECT_EQ(isRead ? after : "-", row.outcome) << row.type << ' ' << row.text;
-        EXPECT_TRUE(isRead || after == before) << row.type << ' ' << row.text;
+        const bool isRead = value->ReadValueFromString(text, withSize);
+        EXPECT_EQ(isRead ? value->WriteValueToString(false) : "-", outcome);
+        EXPECT_TRUE(isRead || value->WriteValueToString(false) == before);
     }
     EXPECT_EQ(Variant<std::vector<int>>().WriteValueToString(true), "0`");
     EXPECT_EQ(Variant<int>(5, true).WriteValueToString(false), "");
