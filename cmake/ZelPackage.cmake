@@ -8,11 +8,16 @@ set(pkgConfigFolder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 function(zel_install target component)
     install(TARGETS ${target} EXPORT zelAdvancedTargets
+        RUNTIME COMPONENT ${component}
         LIBRARY COMPONENT ${component} NAMELINK_COMPONENT development
+        ARCHIVE COMPONENT development
         FILE_SET HEADERS COMPONENT development)
 endfunction()
 zel_install(zelCore core)
 zel_install(zelAdvanced advanced)
+if(WIN32 AND BUILD_SHARED_LIBS)
+    install(FILES ${ZEL_RUNTIME_LIBRARIES} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT core)
+endif()
 install(EXPORT zelAdvancedTargets NAMESPACE zel:: DESTINATION ${packageFolder}
     COMPONENT development)
 

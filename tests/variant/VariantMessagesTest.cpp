@@ -189,7 +189,10 @@ TEST_F(VariantMessagesTest, OfTheBufferForm) {
     std::string two("\0\0\0\0\0\0\0\2x", 9);
     Variant<std::string> text("7");
     const auto read = [&](VariantBase& value, unsigned long long bytes) {
-        return [&, bytes] { value.ReadValueFromBuffer(&two[9 - bytes], WithBytes(bytes), true); };
+        return [&, bytes] {
+            value.ReadValueFromBuffer(&two[static_cast<std::size_t>(9 - bytes)], WithBytes(bytes),
+                                      true);
+        };
     };
     const auto write = [&](VariantBase& value, unsigned long long bytes) {
         return [&, bytes] { value.WriteValueToBuffer(m_block, WithBytes(bytes), true); };

@@ -27,6 +27,8 @@ namespace zel {
 /// pass of the thread examines every armed timer under a lock that `AddTimer` and `DeleteTimer`
 /// wait for.
 ///
+/// On Windows it can't be a static object of a DLL, see Thread.
+///
 /// Thread-safe. A timer's `Fire` may call every member.
 ///
 /// Guide: docs/commands.md

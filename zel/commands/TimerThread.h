@@ -24,6 +24,8 @@ namespace zel {
 /// notices a stop within 100 milliseconds. It exits after its last tick, and at the first tick that
 /// finds that the processor no longer exists.
 ///
+/// On Windows it can't be a static object of a DLL, see Thread.
+///
 /// Thread-safe.
 ///
 /// Guide: docs/commands.md

@@ -22,6 +22,9 @@ namespace zel {
 ///     sampler->RequestStop();
 ///     sampler->Join();
 ///
+/// On Windows a thread can't be a static object of a DLL, nor be started or joined by one: the
+/// loader's lock is held there.
+///
 /// An exception that escapes `Run` is logged at level 2 with the thread's name and ends this thread
 /// only. A stop that is requested before the start remains requested. Thread-safe.
 ///
