@@ -68,11 +68,14 @@ public:
     void SetMinimumValue() override;
     void SetMaximumValue() override;
 
+    /// The overloads that VariantBase describes.
+    ///@{
     using VariantBase::IsEqual;
     using VariantBase::IsGreaterThan;
     using VariantBase::IsGreaterThanOrEqualTo;
     using VariantBase::IsLessThan;
     using VariantBase::IsLessThanOrEqualTo;
+    ///@}
 
     bool IsEqual(RCPtr<VariantBase> other, bool throwOnError, bool expandSingle,
                  bool requireAll) const override;
