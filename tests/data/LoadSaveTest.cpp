@@ -19,6 +19,11 @@ RCPtr<DataTable> Load(const std::string& path) {
     return DataTable::Load(path, ",", true, true, false, false);
 }
 
+struct UnusableFile {
+    std::string path;
+    std::string reason;
+};
+
 TEST(LoadSaveTest, LoadReportsPathReasonAndLine) {
     const test::TemporaryFolder folder;
     const std::tuple<std::string, std::string, std::string> rows[] = {
@@ -36,13 +41,13 @@ TEST(LoadSaveTest, LoadReportsPathReasonAndLine) {
     std::ofstream(path) << "[\"a\"\n]]";
     EXPECT_EQ(ThrownBy([&] { DataTree::Load(path.c_str()); }),
               "DataTreeEx: Unexpected closing tag (" + path + ": line 2, column 2)");
-    const std::tuple<std::string, std::string> files[] = {{folder / "none", test::MISSING_FILE},
-                                                          {folder / "", test::DIRECTORY}};
-    for (const auto& [file, reason] : files) {
-        EXPECT_EQ(ThrownBy([&] { Load(file); }),
-                  "DataTableEx: Could not load " + file + ": " + reason);
-        EXPECT_EQ(ThrownBy([&] { DataTree::Load(file.c_str()); }),
-                  "DataTreeEx: Could not open input file " + file);
+    const UnusableFile files[] = {{folder / "none", test::MISSING_FILE},
+                                  {folder / "", test::DIRECTORY}};
+    for (const UnusableFile& file : files) {
+        EXPECT_EQ(ThrownBy([&] { Load(file.path); }),
+                  "DataTableEx: Could not load " + file.path + ": " + file.reason);
+        EXPECT_EQ(ThrownBy([&] { DataTree::Load(file.path.c_str()); }),
+                  "DataTreeEx: Could not open input file " + file.path);
     }
 }
 
@@ -56,15 +61,15 @@ TEST(LoadSaveTest, SaveReplacesTheFileOrReportsPathAndReason) {
     EXPECT_EQ(DataTree::Load(file.c_str())->GetName(), tree->GetName());
     table->Save(file, ',');
     EXPECT_EQ(Load(file)->GetField(0), tree->GetName()) << "without the byte order mark";
-    const std::tuple<std::string, std::string> rows[] = {
+    const UnusableFile rows[] = {
         {folder / "", test::DIRECTORY},
         {folder / "none/file", test::MISSING_DIRECTORY},
         {test::NULL_DEVICE, test::UNSUITABLE_FILE},
     };
-    for (const auto& [path, reason] : rows) {
-        const std::string message = "Could not save " + path + ": " + reason;
-        EXPECT_EQ(ThrownBy([&] { tree->Save(path); }), "DataTreeEx: " + message);
-        EXPECT_EQ(ThrownBy([&] { table->Save(path, ','); }), "DataTableEx: " + message);
+    for (const UnusableFile& row : rows) {
+        const std::string message = "Could not save " + row.path + ": " + row.reason;
+        EXPECT_EQ(ThrownBy([&] { tree->Save(row.path); }), "DataTreeEx: " + message);
+        EXPECT_EQ(ThrownBy([&] { table->Save(row.path, ','); }), "DataTableEx: " + message);
     }
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / ""), {}), 1);
 }
