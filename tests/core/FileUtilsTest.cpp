@@ -41,7 +41,7 @@ struct SlowBuffer : std::streambuf {
 
 TEST(FileUtilsTest, LeavesTheStreamAtTheFirstByteNotConsumed) {
     const std::string lines("one\n\ntw\rthree\na\0b\nlast", 22);
-    for (const std::size_t block : {0, 1, 4, 100}) {
+    for (const std::size_t block : {0U, 1U, 4U, 100U}) {
         for (const bool keepsLineFeed : {false, true}) {
             SCOPED_TRACE(block);
             SlowBuffer buffer(" \t\v\nab\n 123456\n123456" + lines, block);
