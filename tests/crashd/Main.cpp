@@ -3,12 +3,28 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <string>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <unistd.h>
+
+#if !defined(ZEL_SANITIZED)
+
+// The program's allocator, which reports calls on a stack for faults.
+extern "C" void* __libc_malloc(std::size_t size);
+extern "C" void* malloc(std::size_t size) {
+    stack_t stack = {};
+    if (sigaltstack(nullptr, &stack) == 0 && (stack.ss_flags & SS_ONSTACK) != 0) {
+        static_cast<void>(write(STDERR_FILENO, "allocation\n", 11));
+    }
+    return __libc_malloc(size);
+}
+
+#endif
 
 int main(int argc, char** argv) {
     if (argc > 1 && std::strcmp(argv[1], zel::crashtest::VICTIM) == 0) {

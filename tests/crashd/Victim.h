@@ -1,45 +1,61 @@
 #pragma once
 
-#include "zel/crashd/CrashDaemon.h"
+#include "tests/support/ChildProcess.h"
 
-#include <map>
-#include <string>
-
-// No sanitizer may report before the fault.
-#define ZEL_UNCHECKED __attribute__((no_sanitize("undefined", "address", "thread")))
-// Where only exported names can be looked up, these must be among them.
-#define ZEL_EXPORTED __attribute__((visibility("default")))
+#include <chrono>
+#include <filesystem>
+#include <iterator>
+#include <regex>
 
 namespace zel::crashtest {
 
 // The first argument that makes a program of these tests a victim.
 inline constexpr const char* VICTIM = "--victim";
 
-using Work = void (*)();
-
 // Sets up crash handling and ends this process as the next arguments say: the death, its place, and
 // the program's shape. A helper process that is started as its daemon runs this as well.
 int RunVictim(int argc, char** argv);
 
-// Runs the death.
-ZEL_EXPORTED void DieAsRequested();
+// The results of a victim and its daemon.
+struct Outcome {
+    int status = 0;
+    std::string output;
+    std::string errors;
+    std::chrono::duration<double> afterlife = {};  // of the daemon
 
-ZEL_EXPORTED void WriteToNowhere();
+    bool EndedBy(int signal) const { return WIFSIGNALED(status) && WTERMSIG(status) == signal; }
 
-// Calls `die` in a library that is opened for this.
-void DieInPlugin(const std::string& file, Work die);
+    long CountReports() const {
+        const std::regex head("\\|     Program Crash Report     \\|");
+        return std::distance(std::sregex_iterator(errors.begin(), errors.end(), head), {});
+    }
+};
 
-// Returns the number after the colon of the death's name.
-int GetDeathCount();
+// Runs this program as a victim. The calling process is a subreaper and has one victim at a time.
+class Child : public test::ChildProcess {
+public:
+    using ChildProcess::ChildProcess;
 
-// Sets crash handling up as RunVictim does.
-bool Initialize(CrashCallback callback);
+    Child(const std::string& death, const std::string& place, const std::string& shape = "")
+        : ChildProcess(
+              {std::filesystem::read_symlink("/proc/self/exe"), VICTIM, death, place, shape}) {}
 
-// What programs do before Initialize, and by the same names with "late " after it and "end " at the
-// end of main. In the helper process only the first happens.
-const std::map<std::string, Work>& GetShapes();
+    // Waits until crash handling is set up, and returns the log.
+    std::string WaitUntilReady() const { return ReadUntil("\nset up\n"); }
 
-// Returns the callback of a shape, null for the others.
-CrashCallback MakeCallback(const std::string& shape);
+    // Waits for the end of the victim and of all processes that it has started.
+    Outcome Finish() {
+        Outcome outcome;
+        outcome.status = Wait();
+        const auto end = std::chrono::steady_clock::now();
+        outcome.errors = ReadAll(STDERR_FILENO);
+        outcome.afterlife = std::chrono::steady_clock::now() - end;
+        CloseInput();
+        outcome.output = ReadAll(STDOUT_FILENO);
+        while (::waitpid(-1, nullptr, 0) > 0) {
+        }
+        return outcome;
+    }
+};
 
 }  // namespace zel::crashtest

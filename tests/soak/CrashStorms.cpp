@@ -1,4 +1,3 @@
-#include "tests/crashd/Child.h"
 #include "tests/crashd/Victim.h"
 
 #include <csignal>

@@ -5,11 +5,11 @@
 
 namespace zel::test {
 
-// Calls `work` on a thread with a stack of 256 KiB and waits for it.
-inline void RunOnSmallStack(std::function<void()> work) {
+// Calls `work` on a thread with a stack of `size` bytes and waits for it.
+inline void RunOnSmallStack(std::function<void()> work, std::size_t size = 256 * 1024) {
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, 256 * 1024);
+    pthread_attr_setstacksize(&attributes, size);
     pthread_t thread{};
     const auto run = [](void* argument) -> void* {
         (*static_cast<std::function<void()>*>(argument))();
