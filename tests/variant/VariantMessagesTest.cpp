@@ -14,16 +14,17 @@ namespace {
 using Texts = std::vector<std::string>;
 using Ints = std::vector<int>;
 using Longs = std::vector<long long>;
-using Calls = std::vector<std::function<void()>>;
+using Calls = std::vector<std::function<bool()>>;
 
-template <class Source, class Target>
-using Converter = VariantValueConverter<Source, Target>;
+using FromInt = VariantValueConverter<int, long long>;
+using FromInts = VariantValueConverter<Ints, Longs>;
+using FromText = VariantValueConverter<std::string, Texts>;
 
 class VariantMessagesTest : public testing::Test {
 protected:
-    // Compares the last line that each call logs, which has level 3, with a line of `expected`, in
-    // which {int} is the runtime's name of the type, {E} that of E, {tag} its tag in the text form,
-    // and {a|b} is a if E is a string and b if not.
+    // Checks that each call returns false, and compares the last line that it logs, which has level
+    // 3, with a line of `expected`, in which {int} is the runtime's name of the type, {E} that of
+    // E, {tag} its tag in the text form, and {a|b} is a if E is a string and b if not.
     template <class E = int>
     void Check(const Calls& calls, const std::string& expected) {
         const std::pair<const char*, const char*> names[] = {
@@ -41,32 +42,32 @@ protected:
             for (const auto& [mark, name] : names) {
                 line = std::regex_replace(line, std::regex(mark), name);
             }
-            call();
+            EXPECT_FALSE(call()) << line;
             const std::string text = m_log.sink->TakeText();
             EXPECT_EQ(text.substr(std::min(text.rfind('\n'), text.size())), "\n3 Variant " + line);
         }
     }
 
-    unsigned long long& WithBytes(unsigned long long bytes) { return m_bytes = bytes; }
+    unsigned long long& Bytes(unsigned long long bytes) { return m_bytes = bytes; }
 
     // Calls the functions of the forms for element type E.
     template <class E>
     Calls CallsOf(VariantBase* scalar, VariantBase* array) {
         return {
-            [=] { ReadScalarValueFromStringImp<E>(scalar, "7"); },
-            [=] { ReadVectorValueFromStringImp<E>(array, "7", false); },
-            [=] { WriteScalarValueToStringImp<E>(scalar); },
-            [=] { WriteVectorValueToStringImp<E>(array, false); },
-            [=] { AddElementToVectorAsStringImp<E>(array, 0, "7", false); },
-            [=] { RemoveElementFromVectorImp<E>(0, array, false); },
-            [=, this] { ReadScalarValueFromStreamImp<E>(scalar, m_in); },
-            [=, this] { ReadVectorValueFromStreamImp<E>(array, m_in); },
-            [=, this] { WriteVectorValueToStreamImp<E>(array, m_out); },
-            [=, this] { ReadScalarValueFromBufferImp<E>(scalar, m_block, WithBytes(64)); },
-            [=, this] { ReadVectorValueFromBufferImp<E>(array, m_block, WithBytes(64), true); },
-            [=, this] { WriteVectorValueToBufferImp<E>(array, m_block, WithBytes(64), true); },
-            [=, this] { WriteScalarValueToStreamImp<E>(scalar, m_out); },
-            [=, this] { WriteScalarValueToBufferImp<E>(scalar, m_block, WithBytes(64)); },
+            [=] { return ReadScalarValueFromStringImp<E>(scalar, "7"); },
+            [=] { return ReadVectorValueFromStringImp<E>(array, "7", false); },
+            [=] { return !WriteScalarValueToStringImp<E>(scalar).empty(); },
+            [=] { return !WriteVectorValueToStringImp<E>(array, false).empty(); },
+            [=] { return AddElementToVectorAsStringImp<E>(array, 0, "7", false); },
+            [=] { return RemoveElementFromVectorImp<E>(0, array, false); },
+            [=, this] { return ReadScalarValueFromStreamImp<E>(scalar, m_in); },
+            [=, this] { return ReadVectorValueFromStreamImp<E>(array, m_in); },
+            [=, this] { return WriteVectorValueToStreamImp<E>(array, m_out); },
+            [=, this] { return ReadScalarValueFromBufferImp<E>(scalar, m_block, Bytes(64)); },
+            [=, this] { return ReadVectorValueFromBufferImp<E>(array, m_block, Bytes(64), true); },
+            [=, this] { return WriteVectorValueToBufferImp<E>(array, m_block, Bytes(64), true); },
+            [=, this] { return WriteScalarValueToStreamImp<E>(scalar, m_out); },
+            [=, this] { return WriteScalarValueToBufferImp<E>(scalar, m_block, Bytes(64)); },
         };
     }
 
@@ -129,19 +130,19 @@ TEST_F(VariantMessagesTest, OfTheTextForm) {
     Variant<std::vector<signed char>> bytes({1});
     Variant<std::vector<unsigned char>> none;
     const Calls calls = {
-        [&] { m_number.ReadValueFromString("", false); },
-        [&] { m_number.ReadValueFromString("x", false); },
-        [&] { m_array.ReadValueFromString("5", true); },
-        [&] { m_array.ReadValueFromString("x`1", true); },
-        [&] { m_array.ReadValueFromString("3`7`8", true); },
-        [&] { bytes.ReadValueFromString("1`x", false); },
-        [&] { m_array.AddElementToVectorAsString(0, nullptr, false); },
-        [&] { m_array.AddElementToVectorAsString(0, "x", false); },
-        [&] { bytes.AddElementToVectorAsString(0, "-129", false); },
-        [&] { none.AddElementToVectorAsString(-1, "256", false); },
-        [&] { m_array.AddElementToVectorAsString(2, "1", false); },
-        [&] { m_fixed.AddElementToVectorAsString(0, "1", false); },
-        [&] { RemoveElementFromVectorImp<int>(1, &m_fixed, false); },
+        [&] { return m_number.ReadValueFromString("", false); },
+        [&] { return m_number.ReadValueFromString("x", false); },
+        [&] { return m_array.ReadValueFromString("5", true); },
+        [&] { return m_array.ReadValueFromString("x`1", true); },
+        [&] { return m_array.ReadValueFromString("3`7`8", true); },
+        [&] { return bytes.ReadValueFromString("1`x", false); },
+        [&] { return m_array.AddElementToVectorAsString(0, nullptr, false); },
+        [&] { return m_array.AddElementToVectorAsString(0, "x", false); },
+        [&] { return bytes.AddElementToVectorAsString(0, "-129", false); },
+        [&] { return none.AddElementToVectorAsString(-1, "256", false); },
+        [&] { return m_array.AddElementToVectorAsString(2, "1", false); },
+        [&] { return m_fixed.AddElementToVectorAsString(0, "1", false); },
+        [&] { return RemoveElementFromVectorImp<int>(1, &m_fixed, false); },
     };
     Check(calls, R"(
 [ReadScalarValueFromStringImp< T >] Invalid string passed into function
@@ -164,7 +165,7 @@ TEST_F(VariantMessagesTest, OfTheStreamForm) {
         return [=] {
             std::istringstream in(bytes);
             in.exceptions(thrown);
-            EXPECT_FALSE(VariantBase::CreateByTypeName(type)->ReadValueFromStream(in));
+            return VariantBase::CreateByTypeName(type)->ReadValueFromStream(in);
         };
     };
     const std::string two("\0\0\0\0\0\0\0\2", 8);
@@ -188,14 +189,11 @@ TEST_F(VariantMessagesTest, OfTheStreamForm) {
 TEST_F(VariantMessagesTest, OfTheBufferForm) {
     std::string two("\0\0\0\0\0\0\0\2x", 9);
     Variant<std::string> text("7");
-    const auto read = [&](VariantBase& value, unsigned long long bytes) {
-        return [&, bytes] {
-            value.ReadValueFromBuffer(&two[static_cast<std::size_t>(9 - bytes)], WithBytes(bytes),
-                                      true);
-        };
+    const auto read = [&](VariantBase& value, std::size_t size) {
+        return [&, size] { return value.ReadValueFromBuffer(&two[9 - size], Bytes(size), true); };
     };
-    const auto write = [&](VariantBase& value, unsigned long long bytes) {
-        return [&, bytes] { value.WriteValueToBuffer(m_block, WithBytes(bytes), true); };
+    const auto write = [&](VariantBase& value, std::size_t size) {
+        return [&, size] { return value.WriteValueToBuffer(m_block, Bytes(size), true); };
     };
     const Calls calls = {
         read(m_number, 3),
@@ -206,8 +204,10 @@ TEST_F(VariantMessagesTest, OfTheBufferForm) {
         write(m_number, 3),
         write(text, 1),
         write(m_array, 15),
-        [&] { ReadVectorValueFromBufferImp<std::string>(&m_array, m_block, m_bytes, false); },
-        [&] { Variant<Longs>().ReadValueFromBuffer(m_block, m_bytes, false); },
+        [&] {
+            return ReadVectorValueFromBufferImp<std::string>(&m_array, m_block, m_bytes, false);
+        },
+        [&] { return Variant<Longs>().ReadValueFromBuffer(m_block, m_bytes, false); },
     };
     Check(calls, R"(
 [ReadScalarValueFromBufferImp< T >] Trying to read 4 bytes from buffer for type {int} but only 3 bytes are available
@@ -231,22 +231,22 @@ TEST_F(VariantMessagesTest, OfConversion) {
     Longs longs;
     std::string text;
     const Calls calls = {
-        [&] { m_fixed.SetValue(Ints{1}, false); },
-        [&] { one.SetValue(1, false); },
-        [&] { m_array.GetValue(&ints[0], false); },
-        [&] { m_number.SetValue(5LL, false); },
-        [&] { wide.GetValue(&ints[0], false); },
-        [&] { m_texts.SetValue(ints, false); },
-        [&] { m_texts.GetValue(&ints, false); },
-        [&] { none.SetValue(ints, false); },
-        [&] { Converter<Ints, Longs>::SetValueImp(&none, ints, false); },
-        [&] { Converter<int, long long>::SetValueImp(&m_number, 1, false); },
-        [&] { Converter<int, long long>::GetValueImp(&m_array, &longs.emplace_back(), false); },
-        [&] { Converter<Ints, Longs>::SetValueImp(&m_array, Ints(2), false); },
-        [&] { Converter<Ints, Longs>::GetValueImp(&m_number, &longs, false); },
-        [&] { Converter<std::string, Texts>::AddElementToVector(0, &m_number, &text, false); },
-        [&] { Converter<std::string, Texts>::AddElementToVector(1, &m_texts, &text, false); },
-        [&] { Converter<std::string, Texts>::AddElementToVector(-1, &fixed, &text, false); },
+        [&] { return m_fixed.SetValue(Ints{1}, false); },
+        [&] { return one.SetValue(1, false); },
+        [&] { return m_array.GetValue(&ints[0], false); },
+        [&] { return m_number.SetValue(5LL, false); },
+        [&] { return wide.GetValue(&ints[0], false); },
+        [&] { return m_texts.SetValue(ints, false); },
+        [&] { return m_texts.GetValue(&ints, false); },
+        [&] { return none.SetValue(ints, false); },
+        [&] { return FromInts::SetValueImp(&none, ints, false); },
+        [&] { return FromInt::SetValueImp(&m_number, 1, false); },
+        [&] { return FromInt::GetValueImp(&m_array, &longs.emplace_back(), false); },
+        [&] { return FromInts::SetValueImp(&m_array, Ints(2), false); },
+        [&] { return FromInts::GetValueImp(&m_number, &longs, false); },
+        [&] { return FromText::AddElementToVector(0, &m_number, &text, false); },
+        [&] { return FromText::AddElementToVector(1, &m_texts, &text, false); },
+        [&] { return FromText::AddElementToVector(-1, &fixed, &text, false); },
     };
     Check(calls, R"(
 [VariantBase::SetValue] Source array has 1 elements, but variant is fixed at 2 elements
