@@ -72,7 +72,6 @@ TEST(VariantFormsTest, EveryTypeAndLengthSurvivesEveryForm) {
 TEST(VariantFormsTest, TheBytesAreThoseOfTheFormat) {
     const std::pair<Value, std::string> rows[] = {
         {new Variant<int>(258), "\0\0\1\2"s},
-        {new Variant<float>(1), "\x3F\x80\0\0"s},
         {new Variant<double>(1), "\x3F\xF0\0\0\0\0\0\0"s},
         {new Variant<std::vector<unsigned short>>({1, 2}), "\0\0\0\0\0\0\0\2\0\1\0\2"s},
         {new Variant<std::string>("ab"), "ab\0"s},
