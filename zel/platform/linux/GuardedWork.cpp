@@ -23,19 +23,19 @@ constexpr long CHECK_INTERVAL = 50'000'000;  // nanoseconds
 struct Guard {
     sigjmp_buf recoveryPoint;
     Clock::time_point deadline;
-    long thread;
 };
 
-// The innermost guard.
+// The innermost guard, which is on the stack of the thread s_thread. Other threads that fail must
+// not look into it.
 constinit std::atomic<Guard*> s_guard{nullptr};
+constinit std::atomic<long> s_thread{0};
 
 constinit ThreadTimer s_timer;
 constinit bool s_hasTimer = false;
 
 // Returns the innermost guard if it is the calling thread's.
 Guard* FindOwnGuard() noexcept {
-    Guard* const guard = s_guard.load();
-    return guard != nullptr && guard->thread == syscall(SYS_gettid) ? guard : nullptr;
+    return s_thread == syscall(SYS_gettid) ? s_guard.load() : nullptr;
 }
 
 void HandleTimer(int) noexcept {
@@ -56,7 +56,6 @@ bool RunWithin(Clock::time_point deadline, void (*work)(void*), void* argument) 
     Guard* const outer = s_guard.load();
     Guard guard;
     guard.deadline = deadline;
-    guard.thread = outer != nullptr ? outer->thread : syscall(SYS_gettid);
     // The mask isn't saved, because that is a call of the system for each frame of a walk.
     if (sigsetjmp(guard.recoveryPoint, 0) != 0) {
         s_guard = outer;
@@ -95,6 +94,7 @@ bool DoGuarded(void (*work)(void*), void* argument, std::chrono::milliseconds li
     if (outer != nullptr) {
         return RunWithin(std::min(deadline, outer->deadline), work, argument);
     }
+    s_thread = syscall(SYS_gettid);
     // A sandbox may answer the calls of a timer by a fault; the work then runs without a limit.
     if (!RunWithin(deadline, StartTimer, nullptr)) {
         s_hasTimer = false;
