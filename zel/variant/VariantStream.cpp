@@ -149,8 +149,12 @@ void WriteValue(std::ostream& out, T value) {
     out.write(bytes, sizeof bytes);
 }
 
-// Returns whether writing a file runs a character conversion that the program defines.
+// Returns whether writing runs a character conversion that the program defines. Only files are
+// converted, and looking up the conversion takes as long as writing a short array.
 bool HasUserEncoding(const std::streambuf& buffer) {
+    if (typeid(buffer) != typeid(std::filebuf)) {
+        return false;
+    }
     using Encoding = std::codecvt<char, char, std::mbstate_t>;
     const std::locale locale = buffer.getloc();
     const Encoding& encoding = std::use_facet<Encoding>(locale);
