@@ -18,7 +18,8 @@ namespace zel {
 /// that it is destroyed before the members that the callable uses.
 ///
 /// Requires: the thread that disconnects holds no lock that the callable waits for, because
-/// disconnecting blocks until calls on other threads have returned. The source may be destroyed
+/// disconnecting blocks until calls on other threads have returned: two callables that disconnect
+/// each other on two threads wait for each other for ever. The source may be destroyed
 /// first, but not at the same time on another thread. Not thread-safe.
 ///
 /// Guide: docs/foundation.md
