@@ -1,11 +1,13 @@
 #include "zel/core/StringUtils.h"
 #include "zel/variant/Variant.h"
 
+#include "tests/support/Thrown.h"
 #include "tests/support/VariantForms.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <map>
 
@@ -56,6 +58,9 @@ void CheckPair(const T& value, const Value& variant) {
     ExpectOutcome(variant, canGet,
                   [&](bool throws) { return variant->GetValue(&fetched, throws); });
     EXPECT_TRUE(!canSet || !canGet || fetched == value);
+    ExpectOutcome(variant, canGet, [&](bool throws) {
+        return (canGet || throws) && variant->GetValueAs<T>() == fetched;
+    });
 }
 
 TEST(VariantConversionTest, EachPairOfTypesConvertsAsInTheTable) {
@@ -68,6 +73,15 @@ TEST(VariantConversionTest, EachPairOfTypesConvertsAsInTheTable) {
             }
         });
     });
+}
+
+TEST(VariantConversionTest, NumbersOfOtherTypesAreReadByWidthAndSign) {
+    const Variant<long long> number(-5);
+    EXPECT_EQ(number.GetValueAs<std::int64_t>(), -5);
+    EXPECT_EQ(Variant<unsigned int>(5).GetValueAs<std::size_t>(), 5U);
+    EXPECT_TRUE(Variant<unsigned char>(1).GetValueAs<bool>());
+    EXPECT_EQ(test::ThrownBy([&] { number.GetValueAs<bool>(); }),
+              "VariantEx: [VariantBase::GetValueAs] A variant of type S64 can't be read as U8");
 }
 
 TEST(VariantConversionTest, TextThatIsNoNumberKeepsTheNumbersBefore) {

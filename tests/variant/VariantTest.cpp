@@ -38,6 +38,7 @@ TEST(VariantTest, EachTypeKnowsItsIdentifierNameAndSizes) {
             EXPECT_EQ(value->GetTypeInfo(), bit != 0 ? typeid(std::vector<E>) : typeid(E));
             EXPECT_EQ(value->GetType(), value->GetTypeInfo().name());
             EXPECT_EQ(value->IsArray(), bit != 0);
+            EXPECT_EQ(value->IsFixedSize(), bit == 0x100);
             EXPECT_EQ(value->Clone()->GetTypeName(), name);
         }
     });

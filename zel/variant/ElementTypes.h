@@ -106,6 +106,22 @@ struct ValueTraits<std::vector<E>> {
 template <class T>
 concept VariantValue = VariantElement<typename ValueTraits<T>::Element>;
 
+/// The element type that stands for `T` where only width and sign count: the integer of the same
+/// width and sign for `long` and `unsigned long`, and so for `std::int64_t` and `std::size_t` on
+/// every host; `unsigned char` for `bool`; `T` itself for any other type.
+template <class T>
+using SubstituteFor = std::conditional_t<
+    std::is_same_v<T, bool>, unsigned char,
+    std::conditional_t<
+        std::is_same_v<T, long>, std::conditional_t<sizeof(long) == sizeof(int), int, long long>,
+        std::conditional_t<
+            std::is_same_v<T, unsigned long>,
+            std::conditional_t<sizeof(long) == sizeof(int), unsigned int, unsigned long long>, T>>>;
+
+/// A number that isn't an element type but has a substitute: `long`, `unsigned long` or `bool`.
+template <class T>
+concept SubstitutedNumber = !std::is_same_v<T, SubstituteFor<T>>;
+
 /// Fails to compile, with a message that lists the value types, if `T` isn't one of them.
 #define ZEL_ASSERT_VARIANT_VALUE(T)                                                             \
     static_assert(::zel::VariantValue<T>,                                                       \

@@ -23,8 +23,7 @@ public:
 ///
 ///     RCPtr<VariantBase> speed = VariantBase::CreateByTypeName("F32");
 ///     speed->SetValue(std::string("2.5"), true);
-///     double metres = 0;
-///     speed->GetValue(&metres, true);
+///     const auto metres = speed->GetValueAs<double>();
 ///
 /// The type names are `U8 U16 U32 U64 S8 S16 S32 S64 F32 D64 string`, followed by `[]` for a
 /// variable-size array and by a size, as in `[8]`, for a fixed-size array. The type IDs are
@@ -206,6 +205,17 @@ public:
         return FetchValue(value, throwOnError);
     }
 
+    /// Returns the value, converted by the rules of GetValue; an array has only the variant's
+    /// elements. `T` may also be `long`, `unsigned long` or `bool`, which are read as their
+    /// SubstituteFor. Throws VariantEx if the rules reject the conversion.
+    ///
+    ///     const auto size = limits->GetValueAs<std::uint64_t>();
+    template <class T>
+    T GetValueAs() const {
+        ZEL_ASSERT_VARIANT_VALUE(SubstituteFor<T>);
+        return static_cast<T>(FetchOrThrow<SubstituteFor<T>>());
+    }
+
     /// Parses the text form, which is a number or the string itself; for an array the elements with
     /// STRING_VECTOR_SEPARATOR between them, preceded by their count and a separator if `withSize`.
     /// Logs at level 3 and returns false if the text doesn't fit; the variant keeps its value then.
@@ -269,6 +279,9 @@ public:
     /// Returns whether the value is an array, of fixed or variable size. Unlocked.
     bool IsArray() const { return (GetTypeID() & TypeID::ARRAY_BITS) != 0; }
 
+    /// Returns whether the value is an array of fixed size. Unlocked.
+    bool IsFixedSize() const { return (GetTypeID() & TypeID::FIXED_ARRAY) != 0; }
+
     /// Returns the type name. CreateByTypeName makes a variant of the same type of it, unless a
     /// fixed-size array has more than INT_MAX elements. Throws `Exception` if the type ID of a
     /// user-defined class is none of the 22.
@@ -329,6 +342,8 @@ private:
     bool StoreValue(const T& value, bool throwOnError);
     template <class T>
     bool FetchValue(T* value, bool throwOnError) const;
+    template <class T>
+    T FetchOrThrow() const;
 
     const int m_valueCode = 0;
 };

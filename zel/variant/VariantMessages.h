@@ -36,6 +36,13 @@ const char* GetTypeText() {
     return NumericElement<T> ? typeid(T).name() : "std::string";
 }
 
+// The name of a value type in messages that aren't interface: "S32", "S32[]".
+template <class T>
+std::string GetReadableName() {
+    const std::string name = ElementTraits<typename ValueTraits<T>::Element>::Name;
+    return ValueTraits<T>::IsArray ? name + "[]" : name;
+}
+
 // What the messages of readers and writers say of a null variant.
 inline constexpr const char* NULL_IN_READER = "Invalid variant pointer passed into function";
 inline constexpr const char* NULL_IN_WRITER = "Invalid variant pointer passed to function";
