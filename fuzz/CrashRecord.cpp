@@ -34,7 +34,7 @@ void Run(Input input) {
     }
     const bool isValid = record.magic == MAGIC;
     std::ostringstream complaint;
-    CheckCrashMessage(record, complaint);
+    CheckCrashMessage(record, 0, complaint);
     Require(complaint.str().empty() == isValid, "an invalid record is reported");
     Require(record.magic == (isValid ? MAGIC : 0), "an invalid magic is cleared");
     Require(IsTerminated(record.prog_name) && IsTerminated(record.asserts) &&

@@ -90,8 +90,7 @@ bool ReadCrashMessage(const std::function<std::size_t(void* buffer, std::size_t 
     return true;
 }
 
-void CheckCrashMessage(zel_crash_msg_s& record, std::ostream& out) {
-    const int error = platform::LastSystemError();
+void CheckCrashMessage(zel_crash_msg_s& record, int error, std::ostream& out) {
     if (record.magic != MAGIC) {
         out << StringUtils::Format("crashd: MAGIC bytes are wrong (0x%08x)!\n", record.magic)
             << std::flush;
@@ -109,7 +108,7 @@ void crashd_main(const char* pipeName, CrashCallback callback) noexcept {
     if (!ReceiveCrashMessage(pipeName)) {
         ExitProcess(EXIT_SUCCESS);
     }
-    CheckCrashMessage(s_record, std::cerr);
+    CheckCrashMessage(s_record, platform::LastSystemError(), std::cerr);
     if (callback) {
         callback->Call(&s_record);
     } else {

@@ -34,8 +34,9 @@ ZEL_ADVANCED_API bool ReadCrashMessage(
     zel_crash_msg_s& record);
 
 /// Terminates each text of the record, at its last byte at the latest. A record with a wrong magic
-/// number is reported on `out` and replaced by a record of the daemon's own fault.
-ZEL_ADVANCED_API void CheckCrashMessage(zel_crash_msg_s& record, std::ostream& out);
+/// number is reported on `out` and replaced by a record of the daemon's own fault, with the
+/// system's error number `error`.
+ZEL_ADVANCED_API void CheckCrashMessage(zel_crash_msg_s& record, int error, std::ostream& out);
 
 /// Prints the report of a record that has passed `CheckCrashMessage`.
 ZEL_ADVANCED_API void PrintCrashReport(const zel_crash_msg_s& record, std::ostream& out);

@@ -53,8 +53,8 @@ void EndLostHelper() {
     }
 }
 
-bool CreateChannel() {
-    if (!s_channel.Create()) {
+bool CreateChannel(const char* program) {
+    if (!s_channel.Create(program)) {
         const int error = platform::LastSystemError();
         Log(s_log, 2, "[CrashHandler::Initialize] Error creating the NamedPipe. System said '",
             error, "'");
@@ -89,7 +89,7 @@ void PrepareRecord(const char* program) {
 }
 
 bool Connect(platform::HelperProcess& daemon) {
-    if (!daemon.WaitUntilListening(CONNECT_TIMEOUT)) {
+    if (!daemon.WaitUntilListening(s_channel, CONNECT_TIMEOUT)) {
         Log(s_log, 2,
             "[CrashHandler::Initialize] crash daemon never connected to the PIPE! Crash handling "
             "disabled.");
@@ -151,8 +151,12 @@ void Send(void*) {
     s_channel.Close();
 }
 
-void ReportFault(platform::FaultRecord& fault) {
-    CrashHandlerCustomExceptionFilter(&fault);
+void ReportFault(const platform::FaultRecord& fault) {
+    FillRecord(fault);
+    CrashWalker walker(fault.context);
+    platform::DoGuarded(Walk, &walker, WALK_TIMEOUT + UNREAD_TIMEOUT);
+    platform::DoGuarded(Send, nullptr, SEND_TIMEOUT);
+    platform::EndByFault(fault);
 }
 
 }  // namespace
@@ -180,14 +184,14 @@ bool CrashHandler::Initialize(int argc, char** argv, CrashCallback callback) {
         return false;
     }
     platform::HelperProcess daemon;
-    if (!CreateChannel() || !StartDaemon(variable, argv, daemon)) {
+    if (!CreateChannel(program) || !StartDaemon(variable, argv, daemon)) {
         return false;
     }
     ProtectThisThread();
     // A walk's resources are allocated now, while there is memory.
     StackWalker().LoadModules();
     PrepareRecord(program);
-    platform::CatchFaults(ReportFault);
+    platform::CatchFaults(CrashHandlerCustomExceptionFilter);
     return Connect(daemon);
 }
 
@@ -195,15 +199,11 @@ void CrashHandler::ProtectThisThread() noexcept {
     platform::InstallFaultStack();
 }
 
-long CrashHandlerCustomExceptionFilter(ExceptionPointers* pointers) {
+long ZEL_SYSTEM_CALL CrashHandlerCustomExceptionFilter(ExceptionPointers* pointers) {
     if (pointers == nullptr) {
         return 0;
     }
-    FillRecord(*pointers);
-    CrashWalker walker(pointers->context);
-    platform::DoGuarded(Walk, &walker, WALK_TIMEOUT + UNREAD_TIMEOUT);
-    platform::DoGuarded(Send, nullptr, SEND_TIMEOUT);
-    platform::EndByFault(*pointers);
+    platform::HandleFault(*pointers, ReportFault);
 }
 
 }  // namespace zel

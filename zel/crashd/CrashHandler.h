@@ -10,13 +10,6 @@
 
 namespace zel {
 
-namespace platform {
-struct FaultRecord;
-}
-
-/// The system's description of a fault.
-using ExceptionPointers = platform::FaultRecord;
-
 /// Reports a crash of the program from a second process, the crash daemon, which outlives it. The
 /// program calls `Initialize` once, as early in `main` as possible:
 ///
@@ -71,6 +64,7 @@ public:
 
 /// Reports the fault and ends the process by it; returns 0 for null. The system calls it on the
 /// thread that failed. It allocates nothing, takes no lock and logs nothing.
-ZEL_ADVANCED_API long CrashHandlerCustomExceptionFilter(ExceptionPointers* pointers);
+ZEL_ADVANCED_API long ZEL_SYSTEM_CALL
+CrashHandlerCustomExceptionFilter(ExceptionPointers* pointers);
 
 }  // namespace zel

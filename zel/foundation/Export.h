@@ -1,13 +1,20 @@
 #pragma once
 
 /// @file
-/// Export macro of libzelAdvanced.
+/// Export macro of libzelAdvanced, and what its headers name of the system.
 
 /// Marks what libzelAdvanced exports. All other symbols are hidden.
 ///
 /// @def ZEL_ADVANCED_API
 
+/// Marks a function that the system calls.
+///
+/// @def ZEL_SYSTEM_CALL
+
 #if defined(_WIN32)
+
+#define ZEL_SYSTEM_CALL __stdcall
+
 #if defined(ZEL_STATIC)
 #define ZEL_ADVANCED_API
 #elif defined(ZEL_ADVANCED_BUILD)
@@ -15,6 +22,30 @@
 #else
 #define ZEL_ADVANCED_API __declspec(dllimport)
 #endif
+
+struct _EXCEPTION_POINTERS;
+
+namespace zel {
+
+/// The system's description of a fault.
+using ExceptionPointers = ::_EXCEPTION_POINTERS;
+
+}  // namespace zel
+
 #else
+
+#define ZEL_SYSTEM_CALL
 #define ZEL_ADVANCED_API __attribute__((visibility("default")))
+
+namespace zel {
+
+namespace platform {
+struct FaultRecord;
+}
+
+/// The system's description of a fault.
+using ExceptionPointers = platform::FaultRecord;
+
+}  // namespace zel
+
 #endif

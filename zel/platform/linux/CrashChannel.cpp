@@ -107,13 +107,56 @@ private:
     sigset_t m_mask = {};
 };
 
+// Checks the channel that this process has inherited. Opening its path would block if the program
+// has ended. Returns its descriptor, -1 on failure.
+int TakeInherited() noexcept {
+    if (fcntl(INHERITED_CHANNEL, F_SETFD, FD_CLOEXEC) != 0) {
+        return -1;
+    }
+    if (!IsFifo(INHERITED_CHANNEL) ||
+        (fcntl(INHERITED_CHANNEL, F_GETOWN) <= 0 && HasWriter(INHERITED_CHANNEL))) {
+        errno = EINVAL;
+        return -1;
+    }
+    return INHERITED_CHANNEL;
+}
+
+void ReportListening() noexcept {
+    // Fails if the program has ended, which Read reports.
+    const char ready = 1;
+    static_cast<void>(write(INHERITED_READY, &ready, sizeof(ready)));
+    close(INHERITED_READY);
+}
+
+// Returns the descriptor, -1 on failure.
+int OpenPath(const char* path) noexcept {
+    struct stat status = {};
+    if (stat(path, &status) != 0) {
+        return -1;
+    }
+    if (!S_ISREG(status.st_mode) && !S_ISFIFO(status.st_mode)) {
+        errno = EINVAL;
+        return -1;
+    }
+    const InterruptedCalls interruptedCalls;
+    const auto end = std::chrono::steady_clock::now() + WRITER_TIMEOUT;
+    int reader = -1;
+    do {
+        reader = open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    } while (reader < 0 && errno == EINTR && std::chrono::steady_clock::now() < end);
+    if (reader < 0 && errno == EINTR) {
+        errno = ETIMEDOUT;
+    }
+    return reader;
+}
+
 }  // namespace
 
 bool HasInheritedChannel() noexcept {
     return IsFifo(INHERITED_CHANNEL) && fcntl(INHERITED_CHANNEL, F_GETOWN) > 0;
 }
 
-bool CrashChannel::Create() noexcept {
+bool CrashChannel::Create(const char*) noexcept {
     if (IsUnchanged()) {
         Close();  // that of the process this one was forked from
     }
@@ -123,7 +166,8 @@ bool CrashChannel::Create() noexcept {
     }
     struct stat status = {};
     // The helper process asks for the channel's owner.
-    if (fcntl(m_reader, F_SETOWN, getpid()) != 0 || fstat(m_writer, &status) != 0) {
+    if (fcntl(DescriptorOf(m_reader), F_SETOWN, getpid()) != 0 ||
+        fstat(DescriptorOf(m_writer), &status) != 0) {
         CloseReader();
         Close();
         return false;
@@ -138,7 +182,7 @@ bool CrashChannel::IsOpen() const noexcept {
     return m_writer >= 0 && m_process == getpid();
 }
 
-const char* CrashChannel::GetName() noexcept {
+const char* CrashChannel::GetName() const noexcept {
     return INHERITED_CHANNEL_NAME;
 }
 
@@ -148,8 +192,8 @@ void CrashChannel::CloseReader() noexcept {
 
 bool CrashChannel::IsUnchanged() const noexcept {
     struct stat status = {};
-    return m_writer >= 0 && fstat(m_writer, &status) == 0 && status.st_dev == m_device &&
-           status.st_ino == m_inode;
+    return m_writer >= 0 && fstat(DescriptorOf(m_writer), &status) == 0 &&
+           status.st_dev == m_device && status.st_ino == m_inode;
 }
 
 bool CrashChannel::Send(const void* data, std::size_t size) const noexcept {
@@ -160,7 +204,7 @@ bool CrashChannel::Send(const void* data, std::size_t size) const noexcept {
     const SuppressedPipeSignal suppressedPipeSignal;
     const auto* position = static_cast<const char*>(data);
     while (size > 0) {
-        const ssize_t written = write(m_writer, position, size);
+        const ssize_t written = write(DescriptorOf(m_writer), position, size);
         if (written > 0) {
             position += written;
             size -= static_cast<std::size_t>(written);
@@ -180,44 +224,12 @@ CrashChannelReader::~CrashChannelReader() {
 }
 
 bool CrashChannelReader::Open(const char* name) noexcept {
-    return std::strcmp(name, INHERITED_CHANNEL_NAME) == 0 ? OpenInherited() : OpenPath(name);
-}
-
-// Opening the path would block if the program has ended.
-bool CrashChannelReader::OpenInherited() noexcept {
-    if (fcntl(INHERITED_CHANNEL, F_SETFD, FD_CLOEXEC) != 0) {
-        return false;
-    }
-    if (!IsFifo(INHERITED_CHANNEL) ||
-        (fcntl(INHERITED_CHANNEL, F_GETOWN) <= 0 && HasWriter(INHERITED_CHANNEL))) {
-        errno = EINVAL;
-        return false;
-    }
-    m_reader = INHERITED_CHANNEL;
-    m_program = OpenOwner(m_reader);
-    // Fails if the program has ended, which Read reports.
-    const char ready = 1;
-    static_cast<void>(write(INHERITED_READY, &ready, sizeof(ready)));
-    close(INHERITED_READY);
-    return true;
-}
-
-bool CrashChannelReader::OpenPath(const char* path) noexcept {
-    struct stat status = {};
-    if (stat(path, &status) != 0) {
-        return false;
-    }
-    if (!S_ISREG(status.st_mode) && !S_ISFIFO(status.st_mode)) {
-        errno = EINVAL;
-        return false;
-    }
-    const InterruptedCalls interruptedCalls;
-    const auto end = std::chrono::steady_clock::now() + WRITER_TIMEOUT;
-    do {
-        m_reader = open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY);
-    } while (m_reader < 0 && errno == EINTR && std::chrono::steady_clock::now() < end);
-    if (m_reader < 0 && errno == EINTR) {
-        errno = ETIMEDOUT;
+    if (std::strcmp(name, INHERITED_CHANNEL_NAME) != 0) {
+        m_reader = OpenPath(name);
+    } else if (const int reader = TakeInherited(); reader >= 0) {
+        m_reader = reader;
+        m_program = OpenOwner(reader);
+        ReportListening();
     }
     return m_reader >= 0;
 }
@@ -227,12 +239,13 @@ std::size_t CrashChannelReader::Read(void* buffer, std::size_t size) noexcept {
     for (;;) {
         // A child forked from the program may hold the writing end after the program has ended, so
         // the program's end is polled too. Data that was sent before is still read.
-        pollfd sources[] = {{m_reader, POLLIN, 0}, {m_program, POLLIN, 0}};
+        pollfd sources[] = {{DescriptorOf(m_reader), POLLIN, 0},
+                            {DescriptorOf(m_program), POLLIN, 0}};
         if (poll(sources, 2, hasEnded ? 0 : -1) < 0 && errno != EINTR) {
             return 0;
         }
         if (sources[0].revents != 0) {
-            const ssize_t count = read(m_reader, buffer, size);
+            const ssize_t count = read(sources[0].fd, buffer, size);
             if (count >= 0 || (errno != EINTR && errno != EAGAIN)) {
                 return count > 0 ? static_cast<std::size_t>(count) : 0;
             }

@@ -24,7 +24,7 @@ constinit std::atomic<pid_t> s_owner{0};
 
 // Set before the first fault.
 constinit pid_t s_process = 0;
-constinit FaultHandler s_handler = nullptr;
+constinit FaultFilter s_filter = nullptr;
 
 // The owner's fault on its way to the stack below, which serves a thread without a fault stack.
 constinit FaultRecord* s_movingFault = nullptr;
@@ -51,8 +51,7 @@ pid_t ThisThread() noexcept {
 [[noreturn]] void HandleOwnersSignal(int signal) noexcept {
     if (FaultRecord* const fault = s_movingFault) {
         s_movingFault = nullptr;
-        s_handler(*fault);
-        EndByFault(*fault);
+        s_filter(fault);
     }
     EndBySignal(signal);
 }
@@ -98,17 +97,21 @@ void HandleFault(int signal, siginfo_t* info, void* context) noexcept {
         CodeOfSignal(*info, machine), signal, error, static_cast<std::uint32_t>(self),
         GetInstruction(machine),      context};
     MoveToStack(fault, *info);
-    s_handler(fault);
-    EndByFault(fault);
+    s_filter(&fault);
 }
 
 }  // namespace
 
-void CatchFaults(FaultHandler handler) noexcept {
+void CatchFaults(FaultFilter filter) noexcept {
     s_process = getpid();
     s_owner = 0;
-    s_handler = handler;
+    s_filter = filter;
     InstallHandler(HandleFault);
+}
+
+void HandleFault(ExceptionPointers& pointers, FaultHandler handler) noexcept {
+    handler(pointers);
+    EndByFault(pointers);
 }
 
 void EndByFault(const FaultRecord& fault) noexcept {

@@ -207,11 +207,11 @@ bool HelperProcess::Start(const std::string& variable, CrashChannel& channel, ch
         errno = EPERM;
         return false;
     }
-    int ready = -1;
+    std::intptr_t ready = -1;
     if (!OpenPipe(m_ready, ready, 0)) {
         return false;
     }
-    const bool isStarted = Spawn(variable, channel, arguments, ready);
+    const bool isStarted = Spawn(variable, channel, arguments, DescriptorOf(ready));
     CloseDescriptor(ready);
     channel.CloseReader();
     return isStarted;
@@ -225,30 +225,30 @@ bool HelperProcess::Spawn(const std::string& variable, CrashChannel& channel, ch
     std::string setting = variable + '=' + INHERITED_CHANNEL_NAME;
     std::vector<char*> environment = EnvironmentWith(variable, setting);
     char** const used = ownArguments[0] != nullptr ? ownArguments.data() : arguments;
-    const SpawnSettings settings(channel.GetReader(), ready);
+    const SpawnSettings settings(DescriptorOf(channel.m_reader), ready);
     const std::string program = FindProgram();
     Launch launch = {settings, program.c_str(), used, environment.data()};
     const int error = RunBetween(launch);
     m_process = static_cast<unsigned long>(launch.process);
-    m_end = error != 0 ? -1 : static_cast<int>(syscall(SYS_pidfd_open, launch.process, 0));
+    m_end = error != 0 ? -1 : syscall(SYS_pidfd_open, launch.process, 0);
     errno = error;
     return error == 0;
 }
 
 bool HelperProcess::HasEnded() const noexcept {
-    pollfd end = {m_end, POLLIN, 0};
+    pollfd end = {DescriptorOf(m_end), POLLIN, 0};
     return poll(&end, 1, 0) > 0;
 }
 
-bool HelperProcess::WaitUntilListening(int seconds) noexcept {
+bool HelperProcess::WaitUntilListening(const CrashChannel&, int seconds) noexcept {
     constexpr int millisecondsPerSecond = 1000;
-    pollfd sources[] = {{m_ready, POLLIN, 0}, {m_end, POLLIN, 0}};
+    pollfd sources[] = {{DescriptorOf(m_ready), POLLIN, 0}, {DescriptorOf(m_end), POLLIN, 0}};
     int count = 0;
     do {
         count = poll(sources, 2, seconds * millisecondsPerSecond);
     } while (count < 0 && errno == EINTR);
     char ready = 0;
-    if ((sources[0].revents & POLLIN) != 0 && read(m_ready, &ready, sizeof(ready)) == 1) {
+    if ((sources[0].revents & POLLIN) != 0 && read(sources[0].fd, &ready, sizeof(ready)) == 1) {
         return true;
     }
     if (count == 0) {
