@@ -49,7 +49,11 @@ StreamScanner::StreamScanner(std::istream& in) : m_in(&in) {
 }
 
 StreamScanner::StreamScanner(std::string_view text) noexcept
-    : m_ended(true), m_begin(text.data()), m_next(m_begin), m_end(m_begin + text.size()) {}
+    : m_ended(true),
+      m_begin(text.data()),
+      m_next(m_begin),
+      m_end(m_begin + text.size()),
+      m_counted(m_begin) {}
 
 StreamScanner::~StreamScanner() {
     try {
@@ -73,9 +77,11 @@ bool StreamScanner::Refill() {
         return false;
     }
     m_beginPosition = GetPosition();
+    m_line = m_beginPosition.line;
     Commit();
     m_begin = m_next = m_end = nullptr;
     m_ended = !Underflow();
+    m_counted = m_begin;
     if (m_ended) {
         m_in->setstate(std::ios_base::eofbit);
     }

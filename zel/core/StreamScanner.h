@@ -3,6 +3,7 @@
 #include "zel/core/Export.h"
 
 #include <cstddef>
+#include <cstring>
 #include <istream>
 #include <string_view>
 
@@ -86,6 +87,22 @@ public:
     /// Returns the position of the next byte, relative to where the scanner started.
     Position GetPosition() const noexcept { return PositionOf(m_next); }
 
+    /// Returns the line of `GetPosition`. The time of all calls together is that of one pass over
+    /// the input, so that every item of a text can be given its line.
+    std::size_t GetLine() noexcept {
+        for (; m_counted != m_next; ++m_counted) {
+            const auto left = static_cast<std::size_t>(m_next - m_counted);
+            const void* const feed = std::memchr(m_counted, '\n', left);
+            if (feed == nullptr) {
+                m_counted = m_next;
+                break;
+            }
+            m_counted = static_cast<const char*>(feed);
+            ++m_line;
+        }
+        return m_line;
+    }
+
     /// Returns the position of the byte returned by the last `Get`, or of the end of the input if
     /// it returned `End`. Requires: `Get` was the last call that read.
     Position GetPositionOfLast() const noexcept {
@@ -118,6 +135,9 @@ private:
     const char* m_next = nullptr;
     const char* m_end = nullptr;
     Position m_beginPosition{1, 1};
+    // The line of the byte up to which `GetLine` has counted.
+    std::size_t m_line = 1;
+    const char* m_counted = nullptr;
 };
 
 }  // namespace zel

@@ -147,13 +147,10 @@ private:
         if (m_path == nullptr) {
             Throw<Ex>(place, message...);
         }
-        MemOS text;
-        text << "Could not load " << *m_path << ": ";
-        (text << ... << message);
         MemOS info;
         info << *m_path << ": line " << m_lineNumber;
-        Raise(place,
-              DataTableEx(text.ToString(), place.area.GetName(), place.line, info.ToString()));
+        ThrowWithInfo<DataTableEx>(place, info.ToString(), "Could not load ", *m_path, ": ",
+                                   message...);
     }
 
     DataTable* m_table;

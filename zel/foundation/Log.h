@@ -90,6 +90,14 @@ template <class Ex, class... Parts>
     }
 }
 
+/// Throws like `Throw`; Ex takes `info`, the text for its `GetInfo`, as a fourth argument.
+template <class Ex, class... Parts>
+[[noreturn]] void ThrowWithInfo(LogPlace place, const std::string& info, const Parts&... parts) {
+    MemOS message;
+    (message << ... << parts);
+    Raise(place, Ex(message.ToString(), place.area.GetName(), place.line, info));
+}
+
 /// Throws like `Throw` if `throwOnError` is true; otherwise logs the message at level 3 and returns
 /// false.
 template <class Ex, class... Parts>
