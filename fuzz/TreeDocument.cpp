@@ -16,11 +16,16 @@ std::string Compact(const Tree& tree) {
     return out.str();
 }
 
-// Returns the tree in compact form, or the error with its position.
+// Returns the tree in compact form and the lines of nodes, or the error with its position.
 template <class Read>
 std::string Outcome(Read read) {
     try {
-        return Compact(read());
+        const Tree tree = read();
+        std::string text = Compact(tree);
+        for (const Tree& child : *tree) {
+            text += ' ' + std::to_string(child->GetLine());
+        }
+        return text;
     } catch (const DataTreeEx& exception) {
         return exception.AsStringEx() + exception.GetInfo();
     }

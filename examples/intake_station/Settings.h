@@ -20,7 +20,7 @@ struct Settings {
     double settleSeconds = 0;
     std::vector<Column> columns;
 
-    // Throws DataTreeEx if the text is not a document, and std::runtime_error with path and name if
-    // a setting is missing or invalid.
+    // Throws DataTreeEx if the text is not a document or a setting is missing or of another type,
+    // and std::runtime_error with path, line and name if the type of a column doesn't exist.
     static Settings Load(const char* path);
 };

@@ -68,17 +68,15 @@ void Write(const DataTree& root, const std::string& file, Output output) {
     CheckOutput();
 }
 
-RCPtr<DataTree> Find(RCPtr<DataTree> node, Words path) {
-    for (std::size_t depth = 0; depth < path.size(); ++depth) {
-        node = node->GetChild(path[depth]);
-        if (!node) {
-            throw PathError(path.first(depth + 1), " not found");
-        }
+RCPtr<DataTree> Find(const DataTree& root, Words path) {
+    RCPtr<DataTree> node = root.Find(path);
+    if (!node) {
+        throw PathError(path, " not found");
     }
     return node;
 }
 
-void PrintValue(const RCPtr<DataTree>& root, Words path) {
+void PrintValue(const DataTree& root, Words path) {
     const RCPtr<DataTree> node = Find(root, path);
     if (node->GetChildCount() > 0) {
         throw PathError(path, " has no value, but child nodes");
@@ -88,7 +86,7 @@ void PrintValue(const RCPtr<DataTree>& root, Words path) {
 }
 
 // Refuses what the text form can't represent: a value of a node that has children.
-void SetValue(const RCPtr<DataTree>& root, Words path, const std::string& value) {
+void SetValue(const DataTree& root, Words path, const std::string& value) {
     const Words parentPath = path.first(path.size() - 1);
     const RCPtr<DataTree> parent = Find(root, parentPath);
     if (!parent->GetValue().empty()) {
@@ -101,7 +99,7 @@ void SetValue(const RCPtr<DataTree>& root, Words path, const std::string& value)
     parent->SetChildValue(path.back(), value);
 }
 
-void Delete(const RCPtr<DataTree>& root, Words path) {
+void Delete(const DataTree& root, Words path) {
     if (!Find(root, path.first(path.size() - 1))->DeleteChild(path.back())) {
         throw PathError(path, " not found");
     }
@@ -121,14 +119,14 @@ bool Run(Words words, Output output) {
     if (command == "print" && rest.empty() && output != Output::SAVED) {
         Write(*Read(file), file, output);
     } else if (command == "get" && !rest.empty()) {
-        PrintValue(Read(file), rest);
+        PrintValue(*Read(file), rest);
     } else if (command == "set" && rest.size() >= 2) {
         const RCPtr<DataTree> root = Read(file);
-        SetValue(root, rest.first(rest.size() - 1), rest.back());
+        SetValue(*root, rest.first(rest.size() - 1), rest.back());
         Write(*root, file, output);
     } else if (command == "delete" && !rest.empty()) {
         const RCPtr<DataTree> root = Read(file);
-        Delete(root, rest);
+        Delete(*root, rest);
         Write(*root, file, output);
     } else {
         return false;

@@ -39,7 +39,7 @@ TEST(DataTreeTest, FindsTheFirstChildOfARepeatedName) {
     EXPECT_EQ(value, "4");
     EXPECT_EQ(tree->GetChildValue("a"), "5");
     EXPECT_EQ(test::ThrownBy<DataTreeEx>([&] { tree->GetChildValue("d"); }),
-              "DataTreeEx: Node d not found");
+              "DataTreeEx: Node d not found (node root)");
     EXPECT_TRUE(tree->DeleteChild("a"));
     EXPECT_EQ(tree->GetChildValue("a"), "3");
 }
@@ -99,6 +99,7 @@ TEST(DataTreeTest, MatchesAListThroughRandomChanges) {
         ASSERT_EQ(tree->ToString(), text + "]\n") << round;
         ASSERT_EQ(tree->Clone()->ToString(), text + "]\n") << round;
         ASSERT_EQ(tree->GetChildCount(), names.size()) << round;
+        ASSERT_TRUE(std::equal(tree->begin(), tree->end(), model.begin(), model.end())) << round;
     }
 }
 

@@ -99,11 +99,14 @@ TEST(AllocationSweepTest, Trees) {
     Sweep({
         OnTree("set a value", [](Tree& tree) { tree->SetChildValue("id", LONG); }),
         OnTree("set a new value", [](Tree& tree) { tree->SetChildValue(LONG, LONG); }),
+        OnTree("set a default",
+               [](Tree& tree) { tree->SetChildValue("a", tree->GetChildValueOr({"none"}, LONG)); }),
         OnTree("delete", [](Tree& tree) { tree->DeleteChild(std::string("position")); }),
         OnTree("clone", [](Tree& tree) { tree = tree->Clone()->GetChild("position")->Clone(); }),
         OnTree("reject",
                [](Tree& tree) {
                    EXPECT_THROW(DataTree::FromString(R"(["a"."b"])"), std::exception);
+                   EXPECT_THROW(tree->GetChildValueAs<int>({"position", "none"}), std::exception);
                    tree = new DataTree(LONG, "");
                }),
         OnStream("read and write",

@@ -98,11 +98,11 @@ std::size_t DataTree::GetChildCount() const {
 }
 
 bool DataTree::HasChild(const std::string& name) const {
-    return Find(name) != nullptr;
+    return FindChild(name) != nullptr;
 }
 
 RCPtr<DataTree> DataTree::GetChild(const std::string& name) const {
-    return Find(name);
+    return FindChild(name);
 }
 
 void DataTree::GetChildren(const std::string& name, std::list<RCPtr<DataTree>>* children) const {
@@ -120,7 +120,7 @@ void DataTree::GetChildren(std::list<RCPtr<DataTree>>* children) const {
 }
 
 bool DataTree::GetChildValue(const std::string& name, std::string* value) const {
-    const DataTree* const child = Find(name);
+    const DataTree* const child = FindChild(name);
     if (child == nullptr) {
         return false;
     }
@@ -129,15 +129,11 @@ bool DataTree::GetChildValue(const std::string& name, std::string* value) const 
 }
 
 std::string DataTree::GetChildValue(const std::string& name) const {
-    const DataTree* const child = Find(name);
-    if (child == nullptr) {
-        Throw<DataTreeEx>(s_log, "Node ", name, " not found");
-    }
-    return child->m_value;
+    return RequireChild(name).m_value;
 }
 
 void DataTree::SetChildValue(const std::string& name, const std::string& value) {
-    if (DataTree* const child = Find(name)) {
+    if (DataTree* const child = FindChild(name)) {
         child->m_value = value;
         return;
     }
@@ -192,6 +188,7 @@ RCPtr<DataTree> DataTree::GetParentNode() const {
 
 RCPtr<DataTree> DataTree::Clone() const {
     RCPtr<DataTree> clone = RCPtr<DataTree>::FromUnshared(new DataTree(m_name, m_value));
+    clone->m_line = m_line;
     std::vector<std::pair<const DataTree*, DataTree*>> open{{this, clone.Get()}};
     while (!open.empty()) {
         const auto [source, copy] = open.back();
@@ -202,6 +199,7 @@ RCPtr<DataTree> DataTree::Clone() const {
                 continue;
             }
             DataTree* const childCopy = copy->AppendUnshared();
+            childCopy->m_line = child->m_line;
             childCopy->m_name = child->m_name;
             childCopy->m_value = child->m_value;
             if (!child->m_children.empty()) {
@@ -224,7 +222,7 @@ DataTree* DataTree::AppendUnshared() {
     return child;
 }
 
-DataTree* DataTree::Find(std::string_view name) const noexcept {
+DataTree* DataTree::FindChild(std::string_view name) const noexcept {
     const std::size_t position = FindPosition(name);
     return position == NONE ? nullptr : m_children[position].Get();
 }

@@ -1,11 +1,13 @@
 #include "zel/core/StreamScanner.h"
 #include "zel/core/StringUtils.h"
 #include "zel/data/DataTree.h"
+#include "zel/data/LoadedDataTree.h"
 #include "zel/foundation/Log.h"
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -17,10 +19,10 @@ const LogArea s_log("DataTree", 3);
 
 }  // namespace
 
-// Reads one document. `source` precedes the position of an error in the exception's info.
+// Reads one document. `path` is empty unless it is read from a file.
 class DataTreeReader {
 public:
-    DataTreeReader(StreamScanner& in, std::string source) : m_in(in), m_source(std::move(source)) {}
+    DataTreeReader(StreamScanner& in, std::string path) : m_in(in), m_path(std::move(path)) {}
 
     RCPtr<DataTree> Read() {
         while (ReadItem()) {
@@ -60,9 +62,10 @@ private:
     }
 
     void ReadTagOrComment() {
+        const std::uint32_t line = GetLine();
         m_in.SkipWhite();
         if (StartsString(m_in.Peek())) {
-            OpenTag();
+            OpenTag(line);
             return;
         }
         switch (m_in.Get()) {
@@ -76,9 +79,9 @@ private:
         }
     }
 
-    void OpenTag() {
+    void OpenTag(std::uint32_t line) {
         if (!m_open.empty()) {
-            m_open.push_back(m_open.back()->AppendUnshared());
+            m_open.push_back(AppendChild(line));
             ReadString(m_open.back()->m_name);
             return;
         }
@@ -88,8 +91,22 @@ private:
         if (m_root) {
             ThrowAt(s_log, position, "Tree must be singly rooted");
         }
-        m_root = RCPtr<DataTree>::FromUnshared(new DataTree(std::move(name), {}));
+        m_root = RCPtr<DataTree>::FromUnshared(m_path.empty()
+                                                   ? new DataTree(std::move(name), {})
+                                                   : new LoadedDataTree(std::move(name), m_path));
+        m_root->m_line = line;
         m_open.push_back(m_root.Get());
+    }
+
+    DataTree* AppendChild(std::uint32_t line) {
+        DataTree* const child = m_open.back()->AppendUnshared();
+        child->m_line = line;
+        return child;
+    }
+
+    std::uint32_t GetLine() {
+        constexpr std::size_t most = std::numeric_limits<std::uint32_t>::max();
+        return static_cast<std::uint32_t>(std::min(m_in.GetLine(), most));
     }
 
     void CloseTag() {
@@ -103,7 +120,7 @@ private:
         if (m_open.empty()) {
             ThrowHere(s_log, "Value node can not appear at root level");
         }
-        DataTree& child = *m_open.back()->AppendUnshared();
+        DataTree& child = *AppendChild(GetLine());
         ReadString(child.m_name);
         m_in.SkipWhite();
         if (m_in.Get() != '=') {
@@ -153,16 +170,14 @@ private:
     template <class... Parts>
     [[noreturn]] void ThrowAt(LogPlace place, StreamScanner::Position position,
                               const Parts&... message) {
-        MemOS text;
-        (text << ... << message);
         MemOS info;
-        info << m_source << "line " << position.line << ", column " << position.column;
-        Raise(place,
-              DataTreeEx(text.ToString(), place.area.GetName(), place.line, info.ToString()));
+        info << m_path << (m_path.empty() ? "line " : ": line ") << position.line << ", column "
+             << position.column;
+        ThrowWithInfo<DataTreeEx>(place, info.ToString(), message...);
     }
 
     StreamScanner& m_in;
-    const std::string m_source;
+    const std::string m_path;
     RCPtr<DataTree> m_root;
     std::vector<DataTree*> m_open;
 };
@@ -173,7 +188,11 @@ RCPtr<DataTree> DataTree::ReadFrom(std::istream& in) {
 }
 
 RCPtr<DataTree> DataTree::FromString(const std::string& text) {
-    StreamScanner scanner{std::string_view(text)};
+    return FromText(text);
+}
+
+RCPtr<DataTree> DataTree::FromText(std::string_view text) {
+    StreamScanner scanner(text);
     return DataTreeReader(scanner, {}).Read();
 }
 
@@ -184,7 +203,7 @@ RCPtr<DataTree> DataTree::Load(const char* path) {
         Throw<DataTreeEx>(s_log, "Could not open input file ", path);
     }
     StreamScanner scanner(in);
-    return DataTreeReader(scanner, std::string(path) + ": ").Read();
+    return DataTreeReader(scanner, path).Read();
 }
 
 }  // namespace zel
