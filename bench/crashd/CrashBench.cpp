@@ -1,10 +1,7 @@
-#include "zel/crashd/CrashHandler.h"
-
 #include "bench/crashd/CrashBenchProcess.h"
-#include "bench/crashd/Fault.h"
 #include "bench/support/Comparison.h"
+#include "tests/support/linux/FindOrphan.h"
 
-#include <csignal>
 #include <fstream>
 #include <string>
 #include <sys/prctl.h>
@@ -25,8 +22,7 @@ void ReportAverage(benchmark::State& state, const char* unit, double sum) {
 }
 
 // Measures from a fault to the end of all processes. Requires `expected` on standard error.
-template <class Program>
-void Die(benchmark::State& state, const char* expected, const Program& program) {
+void Die(benchmark::State& state, const char* expected, const Command& program) {
     double sum = 0;
     for (auto _ : state) {
         Process victim(program);
@@ -43,28 +39,8 @@ void ReportedCrash(benchmark::State& state) {
     Die(state, "Fault", Command{ZEL_BENCH_VICTIM, "0"});
 }
 
-void DieAlone() {
-    static_cast<void>(write(STDOUT_FILENO, "r", 1));
-    FaultOnDemand();
-}
-
-// The same walk as ours, without a daemon.
-void WalkAndEnd(int signal, siginfo_t*, void* context) {
-    static zel_crash_msg_s s_record;
-    ZelStackWalker(0, nullptr, 0, &s_record).ShowCallstack(nullptr, context);
-    static_cast<void>(write(STDERR_FILENO, s_record.ancillary, sizeof(s_record.ancillary)));
-    std::signal(signal, SIG_DFL);
-}
-
 void WalkingCrash(benchmark::State& state) {
-    Die(state, "Fault", [] {
-        struct sigaction action = {};
-        action.sa_flags = SA_SIGINFO;
-        action.sa_sigaction = WalkAndEnd;
-        sigaction(SIGSEGV, &action, nullptr);
-        StackWalker().LoadModules();
-        DieAlone();
-    });
+    Die(state, "Fault", Command{ZEL_BENCH_VICTIM, "alone"});
 }
 
 const Comparison s_crash("a fault, to the end of its report",
@@ -119,7 +95,7 @@ void WaitingDaemon(benchmark::State& state) {
     for (auto _ : state) {
         Process program(Command{ZEL_BENCH_VICTIM, "0"});
         program.ReadUntil("r");
-        sum += PrivateKibibytes(program.FindOrphan());
+        sum += PrivateKibibytes(test::FindOrphan(program));
     }
     ReportAverage(state, "KiB", sum);
 }

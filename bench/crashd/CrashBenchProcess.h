@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <string>
+#include <sys/wait.h>
 
 namespace zel::bench {
 
@@ -13,7 +14,7 @@ public:
     using ChildProcess::ChildProcess;
 
     ~Process() {
-        Kill(SIGKILL);
+        Kill();
         Wait();
         while (::wait(nullptr) > 0) {
         }
@@ -25,7 +26,7 @@ public:
         using Clock = std::chrono::steady_clock;
         Write("f");
         const Clock::time_point start(Clock::duration(std::stoll(ReadUntil("\n"))));
-        errors = ReadAll(STDERR_FILENO);
+        errors = ReadAll(ERRORS);
         return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
     }
 };

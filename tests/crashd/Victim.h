@@ -1,11 +1,12 @@
 #pragma once
 
-#include "tests/support/ChildProcess.h"
+#include "tests/support/linux/FindOrphan.h"
 
 #include <chrono>
 #include <filesystem>
 #include <iterator>
 #include <regex>
+#include <sys/wait.h>
 
 namespace zel::crashtest {
 
@@ -18,12 +19,12 @@ int RunVictim(int argc, char** argv);
 
 // The results of a victim and its daemon.
 struct Outcome {
-    int status = 0;
+    int status = 0;  // negative: the signal that ended the victim
     std::string output;
     std::string errors;
     std::chrono::duration<double> afterlife = {};  // of the daemon
 
-    bool EndedBy(int signal) const { return WIFSIGNALED(status) && WTERMSIG(status) == signal; }
+    bool EndedBy(int signal) const { return status == -signal; }
 
     long CountReports() const {
         const std::regex head("\\|     Program Crash Report     \\|");
@@ -37,8 +38,7 @@ public:
     using ChildProcess::ChildProcess;
 
     Child(const std::string& death, const std::string& place, const std::string& shape = "")
-        : ChildProcess(
-              {std::filesystem::read_symlink("/proc/self/exe"), VICTIM, death, place, shape}) {}
+        : ChildProcess({test::OwnProgram(), VICTIM, death, place, shape}) {}
 
     // Waits until crash handling is set up, and returns the log.
     std::string WaitUntilReady() const { return ReadUntil("\nset up\n"); }
@@ -48,10 +48,10 @@ public:
         Outcome outcome;
         outcome.status = Wait();
         const auto end = std::chrono::steady_clock::now();
-        outcome.errors = ReadAll(STDERR_FILENO);
+        outcome.errors = ReadAll(ERRORS);
         outcome.afterlife = std::chrono::steady_clock::now() - end;
         CloseInput();
-        outcome.output = ReadAll(STDOUT_FILENO);
+        outcome.output = ReadAll(OUTPUT);
         while (::waitpid(-1, nullptr, 0) > 0) {
         }
         return outcome;

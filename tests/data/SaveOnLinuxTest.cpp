@@ -1,7 +1,7 @@
 #include "zel/data/DataTable.h"
 #include "zel/data/DataTree.h"
 
-#include "tests/support/RunInChild.h"
+#include "tests/support/linux/RunInChild.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/Thrown.h"
 

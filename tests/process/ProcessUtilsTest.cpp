@@ -1,8 +1,8 @@
 #include "zel/process/ProcessUtils.h"
 
 #include "tests/process/UniqueProgram.h"
+#include "tests/support/linux/RunInChild.h"
 #include "tests/support/RecordingLogSink.h"
-#include "tests/support/RunInChild.h"
 
 #include <gtest/gtest.h>
 

@@ -4,6 +4,7 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <list>
+#include <unistd.h>
 
 namespace zel::test {
 

@@ -47,7 +47,7 @@ bool AllDaemonsExit() {
     for (int i = 0; i < KILLS; ++i) {
         Child child("wait", "main");
         child.WaitUntilReady();
-        child.Kill(SIGKILL);
+        child.Kill();
         const Outcome outcome = child.Finish();
         exited +=
             outcome.CountReports() == 0 && outcome.afterlife < std::chrono::seconds(1) ? 1 : 0;
@@ -70,12 +70,12 @@ long CountContextSwitches(pid_t process) {
 bool WaitsAsleep() {
     Child child("wait", "main");
     child.WaitUntilReady();
-    const pid_t daemon = child.FindOrphan();
+    const pid_t daemon = zel::test::FindOrphan(child);
     std::this_thread::sleep_for(std::chrono::seconds(1));
     const long before = CountContextSwitches(daemon);
     std::this_thread::sleep_for(IDLE);
     const long switches = CountContextSwitches(daemon) - before;
-    child.Kill(SIGKILL);
+    child.Kill();
     child.Finish();
     std::cout << switches << " context switches of a daemon that waits for ten seconds\n";
     return switches == 0 && before > 0;

@@ -4,8 +4,8 @@
 #include "zel/watch/FileWatcher.h"
 #include "zel/watch/SettledFiles.h"
 
+#include "tests/support/linux/RunInChild.h"
 #include "tests/support/RecordingLogSink.h"
-#include "tests/support/RunInChild.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
