@@ -2,7 +2,9 @@
 
 #include "fuzz/Target.h"
 
+#include <cstdint>
 #include <sstream>
+#include <string>
 
 namespace zel::fuzz {
 
@@ -27,6 +29,39 @@ std::size_t Pass(BinaryUtils::DataUnpacker& unpacker, BinaryUtils::DataPacker& p
     return sizeof value;
 }
 
+// The same for a string, whose length is a number before it.
+std::size_t PassString(BinaryUtils::DataUnpacker& unpacker, BinaryUtils::DataPacker& packer,
+                       std::size_t left) {
+    std::string text = "untouched";
+    const auto isRead = Try<BinaryUtilsEx>([&] {
+        unpacker.Extract(&text);
+        return true;
+    });
+    if (!isRead) {
+        Require(text == "untouched", "a failure leaves the text unchanged");
+        unpacker.VerifySize(static_cast<unsigned int>(left));
+        return 0;
+    }
+    packer.Insert(text);
+    return sizeof(std::uint32_t) + text.size();
+}
+
+std::size_t PassAny(unsigned step, BinaryUtils::DataUnpacker& unpacker,
+                    BinaryUtils::DataPacker& packer, std::size_t left) {
+    switch (step % 5) {
+        case 0:
+            return Pass<unsigned short>(unpacker, packer, left);
+        case 1:
+            return Pass<unsigned char>(unpacker, packer, left);
+        case 2:
+            return Pass<std::uint32_t>(unpacker, packer, left);
+        case 3:
+            return Pass<std::uint64_t>(unpacker, packer, left);
+        default:
+            return PassString(unpacker, packer, left);
+    }
+}
+
 }  // namespace
 
 // Each byte of the first line is a step; the rest is the block.
@@ -40,9 +75,7 @@ void Run(Input input) {
     // Each failure costs an exception, and further ones test nothing new.
     constexpr std::size_t most = 40;
     for (std::size_t left = std::min(steps.GetRest().size(), most); left > 0; --left) {
-        const bool isShort = steps.TakeByte() % 2 == 0;
-        taken += isShort ? Pass<unsigned short>(unpacker, packer, block.size() - taken)
-                         : Pass<unsigned char>(unpacker, packer, block.size() - taken);
+        taken += PassAny(steps.TakeByte(), unpacker, packer, block.size() - taken);
     }
     Require(out.str() == block.substr(0, taken), "unpacked numbers pack to the same bytes");
     unpacker.VerifySize(static_cast<unsigned int>(block.size() - taken));

@@ -17,7 +17,7 @@ namespace ObjectPersistence = zel::ObjectPersistence;
 namespace {
 
 constexpr int VERSION = 1;
-constexpr const char VERSION_RECORD[] = {VERSION, 0, 0, 0};
+constexpr std::uint64_t VERSION_SIZE = 4;
 
 using Count = Variant<unsigned long long>;
 using Visit = std::function<void(const Record&)>;
@@ -66,13 +66,13 @@ template <class Take>
 std::uint64_t ReadBatches(const std::string& path, Take take) {
     std::ifstream in(path, std::ios_base::binary);
     const std::uint64_t size = in ? fs::file_size(path) : 0;
-    if (size < sizeof VERSION_RECORD) {
+    if (size < VERSION_SIZE) {
         return 0;
     }
     if (ObjectPersistence::BinaryPersistenceReader(&in).ReadVersion() != VERSION) {
         ObjectPersistence::ThrowEx("The store has an unknown layout");
     }
-    std::uint64_t end = sizeof VERSION_RECORD;
+    std::uint64_t end = VERSION_SIZE;
     std::uint64_t length = 0;
     while (size - end >= sizeof length && ReadCount(in, length) &&
            length <= size - end - sizeof length) {
@@ -95,8 +95,9 @@ Store::Store(std::string path, Record prototypes)
         m_recordCount += header.records;
     });
     if (m_size == 0) {
-        std::ofstream(m_path, std::ios_base::binary).write(VERSION_RECORD, sizeof VERSION_RECORD);
-        m_size = sizeof VERSION_RECORD;
+        std::ofstream out(m_path, std::ios_base::binary);
+        ObjectPersistence::WriteVersion(out, VERSION);
+        m_size = VERSION_SIZE;
     }
     fs::resize_file(m_path, m_size);
 }

@@ -13,16 +13,6 @@ namespace {
 constexpr int SPEED_ADDED = 2;
 constexpr int COOLING_ADDED = 3;
 
-// The form that BinaryPersistenceReader reads: four bytes, least significant first.
-void WriteVersion(std::ostream& out, int version) {
-    constexpr unsigned int bitsOfAByte = 8;
-    auto rest = static_cast<unsigned int>(version);
-    for (int i = 0; i < 4; ++i) {
-        out.put(static_cast<char>(rest));
-        rest >>= bitsOfAByte;
-    }
-}
-
 std::string ReadFields(std::istream& in, int version) {
     std::string fields(3, '\0');
     fields.resize(fields.size() + (version >= SPEED_ADDED ? 2 : 0) +
@@ -60,7 +50,7 @@ Motor Motor::ReadFrom(std::istream& in) {
 }
 
 void Motor::WriteTo(std::ostream& out, int version) const {
-    WriteVersion(out, version);
+    ObjectPersistence::WriteVersion(out, version);
     DataPacker packer(&out, false);
     packer.Insert(m_number);
     packer.Insert(m_phases);

@@ -4,6 +4,7 @@
 #include "zel/data/DataTree.h"
 #include "zel/foundation/EventSource.h"
 #include "zel/foundation/MemOS.h"
+#include "zel/persistence/BinaryUtils.h"
 
 #include "tests/faults/Sweep.h"
 #include "tests/support/TemporaryFolder.h"
@@ -126,6 +127,21 @@ TEST(AllocationSweepTest, Trees) {
             [](auto& list) { list.front()->GetChildren("a", &list); },
             [](const auto& list) { return StringUtils::AsString(list.size()); }),
     });
+}
+
+TEST(AllocationSweepTest, Packing) {
+    std::ostringstream out;
+    BinaryUtils::DataPacker(&out, false).Insert(LONG);
+    Sweep({OnText("extract a string", [data = out.str()](std::string& text) {
+        BinaryUtils::DataUnpacker unpacker(data, false);
+        try {
+            unpacker.Extract(&text);
+        } catch (const std::bad_alloc&) {
+            unpacker.VerifySize(static_cast<unsigned int>(data.size()));
+            throw;
+        }
+        return true;
+    })});
 }
 
 using Table = RCPtr<DataTable>;

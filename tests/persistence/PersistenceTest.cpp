@@ -10,6 +10,7 @@
 #include <climits>
 #include <fstream>
 #include <functional>
+#include <memory>
 #include <sstream>
 #include <tuple>
 #include <type_traits>
@@ -30,25 +31,47 @@ static_assert(!std::is_constructible_v<DataUnpacker, std::string, bool>);
 static_assert(!std::is_constructible_v<DataUnpacker, const char*, bool>);
 
 TEST(BinaryUtilsTest, StoresTheMostSignificantByteFirstWithoutAllocation) {
-    std::stringstream out("   ");
+    std::stringstream out(std::string(21, ' '));
     const std::string data = "\x56\xfe\xdc\xff";
     const std::size_t before = test::CountAllocations();
     DataPacker packer(&out, true);
     packer.Insert(WIDE);
     packer.Insert(NARROW);
+    packer.Insert(std::uint32_t{0x64656667});
+    packer.Insert(std::uint64_t{0x6869'6a6b'6c6d'6e6f});
+    packer.Insert("pq");
     DataUnpacker unpacker(data, true);
     unsigned char narrow = 0;
     unsigned short wide = 0;
     unpacker.Extract(&narrow);
     unpacker.Extract(&wide);
     EXPECT_EQ(test::CountAllocations(), before);
-    EXPECT_EQ(out.str(), "abc");
+    EXPECT_EQ(out.str(), std::string("abcdefghijklmno\0\0\0\2pq", 21));
     EXPECT_EQ(narrow, 0x56);
     EXPECT_THROW(unpacker.Extract(&wide), BinaryUtilsEx);
     EXPECT_EQ(wide, 0xfedc);
     unpacker.Extract(&narrow);
     EXPECT_THROW(unpacker.Extract(&narrow), BinaryUtilsEx);
     EXPECT_EQ(narrow, 0xff);
+}
+
+TEST(BinaryUtilsTest, ExtractsWideNumbersAndStringsOrNothing) {
+    const std::string data("\0\0\0\3\xff\0x\0\0\0\2y", 12);
+    DataUnpacker unpacker(data, false);
+    std::uint64_t wide = 7;
+    std::string text = "kept";
+    EXPECT_THROW(DataUnpacker(data.data(), 6, false).Extract(&text), BinaryUtilsEx);
+    EXPECT_EQ(text, "kept");
+    unpacker.Extract(&text);
+    EXPECT_EQ(text, std::string("\xff\0x", 3));
+    EXPECT_THROW(unpacker.Extract(&text), BinaryUtilsEx);
+    EXPECT_THROW(unpacker.Extract(&wide), BinaryUtilsEx);
+    EXPECT_EQ(text.size() + wide, 10U);
+    std::uint32_t length = 0;
+    unpacker.Extract(&length);
+    EXPECT_EQ(length, 2U);
+    DataUnpacker(data.data() + 1, 8, false).Extract(&wide);
+    EXPECT_EQ(wide, 0x3ff'0078'0000U);
 }
 
 TEST(BinaryUtilsTest, WritesAndFlushesLikeTheStream) {
@@ -83,11 +106,15 @@ TEST(BinaryUtilsTest, WritesAndFlushesLikeTheStream) {
     EXPECT_EQ(std::filesystem::file_size(folder / "file"), 3U);
 }
 
-TEST(ObjectPersistenceTest, ReadsAVersionLeastSignificantByteFirst) {
+TEST(ObjectPersistenceTest, WritesAndReadsAVersionLeastSignificantByteFirst) {
     std::istringstream in(std::string("\xfe\xff\0\0\0\0\0\x80", 8));
     BinaryPersistenceReader reader(&in);
     EXPECT_EQ(reader.ReadVersion(), 0xfffe);
     EXPECT_EQ(reader.ReadVersion(), INT_MIN);
+    std::ostringstream out;
+    WriteVersion(out, 0xfffe);
+    WriteVersion(out, INT_MIN);
+    EXPECT_EQ(out.str(), in.str());
 }
 
 TEST(PersistenceTest, LogsAndThrowsWithFileAndLine) {
@@ -98,6 +125,8 @@ TEST(PersistenceTest, LogsAndThrowsWithFileAndLine) {
          "BinaryUtilsEx. Malformed data, can not extract 4294967295 bytes"},
         {[&] { BinaryPersistenceReader(&in).ReadVersion(); }, "BinaryPersistenceSupport",
          "BinaryPersistenceSupport", "SerEx. Read failed"},
+        {[] { WriteVersion(*std::make_unique<std::ostream>(nullptr), 1); },
+         "BinaryPersistenceSupport", "BinaryPersistenceSupport", "SerEx. Write failed"},
         {[] { ThrowEx(nullptr); }, "BinaryPersistenceSupport", "BinaryPersistenceSupport",
          "SerEx. "},
         {[] { PersistentObject().VersionCheck("speed", 3, 2, "Motor"); }, "ObjectPersistence",

@@ -5,37 +5,50 @@
 #include "zel/persistence/PutArea.h"
 
 #include <algorithm>
+#include <climits>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <ostream>
 #include <string>
+#include <string_view>
 
 namespace zel {
 
-/// Thrown when a block holds fewer bytes than requested.
+/// Thrown when a block holds fewer bytes than requested, and for a string that is too long to pack.
 class ZEL_ADVANCED_API BinaryUtilsEx : public Exception {
 public:
     /// See `Exception::Exception`.
     BinaryUtilsEx(const std::string& message, const std::string& file, int line);
 };
 
-/// Packing of small numbers without tags, lengths or padding: both sides must use the same sequence
-/// of types. Two-byte numbers are stored with the most significant byte first on every host, so
-/// that data can be exchanged between hosts.
+/// Packing of numbers and strings without tags or padding: both sides must use the same sequence of
+/// types. Numbers are stored with the most significant byte first on every host, so that data can
+/// be exchanged between hosts. A string is stored after its length in four bytes.
 ///
 ///     BinaryUtils::DataPacker packer(&out, false);
-///     packer.Insert(length);  // unsigned short
-///     packer.Insert(kind);    // unsigned char
+///     packer.Insert(kind);  // unsigned char
+///     packer.Insert(time);  // std::uint64_t
+///     packer.Insert(name);  // std::string
 ///
 ///     BinaryUtils::DataUnpacker unpacker(block, size, false);
-///     unpacker.Extract(&length);
 ///     unpacker.Extract(&kind);
+///     unpacker.Extract(&time);
+///     unpacker.Extract(&name);
 ///
 /// Guide: docs/stored-objects.md
 namespace BinaryUtils {
 
-/// Writes numbers to a stream. Failures are reported by the state of the stream only. Allocates no
-/// memory. Not thread-safe.
-class DataPacker {
+/// A number of four or eight bytes. `unsigned long` is either, depending on the host: data that is
+/// exchanged between hosts uses the types of a fixed size.
+template <class T>
+concept WideNumber = std::same_as<T, unsigned int> || std::same_as<T, unsigned long> ||
+    std::same_as<T, unsigned long long>;
+
+/// Writes numbers and strings to a stream. Failures are reported by the state of the stream only.
+/// Allocates no memory. Not thread-safe.
+class ZEL_ADVANCED_API DataPacker {
 public:
     /// Writes to `out`, which the caller owns. `flag` is stored and has no effect.
     /// Requires: `out` is not null and outlives the packer.
@@ -53,14 +66,33 @@ public:
         m_area.Write(bytes);
     }
 
+    /// Writes four or eight bytes: a `std::uint32_t` or a `std::uint64_t`.
+    template <WideNumber T>
+    void Insert(T value) {
+        char bytes[sizeof value];
+        for (std::size_t i = sizeof value; i-- > 0; value >>= CHAR_BIT) {
+            bytes[i] = static_cast<char>(value);
+        }
+        m_area.Write(bytes);
+    }
+
+    /// Writes the number of bytes as a `std::uint32_t`, and the bytes. Throws `BinaryUtilsEx`
+    /// "String of ... bytes is too long" and writes nothing if the number doesn't fit.
+    void Insert(std::string_view text) {
+        Insert(LengthOf(text));
+        m_area.Write(text);
+    }
+
 private:
+    static std::uint32_t LengthOf(std::string_view text);
+
     [[maybe_unused]] bool m_flag;
     PutArea m_area;
 };
 
-/// Reads numbers from a block in memory. A failed read leaves the position and the target
-/// unchanged, so that a shorter type can be read at the same position. Allocates no memory, except
-/// to throw. Not thread-safe.
+/// Reads numbers and strings from a block in memory. A failed read leaves the position and the
+/// target unchanged, so that a shorter type can be read at the same position. Allocates no memory,
+/// except for a string and to throw. Not thread-safe.
 class ZEL_ADVANCED_API DataUnpacker {
 public:
     /// Reads from the first byte of `data`, of at most `INT_MAX` bytes. The block is neither copied
@@ -98,7 +130,20 @@ public:
         VerifySize(1);
         *value = ByteAt(m_position++);
     }
+    template <WideNumber T>
+    void Extract(T* value) {
+        VerifySize(sizeof *value);
+        T number = 0;
+        for (std::size_t i = 0; i < sizeof number; ++i) {
+            number = number << CHAR_BIT | T{ByteAt(m_position++)};
+        }
+        *value = number;
+    }
     ///@}
+
+    /// Sets `*text` to the next string and advances past it. Throws like `VerifySize`; the number
+    /// of bytes in the message is that of the length or of the string itself.
+    void Extract(std::string* text);
 
 private:
     static int SizeOf(const std::string& data) noexcept {

@@ -4,12 +4,17 @@
 #include "zel/foundation/Export.h"
 
 #include <istream>
+#include <ostream>
 #include <string>
 
 /// Support for classes whose objects are stored together with the version of their class. Later
 /// builds of a class may have fields that an object of an older version lacks; `VersionCheck`
 /// refuses access to them.
 ///
+///     void Motor::WriteTo(std::ostream& out) const {
+///         ObjectPersistence::WriteVersion(out, 3);
+///         ...
+///     }
 ///     void Motor::ReadFrom(std::istream& in) {
 ///         m_version = ObjectPersistence::BinaryPersistenceReader(&in).ReadVersion();
 ///         ...
@@ -46,6 +51,10 @@ public:
     /// See `Exception::Exception`.
     PersistentObjectEx(const std::string& message, const std::string& file, int line);
 };
+
+/// Writes the version record that `BinaryPersistenceReader::ReadVersion` reads. Throws `SerEx`
+/// "Write failed" if the stream has failed or fails. Thread-safe, except for the stream.
+ZEL_ADVANCED_API void WriteVersion(std::ostream& out, int version);
 
 /// Logs and throws `SerEx`. A null text counts as empty. Thread-safe.
 [[noreturn]] ZEL_ADVANCED_API void ThrowEx(const char* message);

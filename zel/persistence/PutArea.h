@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <ostream>
 #include <streambuf>
+#include <string_view>
 #include <typeinfo>
 
 namespace zel {
@@ -28,6 +29,11 @@ public:
             !Area::TryPut(*m_state->rdbuf(), bytes)) {
             m_out->write(bytes, size);
         }
+    }
+
+    /// Writes a text.
+    void Write(std::string_view text) {
+        m_out->write(text.data(), static_cast<std::streamsize>(text.size()));
     }
 
 private:
