@@ -191,11 +191,10 @@ bool AreEqual(const Record& a, const Record& b) {
 }
 
 void Print(const Record& record) {
-    std::string line;
     for (const RCPtr<VariantBase>& cell : record) {
-        line += (line.empty() ? "" : " | ") + cell->WriteValueToString(false);
+        std::cout << (cell == record.front() ? "" : " | ") << *cell;
     }
-    std::cout << line << '\n';
+    std::cout << '\n';
 }
 
 void PrintEnds(const std::vector<Record>& records) {

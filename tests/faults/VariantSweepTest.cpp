@@ -79,6 +79,14 @@ const struct {
          const std::string element = subject.after.substr(0, subject.after.find('`'));
          return value->AddElementToVectorAsString(0, element.c_str(), false);
      }},
+    {"append an element", "[]",
+     [](Value& value, const Subject& subject) {
+         return value->AppendElement(subject.after.substr(0, subject.after.find('`')));
+     }},
+    {"set an element", "]",
+     [](Value& value, const Subject& subject) {
+         return value->SetElement(0, subject.after.substr(0, subject.after.find('`')));
+     }},
     {"remove an element", "[]",
      [](Value& value, const Subject&) { return value->RemoveElementFromVector(0, false); }},
 };

@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <map>
 
@@ -40,6 +41,20 @@ void ExpectOutcome(const Value& variant, bool isAllowed, Call call) {
     }
 }
 
+// Elements convert as arrays do.
+template <class E>
+void CheckElements(const E& element, const Value& variant, bool canSet, bool canGet) {
+    ExpectOutcome(variant, canSet,
+                  [&](bool throws) { return variant->SetElement(1, element, throws); });
+    ExpectOutcome(variant, canSet,
+                  [&](bool throws) { return variant->AppendElement(element, throws); });
+    ExpectOutcome(variant, canGet, [&](bool throws) {
+        return (canGet || throws) &&
+               variant->GetElement<E>(1) == variant->GetValueAs<std::vector<E>>()[1];
+    });
+    EXPECT_EQ(variant->GetNumberOfElements() == 3, canSet);
+}
+
 // Strings convert to and from everything of their shape, a single one also to and from arrays.
 template <class T>
 void CheckPair(const T& value, const Value& variant) {
@@ -61,6 +76,9 @@ void CheckPair(const T& value, const Value& variant) {
     ExpectOutcome(variant, canGet, [&](bool throws) {
         return (canGet || throws) && variant->GetValueAs<T>() == fetched;
     });
+    if constexpr (ValueTraits<T>::IsArray) {
+        CheckElements(value.front(), variant, canSet, canGet);
+    }
 }
 
 TEST(VariantConversionTest, EachPairOfTypesConvertsAsInTheTable) {
@@ -80,8 +98,68 @@ TEST(VariantConversionTest, NumbersOfOtherTypesAreReadByWidthAndSign) {
     EXPECT_EQ(number.GetValueAs<std::int64_t>(), -5);
     EXPECT_EQ(Variant<unsigned int>(5).GetValueAs<std::size_t>(), 5U);
     EXPECT_TRUE(Variant<unsigned char>(1).GetValueAs<bool>());
-    EXPECT_EQ(test::ThrownBy([&] { number.GetValueAs<bool>(); }),
-              "VariantEx: [VariantBase::GetValueAs] A variant of type S64 can't be read as U8");
+    EXPECT_EQ(Variant_ToNetworkOrder(std::size_t(1), true) >> (8 * (sizeof(std::size_t) - 1)), 1U);
+    Variant<std::vector<unsigned long long>> sizes({1, 2});
+    sizes.SetElement(1, std::size_t(7));
+    sizes.AppendElement(true);
+    EXPECT_EQ(sizes.GetElement<std::uint64_t>(1), 7U);
+    EXPECT_EQ(sizes.GetValue(), (std::vector<unsigned long long>{1, 7, 1}));
+}
+
+TEST(VariantConversionTest, ARejectionNamesTheTypes) {
+    Variant<std::vector<short>> array({1, 2});
+    Variant<std::vector<short>> fixed({1}, true);
+    Variant<int> scalar;
+    const std::pair<std::function<void()>, std::string> rows[] = {
+        {[&] { scalar.GetValueAs<bool>(); },
+         "GetValueAs] A variant of type S32 can't be read as U8"},
+        {[&] { array.GetElement<int>(2); },
+         "GetElement] A variant of type S16[] has 2 elements, none at index 2"},
+        {[&] { array.GetElement<float>(0); },
+         "GetElement] A variant of type S16[] has no elements that can be read as F32"},
+        {[&] { scalar.SetElement(0, 1); }, "SetElement] A variant of type S32 has no elements"},
+        {[&] { array.SetElement(0, 5); },
+         "SetElement] A variant of type S16[] takes no element 5 of type S32"},
+        {[&] { array.SetElement(0, std::string("40000")); },
+         "SetElement] A variant of type S16[] takes no element '40000' of type string"},
+        {[&] { fixed.AppendElement(short(5)); },
+         "AppendElement] A variant of type S16[1] keeps its number of elements"},
+        {[&] { scalar.SetValueIfExact(0.5, true); },
+         "SetValueIfExact] A variant of type S32 can't represent 0.5"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(test::ThrownBy(row.first), "VariantEx: [VariantBase::" + row.second);
+    }
+}
+
+// Returns the text of a variant of the type after SetValueIfExact, empty if that fails.
+template <class T>
+std::string SetIfExact(const char* type, T number) {
+    const Value variant = VariantBase::CreateByTypeName(type);
+    return variant->SetValueIfExact(number) ? variant->GetValueAs<std::string>() : "";
+}
+
+TEST(VariantConversionTest, ANumberIsSetIfItIsExact) {
+    constexpr double twoTo63 = 9223372036854775808.0;
+    EXPECT_EQ(SetIfExact("U8", 255LL), "255");
+    EXPECT_EQ(SetIfExact("U8", 256LL), "");
+    EXPECT_EQ(SetIfExact("U8", -1), "");
+    EXPECT_EQ(SetIfExact("S64", std::size_t(5)), "5");
+    EXPECT_EQ(SetIfExact("S64", ~0ULL), "");
+    EXPECT_EQ(SetIfExact("S64", -twoTo63), "-9223372036854775808");
+    EXPECT_EQ(SetIfExact("S64", twoTo63), "");
+    EXPECT_EQ(SetIfExact("S32", 5.5), "");
+    EXPECT_EQ(SetIfExact("S32", std::nan("")), "");
+    EXPECT_EQ(SetIfExact("F32", 1 << 24), "16777216");
+    EXPECT_EQ(SetIfExact("F32", (1 << 24) + 1), "");
+    EXPECT_EQ(SetIfExact("D64", std::numeric_limits<long long>::max()), "");
+    EXPECT_EQ(SetIfExact("F32", 0.5), "0.5");
+    EXPECT_EQ(SetIfExact("F32", 0.1), "");
+    EXPECT_EQ(SetIfExact("F32", 1e300), "");
+    EXPECT_EQ(SetIfExact("F32", HUGE_VAL), "inf");
+    EXPECT_EQ(SetIfExact("F32", std::nan("")), "nan");
+    EXPECT_EQ(SetIfExact("string", 5), "");
+    EXPECT_EQ(SetIfExact("S32[]", 5), "");
 }
 
 TEST(VariantConversionTest, TextThatIsNoNumberKeepsTheNumbersBefore) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <iomanip>
 #include <tuple>
 #include <utility>
 
@@ -23,6 +24,7 @@ std::string BufferForm(const Value& value, bool withSize) {
     std::string buffer(1 + size, '?');
     char* const begin = &buffer[1];
     unsigned long long bytes = size - 1;
+    EXPECT_EQ(value->GetSizeInBuffer(withSize), size);
     EXPECT_EQ(value->WriteValueToBuffer(begin, bytes, withSize), nullptr);
     EXPECT_EQ(bytes, size - 1);
     EXPECT_EQ(buffer, std::string(1 + size, '?'));
@@ -54,7 +56,7 @@ TEST(VariantFormsTest, EveryTypeAndLengthSurvivesEveryForm) {
             for (const bool withSize : {false, true}) {
                 const std::string text = value->WriteValueToString(withSize);
                 EXPECT_TRUE(reads([&] { return back->ReadValueFromString(text, withSize); }));
-                std::string bytes = BufferForm(value, withSize) + "tail!";
+                const std::string bytes = BufferForm(value, withSize) + "tail!";
                 unsigned long long left = bytes.size();
                 EXPECT_TRUE(reads([&] {
                     return back->ReadValueFromBuffer(bytes.data(), left, withSize) ==
@@ -114,6 +116,10 @@ TEST(VariantFormsTest, TextIsReadOrRejected) {
     }
     EXPECT_EQ(Variant<std::vector<int>>().WriteValueToString(true), "0`");
     EXPECT_EQ(Variant<int>(5, true).WriteValueToString(false), "");
+    EXPECT_EQ(Variant<int>(5, true).GetSizeInBuffer(false), 0U);
+    std::ostringstream out;
+    out << std::setw(4) << Variant<int>(5) << Variant<std::vector<int>>({6, 7});
+    EXPECT_EQ(out.str(), "   56`7");
     EXPECT_FALSE((Variant<int>(5, true).ReadValueFromString("5", false)));
 }
 

@@ -113,6 +113,24 @@ TEST(VariantTest, ArraysChangeTheirLengthAndScalarsDoNot) {
     EXPECT_EQ(other.GetTypeName(), "S32[3]");
 }
 
+TEST(VariantTest, AValueIsMovedIntoAVariantOfItsType) {
+    std::vector<int> numbers{1, 2};
+    const int* const first = numbers.data();
+    Variant<std::vector<int>> fixed(std::move(numbers), true);
+    EXPECT_EQ(fixed.GetValue().data(), first);
+    Variant<std::vector<int>> array;
+    std::vector<int> three(3);
+    const int* const firstOfThree = three.data();
+    EXPECT_FALSE(fixed.SetValue(std::move(three), false));
+    EXPECT_EQ(three.size(), 3U);
+    EXPECT_TRUE(array.SetValue(std::move(three), true));
+    EXPECT_EQ(array.GetValue().data(), firstOfThree);
+    Variant<std::string> text;
+    EXPECT_TRUE(text.SetValue(std::string("a text too long for the object"), true));
+    EXPECT_EQ(text.GetValue(), "a text too long for the object");
+    EXPECT_FALSE(Variant<std::string>("a", true).SetValue(std::string("b"), false));
+}
+
 TEST(VariantTest, OnlyANumericScalarIsADouble) {
     double value = 4;
     EXPECT_TRUE(Variant<unsigned long long>(~0ULL).GetValueAsDouble(&value, true));

@@ -118,7 +118,7 @@ using SubstituteFor = std::conditional_t<
             std::is_same_v<T, unsigned long>,
             std::conditional_t<sizeof(long) == sizeof(int), unsigned int, unsigned long long>, T>>>;
 
-/// A number that isn't an element type but has a substitute: `long`, `unsigned long` or `bool`.
+/// A number type that isn't an element type but has a substitute: `long`, `unsigned long`, `bool`.
 template <class T>
 concept SubstitutedNumber = !std::is_same_v<T, SubstituteFor<T>>;
 

@@ -10,6 +10,7 @@
 #include "zel/variant/VariantByteOrder.h"
 #include "zel/variant/VariantComparison.h"
 #include "zel/variant/VariantConversion.h"
+#include "zel/variant/VariantEx.h"
 #include "zel/variant/VariantStream.h"
 #include "zel/variant/VariantText.h"
 #include "zel/variant/VariantValue.h"

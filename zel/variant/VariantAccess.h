@@ -20,6 +20,9 @@ public:
     // Returns the number of elements, also if an int can't count them.
     static std::size_t CountElements(const VariantBase& variant);
 
+    // Returns the type ID of the value, without the fixed flag; 0 for a user-defined class.
+    static int GetValueCode(const VariantBase& variant) { return variant.m_valueCode; }
+
     // Returns the value of a Variant<T>, null for any other variant. Requires: the variant's lock
     // is held.
     template <class T>

@@ -1,21 +1,17 @@
 #pragma once
 
-#include "zel/core/Exception.h"
 #include "zel/foundation/Export.h"
 #include "zel/foundation/RCPtr.h"
 #include "zel/variant/ElementTypes.h"
+#include "zel/variant/VariantEx.h"
 
+#include <cstddef>
 #include <iosfwd>
 #include <string>
+#include <type_traits>
 #include <typeinfo>
 
 namespace zel {
-
-/// Thrown by the operations of variants.
-class ZEL_ADVANCED_API VariantEx : public Exception {
-public:
-    VariantEx(const std::string& message, const std::string& file, int line);
-};
 
 /// A value whose type is known only at run time: a number, a string, or an array of either.
 /// `Variant<T>` is the class that stores it. A variant is usually owned by an `RCPtr`; one whose
@@ -121,54 +117,41 @@ public:
                                         bool expandSingle, bool requireAny) const = 0;
     ///@}
 
+    /// The argument of a comparison with a variant that is const, or that no `RCPtr` owns. It is
+    /// made implicitly.
+    class Operand {
+    public:
+        /// Copies the variant, which may be a local variable.
+        Operand(const VariantBase& variant) : m_variant(variant.Clone()) {}
+
+        /// Shares the variant. The const_cast is safe: a comparison doesn't change its argument.
+        template <class T>
+        Operand(const RCPtr<const T>& variant) : m_variant(const_cast<T*>(variant.Get())) {}
+
+        /// Returns the variant, which may be null.
+        const RCPtr<VariantBase>& Get() const { return m_variant; }
+
+    private:
+        RCPtr<VariantBase> m_variant;
+    };
+
     /// Compare with a variant that is const, or that no `RCPtr` owns, such as a local variable. A
     /// variant passed by reference is copied first.
     ///
     /// Do not pass the address of a local variable: it converts to an `RCPtr`, which deletes the
     /// variable after the comparison.
     ///@{
-    bool IsEqual(const VariantBase& other, bool throwOnError, bool expandSingle,
-                 bool requireAll) const;
-    bool IsNotEqual(const VariantBase& other, bool throwOnError, bool expandSingle,
+    bool IsEqual(const Operand& other, bool throwOnError, bool expandSingle, bool requireAll) const;
+    bool IsNotEqual(const Operand& other, bool throwOnError, bool expandSingle,
                     bool requireAll) const;
-    bool IsLessThan(const VariantBase& other, bool throwOnError, bool expandSingle,
+    bool IsLessThan(const Operand& other, bool throwOnError, bool expandSingle,
                     bool requireAny) const;
-    bool IsLessThanOrEqualTo(const VariantBase& other, bool throwOnError, bool expandSingle,
+    bool IsLessThanOrEqualTo(const Operand& other, bool throwOnError, bool expandSingle,
                              bool requireAny) const;
-    bool IsGreaterThan(const VariantBase& other, bool throwOnError, bool expandSingle,
+    bool IsGreaterThan(const Operand& other, bool throwOnError, bool expandSingle,
                        bool requireAny) const;
-    bool IsGreaterThanOrEqualTo(const VariantBase& other, bool throwOnError, bool expandSingle,
+    bool IsGreaterThanOrEqualTo(const Operand& other, bool throwOnError, bool expandSingle,
                                 bool requireAny) const;
-    template <class T>
-    bool IsEqual(const RCPtr<const T>& other, bool throwOnError, bool expandSingle,
-                 bool requireAll) const {
-        return IsEqual(Unconst(other), throwOnError, expandSingle, requireAll);
-    }
-    template <class T>
-    bool IsNotEqual(const RCPtr<const T>& other, bool throwOnError, bool expandSingle,
-                    bool requireAll) const {
-        return IsNotEqual(Unconst(other), throwOnError, expandSingle, requireAll);
-    }
-    template <class T>
-    bool IsLessThan(const RCPtr<const T>& other, bool throwOnError, bool expandSingle,
-                    bool requireAny) const {
-        return IsLessThan(Unconst(other), throwOnError, expandSingle, requireAny);
-    }
-    template <class T>
-    bool IsLessThanOrEqualTo(const RCPtr<const T>& other, bool throwOnError, bool expandSingle,
-                             bool requireAny) const {
-        return IsLessThanOrEqualTo(Unconst(other), throwOnError, expandSingle, requireAny);
-    }
-    template <class T>
-    bool IsGreaterThan(const RCPtr<const T>& other, bool throwOnError, bool expandSingle,
-                       bool requireAny) const {
-        return IsGreaterThan(Unconst(other), throwOnError, expandSingle, requireAny);
-    }
-    template <class T>
-    bool IsGreaterThanOrEqualTo(const RCPtr<const T>& other, bool throwOnError, bool expandSingle,
-                                bool requireAny) const {
-        return IsGreaterThanOrEqualTo(Unconst(other), throwOnError, expandSingle, requireAny);
-    }
     ///@}
 
     /// Sets the value, converted to the variant's type if necessary:
@@ -195,6 +178,22 @@ public:
         return StoreValue(value, throwOnError);
     }
 
+    /// Sets a string or an array as above. If the variant is of the same type, the content of
+    /// `value` is moved; otherwise, and on failure, `value` is unchanged.
+    template <class T>
+    requires(VariantValue<T> && !NumericElement<T>) bool SetValue(T&& value, bool throwOnError) {
+        return MoveValue(value, throwOnError);
+    }
+
+    /// Sets a numeric scalar if its type can represent `value` exactly, whatever the class and
+    /// width of the two types: an `S32` takes 5ULL and 5.0, but neither 5.5 nor 2^31. `T` may also
+    /// be a SubstitutedNumber. Any other variant rejects every number. Logs only if `throwOnError`.
+    template <class T>
+    requires NumericElement<SubstituteFor<T>>
+    bool SetValueIfExact(T value, bool throwOnError = false) {
+        return StoreIfExact<SubstituteFor<T>>(value, throwOnError);
+    }
+
     /// Reads the value, converted to `T` if necessary by the rules of SetValue in the other
     /// direction. Every variant can be read as a `std::string`, which is its text form. Elements
     /// that are converted are appended to `*value`; a value of the variant's own type replaces it.
@@ -206,8 +205,8 @@ public:
     }
 
     /// Returns the value, converted by the rules of GetValue; an array has only the variant's
-    /// elements. `T` may also be `long`, `unsigned long` or `bool`, which are read as their
-    /// SubstituteFor. Throws VariantEx if the rules reject the conversion.
+    /// elements. `T` may also be a SubstitutedNumber. Throws VariantEx if the rules reject the
+    /// conversion.
     ///
     ///     const auto size = limits->GetValueAs<std::uint64_t>();
     template <class T>
@@ -215,6 +214,36 @@ public:
         ZEL_ASSERT_VARIANT_VALUE(SubstituteFor<T>);
         return static_cast<T>(FetchOrThrow<SubstituteFor<T>>());
     }
+
+    /// Returns the element at `index` of an array, converted by the rules of GetValue. `T` may also
+    /// be a SubstitutedNumber. Throws VariantEx for a scalar, an `index` at or after the end, and
+    /// if the rules reject the conversion.
+    template <class T>
+    T GetElement(std::size_t index) const {
+        ZEL_ASSERT_VARIANT_VALUE(SubstituteFor<T>);
+        return static_cast<T>(FetchElement<SubstituteFor<T>>(index));
+    }
+
+    /// Replaces the element at `index` of an array, or appends one to an array of variable size;
+    /// the other elements aren't copied. The value is converted by the rules of SetValue; a text
+    /// that is no number in range is rejected like any other value, by VariantEx. `T` may also be a
+    /// SubstitutedNumber.
+    ///
+    ///     for (const std::size_t size : sizes) {
+    ///         array->AppendElement(size);
+    ///     }
+    ///@{
+    template <class T>
+    bool SetElement(std::size_t index, const T& value, bool throwOnError = true) {
+        ZEL_ASSERT_VARIANT_VALUE(SubstituteFor<T>);
+        return StoreElement<SubstituteFor<T>>(index, value, throwOnError);
+    }
+    template <class T>
+    bool AppendElement(const T& value, bool throwOnError = true) {
+        ZEL_ASSERT_VARIANT_VALUE(SubstituteFor<T>);
+        return PushElement<SubstituteFor<T>>(value, throwOnError);
+    }
+    ///@}
 
     /// Parses the text form, which is a number or the string itself; for an array the elements with
     /// STRING_VECTOR_SEPARATOR between them, preceded by their count and a separator if `withSize`.
@@ -260,7 +289,7 @@ public:
     /// up to that byte. If the stream changes the variant meanwhile, the old value is written. The
     /// state of the stream isn't checked. Returns false, after logging at level 3, only for a
     /// scalar with the fixed flag.
-    bool WriteValueToStream(std::ostream& out);
+    bool WriteValueToStream(std::ostream& out) const;
 
     /// Reads or writes the buffer form at `buffer`, which needs no alignment and lies outside the
     /// variant. The bytes are those of the stream form, with two exceptions: an array has its count
@@ -273,8 +302,17 @@ public:
     /// logged at level 3, null is returned, and variant, buffer and `bytes` are unchanged.
     ///@{
     void* ReadValueFromBuffer(void* buffer, unsigned long long& bytes, bool withSize);
-    void* WriteValueToBuffer(void* buffer, unsigned long long& bytes, bool withSize);
+    void* WriteValueToBuffer(void* buffer, unsigned long long& bytes, bool withSize) const;
+    template <class Byte>
+    requires std::is_const_v<Byte>
+    const void* ReadValueFromBuffer(Byte* buffer, unsigned long long& bytes, bool withSize) {
+        return ReadValueFromBuffer(const_cast<std::remove_const_t<Byte>*>(buffer), bytes, withSize);
+    }
     ///@}
+
+    /// Returns the number of bytes that WriteValueToBuffer uses; 0 for a scalar with the fixed
+    /// flag, which has no buffer form.
+    unsigned long long GetSizeInBuffer(bool withSize) const;
 
     /// Returns whether the value is an array, of fixed or variable size. Unlocked.
     bool IsArray() const { return (GetTypeID() & TypeID::ARRAY_BITS) != 0; }
@@ -333,19 +371,27 @@ protected:
 private:
     friend class VariantAccess;
 
-    // A comparison doesn't change its argument.
-    static RCPtr<VariantBase> Unconst(const RCPtr<const VariantBase>& variant) {
-        return const_cast<VariantBase*>(variant.Get());
-    }
-
     template <class T>
     bool StoreValue(const T& value, bool throwOnError);
     template <class T>
     bool FetchValue(T* value, bool throwOnError) const;
     template <class T>
     T FetchOrThrow() const;
+    template <class T>
+    bool MoveValue(T& value, bool throwOnError);
+    template <class T>
+    bool StoreIfExact(T value, bool throwOnError);
+    template <class T>
+    T FetchElement(std::size_t index) const;
+    template <class T>
+    bool StoreElement(std::size_t index, const T& value, bool throwOnError);
+    template <class T>
+    bool PushElement(const T& value, bool throwOnError);
 
     const int m_valueCode = 0;
 };
+
+/// Writes the text form without a count, in the stream's width.
+ZEL_ADVANCED_API std::ostream& operator<<(std::ostream& out, const VariantBase& variant);
 
 }  // namespace zel

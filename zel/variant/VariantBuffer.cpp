@@ -15,26 +15,31 @@ constexpr const char* READ_ARRAY = "ReadVectorValueFromBufferImp";
 constexpr const char* WRITE_ARRAY = "WriteVectorValueToBufferImp";
 constexpr const char* NULL_IN_BUFFER_READER = "Invalid pointer passed into function";
 
-unsigned long long GetSizeInBuffer(const std::string& value) {
+unsigned long long CountBytes(const std::string& value) {
     return value.size() + 1;
 }
 
 template <NumericElement T>
-unsigned long long GetSizeInBuffer(const T&) {
+unsigned long long CountBytes(const T&) {
     return sizeof(T);
 }
 
 template <class T>
-unsigned long long GetSizeInBuffer(const std::vector<T>& values) {
+unsigned long long CountBytes(const std::vector<T>& values) {
     if constexpr (NumericElement<T>) {
         return values.size() * sizeof(T);
     } else {
         unsigned long long size = 0;
         for (const T& value : values) {
-            size += GetSizeInBuffer(value);
+            size += CountBytes(value);
         }
         return size;
     }
+}
+
+template <class T>
+unsigned long long CountBytes(const std::vector<T>& values, bool withSize) {
+    return (withSize ? COUNT_BYTES : 0) + CountBytes(values);
 }
 
 template <class T>
@@ -166,7 +171,7 @@ void* WriteScalar(const VariantBase* variant, void* buffer, unsigned long long& 
             " to object of type ", GetTypeText<T>());
         return nullptr;
     }
-    const unsigned long long size = GetSizeInBuffer(*value);
+    const unsigned long long size = CountBytes(*value);
     if (bytes < size) {
         Log(s_variantLog, 3, place, "Trying to write ", size, " bytes to buffer that only has ",
             bytes, " bytes available");
@@ -240,7 +245,7 @@ void* WriteArray(const VariantBase* variant, void* buffer, unsigned long long& b
             ", type is ", variant->GetTypeID());
         return nullptr;
     }
-    const unsigned long long size = (withSize ? COUNT_BYTES : 0) + GetSizeInBuffer(*values);
+    const unsigned long long size = CountBytes(*values, withSize);
     if (size > bytes) {
         Log(s_variantLog, 3, place, "Full size of vector is ", size, ", but only ", bytes,
             " bytes are available");
@@ -262,11 +267,26 @@ void* VariantBase::ReadValueFromBuffer(void* buffer, unsigned long long& bytes, 
         [&]<class T>(ElementTag<T>) { return ReadArray<T>(this, buffer, bytes, withSize); });
 }
 
-void* VariantBase::WriteValueToBuffer(void* buffer, unsigned long long& bytes, bool withSize) {
+void* VariantBase::WriteValueToBuffer(void* buffer, unsigned long long& bytes,
+                                      bool withSize) const {
     CriticalSectionLock lock(&m_cs);
     return VisitForm<void*>(
         *this, nullptr, [&]<class T>(ElementTag<T>) { return WriteScalar<T>(this, buffer, bytes); },
         [&]<class T>(ElementTag<T>) { return WriteArray<T>(this, buffer, bytes, withSize); });
+}
+
+unsigned long long VariantBase::GetSizeInBuffer(bool withSize) const {
+    CriticalSectionLock lock(&m_cs);
+    return VisitForm(
+        *this, 0ULL,
+        [&]<class T>(ElementTag<T>) {
+            const T* const value = VariantAccess::FindValue<T>(*this);
+            return value != nullptr ? CountBytes(*value) : 0;
+        },
+        [&]<class T>(ElementTag<T>) {
+            const auto* const values = VariantAccess::FindValue<std::vector<T>>(*this);
+            return values != nullptr ? CountBytes(*values, withSize) : 0;
+        });
 }
 
 }  // namespace zel

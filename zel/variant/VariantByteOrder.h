@@ -16,7 +16,13 @@ ZEL_ADVANCED_API bool Variant_IsInNetworkOrder();
 /// Converts a number from host to network order, or back. `force` reverses the bytes on every host.
 /// A float or double whose bytes are reversed is a bit pattern to store, not a number to compute
 /// with. Thread-safe.
+///@{
 template <NumericElement T>
 ZEL_ADVANCED_API T Variant_ToNetworkOrder(T value, bool force);
+template <SubstitutedNumber T>
+T Variant_ToNetworkOrder(T value, bool force) {
+    return static_cast<T>(Variant_ToNetworkOrder(static_cast<SubstituteFor<T>>(value), force));
+}
+///@}
 
 }  // namespace zel

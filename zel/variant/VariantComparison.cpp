@@ -58,19 +58,18 @@ bool VariantBase::IsNotEqual(RCPtr<VariantBase> other, bool throwOnError, bool e
     return !IsEqual(std::move(other), throwOnError, expandSingle, requireAll);
 }
 
-// The copy is owned by an RCPtr, as `other` itself may not be.
-#define ZEL_DEFINE_BY_REFERENCE(Operation)                                                      \
-    bool VariantBase::Operation(const VariantBase& other, bool throwOnError, bool expandSingle, \
-                                bool requirement) const {                                       \
-        return Operation(other.Clone(), throwOnError, expandSingle, requirement);               \
+#define ZEL_DEFINE_WITH_OPERAND(Operation)                                                  \
+    bool VariantBase::Operation(const Operand& other, bool throwOnError, bool expandSingle, \
+                                bool requirement) const {                                   \
+        return Operation(other.Get(), throwOnError, expandSingle, requirement);             \
     }
-ZEL_DEFINE_BY_REFERENCE(IsEqual)
-ZEL_DEFINE_BY_REFERENCE(IsNotEqual)
-ZEL_DEFINE_BY_REFERENCE(IsLessThan)
-ZEL_DEFINE_BY_REFERENCE(IsLessThanOrEqualTo)
-ZEL_DEFINE_BY_REFERENCE(IsGreaterThan)
-ZEL_DEFINE_BY_REFERENCE(IsGreaterThanOrEqualTo)
-#undef ZEL_DEFINE_BY_REFERENCE
+ZEL_DEFINE_WITH_OPERAND(IsEqual)
+ZEL_DEFINE_WITH_OPERAND(IsNotEqual)
+ZEL_DEFINE_WITH_OPERAND(IsLessThan)
+ZEL_DEFINE_WITH_OPERAND(IsLessThanOrEqualTo)
+ZEL_DEFINE_WITH_OPERAND(IsGreaterThan)
+ZEL_DEFINE_WITH_OPERAND(IsGreaterThanOrEqualTo)
+#undef ZEL_DEFINE_WITH_OPERAND
 
 // Reads `other` before it takes this variant's lock: the two are never held together.
 template <class T>

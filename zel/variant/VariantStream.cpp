@@ -202,22 +202,8 @@ bool WriteArray(const VariantBase& variant, const std::vector<T>& values, std::o
     return true;
 }
 
-}  // namespace
-
-}  // namespace zel
-
-template <zel::VariantElement T>
-bool ReadScalarValueFromStreamImp(zel::VariantBase* variant, std::istream& in) {
-    using namespace zel;
-    constexpr MessagePlace place{READ_SCALAR, BINARY_TAG<T>};
-    T value{};
-    return !HasNull(place, NULL_IN_READER, variant) && ReadValue(in, value) &&
-           StoreOrLog<T>(*variant, place, std::move(value));
-}
-
-template <zel::VariantElement T>
-bool WriteScalarValueToStreamImp(zel::VariantBase* variant, std::ostream& out) {
-    using namespace zel;
+template <class T>
+bool WriteScalar(const VariantBase* variant, std::ostream& out) {
     constexpr MessagePlace place{WRITE_SCALAR, BINARY_TAG<T>};
     if (HasNull(place, NULL_IN_WRITER, variant)) {
         return false;
@@ -234,19 +220,8 @@ bool WriteScalarValueToStreamImp(zel::VariantBase* variant, std::ostream& out) {
     return true;
 }
 
-template <zel::VariantElement T>
-bool ReadVectorValueFromStreamImp(zel::VariantBase* variant, std::istream& in) {
-    using namespace zel;
-    constexpr MessagePlace place{READ_ARRAY, BINARY_TAG<T>};
-    unsigned long long count = 0;
-    std::vector<T> values;
-    return !HasNull(place, NULL_IN_READER, variant) && ReadCount(in, place, count) &&
-           ReadElements(in, count, values) && StoreOrLog<T>(*variant, place, std::move(values));
-}
-
-template <zel::VariantElement T>
-bool WriteVectorValueToStreamImp(zel::VariantBase* variant, std::ostream& out) {
-    using namespace zel;
+template <class T>
+bool WriteArrayCopy(const VariantBase* variant, std::ostream& out) {
     if (HasNull(WRITE_ARRAY<T>, NULL_IN_WRITER, variant)) {
         return false;
     }
@@ -259,6 +234,39 @@ bool WriteVectorValueToStreamImp(zel::VariantBase* variant, std::ostream& out) {
     return WriteArray(*variant, values, out);
 }
 
+}  // namespace
+
+}  // namespace zel
+
+template <zel::VariantElement T>
+bool ReadScalarValueFromStreamImp(zel::VariantBase* variant, std::istream& in) {
+    using namespace zel;
+    constexpr MessagePlace place{READ_SCALAR, BINARY_TAG<T>};
+    T value{};
+    return !HasNull(place, NULL_IN_READER, variant) && ReadValue(in, value) &&
+           StoreOrLog<T>(*variant, place, std::move(value));
+}
+
+template <zel::VariantElement T>
+bool WriteScalarValueToStreamImp(zel::VariantBase* variant, std::ostream& out) {
+    return zel::WriteScalar<T>(variant, out);
+}
+
+template <zel::VariantElement T>
+bool ReadVectorValueFromStreamImp(zel::VariantBase* variant, std::istream& in) {
+    using namespace zel;
+    constexpr MessagePlace place{READ_ARRAY, BINARY_TAG<T>};
+    unsigned long long count = 0;
+    std::vector<T> values;
+    return !HasNull(place, NULL_IN_READER, variant) && ReadCount(in, place, count) &&
+           ReadElements(in, count, values) && StoreOrLog<T>(*variant, place, std::move(values));
+}
+
+template <zel::VariantElement T>
+bool WriteVectorValueToStreamImp(zel::VariantBase* variant, std::ostream& out) {
+    return zel::WriteArrayCopy<T>(variant, out);
+}
+
 namespace zel {
 
 bool VariantBase::ReadValueFromStream(std::istream& in) {
@@ -269,17 +277,15 @@ bool VariantBase::ReadValueFromStream(std::istream& in) {
         [&]<class T>(ElementTag<T>) { return ReadVectorValueFromStreamImp<T>(this, in); });
 }
 
-bool VariantBase::WriteValueToStream(std::ostream& out) {
+bool VariantBase::WriteValueToStream(std::ostream& out) const {
     CriticalSectionLock lock(&m_cs);
     return VisitForm(
-        *this, false,
-        [&]<class T>(ElementTag<T>) { return WriteScalarValueToStreamImp<T>(this, out); },
+        *this, false, [&]<class T>(ElementTag<T>) { return WriteScalar<T>(this, out); },
         [&]<class T>(ElementTag<T>) {
             // The lock is held, so the value needs a copy only against this thread itself.
             const auto* const own = VariantAccess::FindValue<std::vector<T>>(*this);
-            return own != nullptr && !MayRunUserCode(out)
-                       ? WriteArray(*this, *own, out)
-                       : WriteVectorValueToStreamImp<T>(this, out);
+            return own != nullptr && !MayRunUserCode(out) ? WriteArray(*this, *own, out)
+                                                          : WriteArrayCopy<T>(this, out);
         });
 }
 

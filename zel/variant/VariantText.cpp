@@ -278,6 +278,10 @@ std::string VariantBase::WriteValueToString(bool withSize) const {
         [&]<class T>(ElementTag<T>) { return WriteArray<T>(this, withSize); });
 }
 
+std::ostream& operator<<(std::ostream& out, const VariantBase& variant) {
+    return out << variant.WriteValueToString(false);
+}
+
 }  // namespace zel
 
 template <zel::VariantElement T>

@@ -2,6 +2,7 @@
 
 #include "zel/variant/VariantBase.h"
 
+#include <utility>
 #include <vector>
 
 namespace zel {
@@ -41,8 +42,12 @@ public:
 
     /// Constructs a variant with `value`. `isFixed` makes an array keep its size; a scalar with
     /// this flag has no text, stream or buffer form.
+    ///@{
     explicit Variant(const T& value, bool isFixed = false)
         : VariantBase(ValueTraits<T>::Code, isFixed), m_value(value) {}
+    explicit Variant(T&& value, bool isFixed = false)
+        : VariantBase(ValueTraits<T>::Code, isFixed), m_value(std::move(value)) {}
+    ///@}
 
     /// Copies value and fixed flag; lock and reference count are new. Unlocked.
     Variant(const Variant&) = default;
