@@ -37,8 +37,6 @@ public:
     bool WaitUntilListening(const CrashChannel& channel, int seconds) noexcept;
 
 private:
-    bool Spawn(const std::string& variable, CrashChannel& channel, char** arguments, int ready);
-
     unsigned long m_process = 0;
     std::intptr_t m_end = -1;    // signals the helper's end
     std::intptr_t m_ready = -1;  // signals that it listens, unless the channel does

@@ -195,6 +195,22 @@ int RunBetween(Launch& launch) {
     return launch.error;
 }
 
+// Sets the number of the helper process. Returns the error number.
+int Spawn(const std::string& variable, char** arguments, const SpawnSettings& settings,
+          unsigned long& process) {
+    std::string commandLine = ReadCommandLine();
+    std::vector<char*> ownArguments = Split(commandLine);
+    ownArguments.push_back(nullptr);
+    std::string setting = variable + '=' + INHERITED_CHANNEL_NAME;
+    std::vector<char*> environment = EnvironmentWith(variable, setting);
+    char** const used = ownArguments[0] != nullptr ? ownArguments.data() : arguments;
+    const std::string program = FindProgram();
+    Launch launch = {settings, program.c_str(), used, environment.data()};
+    const int error = RunBetween(launch);
+    process = static_cast<unsigned long>(launch.process);
+    return error;
+}
+
 }  // namespace
 
 HelperProcess::~HelperProcess() {
@@ -211,26 +227,11 @@ bool HelperProcess::Start(const std::string& variable, CrashChannel& channel, ch
     if (!OpenPipe(m_ready, ready, 0)) {
         return false;
     }
-    const bool isStarted = Spawn(variable, channel, arguments, DescriptorOf(ready));
+    const SpawnSettings settings(DescriptorOf(channel.m_reader), DescriptorOf(ready));
+    const int error = Spawn(variable, arguments, settings, m_process);
+    m_end = error != 0 ? -1 : syscall(SYS_pidfd_open, m_process, 0);
     CloseDescriptor(ready);
     channel.CloseReader();
-    return isStarted;
-}
-
-bool HelperProcess::Spawn(const std::string& variable, CrashChannel& channel, char** arguments,
-                          int ready) {
-    std::string commandLine = ReadCommandLine();
-    std::vector<char*> ownArguments = Split(commandLine);
-    ownArguments.push_back(nullptr);
-    std::string setting = variable + '=' + INHERITED_CHANNEL_NAME;
-    std::vector<char*> environment = EnvironmentWith(variable, setting);
-    char** const used = ownArguments[0] != nullptr ? ownArguments.data() : arguments;
-    const SpawnSettings settings(DescriptorOf(channel.m_reader), ready);
-    const std::string program = FindProgram();
-    Launch launch = {settings, program.c_str(), used, environment.data()};
-    const int error = RunBetween(launch);
-    m_process = static_cast<unsigned long>(launch.process);
-    m_end = error != 0 ? -1 : syscall(SYS_pidfd_open, launch.process, 0);
     errno = error;
     return error == 0;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <utility>
 #include <windows.h>
 
@@ -29,6 +30,11 @@ public:
 private:
     HANDLE m_handle;
 };
+
+// Converts a handle that is kept in a type for every system.
+inline HANDLE HandleOf(std::intptr_t value) noexcept {
+    return reinterpret_cast<HANDLE>(value);
+}
 
 constexpr DWORD SHARE_ALL = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
