@@ -11,7 +11,8 @@ function(zel_install target component)
         RUNTIME COMPONENT ${component}
         LIBRARY COMPONENT ${component} NAMELINK_COMPONENT development
         ARCHIVE COMPONENT development
-        FILE_SET HEADERS COMPONENT development)
+        FILE_SET HEADERS COMPONENT development
+        FILE_SET generated COMPONENT development)
 endfunction()
 zel_install(zelCore core)
 zel_install(zelAdvanced advanced)

@@ -75,12 +75,29 @@ endfunction()
 
 # zel_module(<library> [HEADERS <public header>...] [SOURCES <source>...])
 # Adds the current folder's files to a library. HEADERS are installed; private ones aren't listed.
+# From a header NAME.h.in, NAME.h is made in the build folder.
 function(zel_module library)
     cmake_parse_arguments(PARSE_ARGV 1 module "" "" "HEADERS;SOURCES")
+    set(templates ${module_HEADERS})
+    list(FILTER templates INCLUDE REGEX "\\.in$")
+    list(FILTER module_HEADERS EXCLUDE REGEX "\\.in$")
+    foreach(template IN LISTS templates)
+        zel_generated_header(${library} ${template})
+    endforeach()
     list(TRANSFORM module_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
     list(TRANSFORM module_SOURCES PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
     target_sources(${library} PUBLIC FILE_SET HEADERS FILES ${module_HEADERS})
     target_sources(${library} PRIVATE ${module_SOURCES})
+endfunction()
+
+function(zel_generated_header library template)
+    set(folder ${PROJECT_BINARY_DIR}/include)
+    cmake_path(RELATIVE_PATH CMAKE_CURRENT_SOURCE_DIR
+        BASE_DIRECTORY ${PROJECT_SOURCE_DIR} OUTPUT_VARIABLE module)
+    string(REGEX REPLACE "\\.in$" "" header ${folder}/${module}/${template})
+    configure_file(${template} ${header} @ONLY)
+    target_sources(${library} PUBLIC
+        FILE_SET generated TYPE HEADERS BASE_DIRS ${folder} FILES ${header})
 endfunction()
 
 # zel_test(<module> [OPTIMISED] <source>...)

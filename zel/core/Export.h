@@ -1,7 +1,13 @@
 #pragma once
 
 /// @file
-/// Export macros of libzelCore, and what its inline code needs of the system.
+/// Export macros of libzelCore, and what its inline code needs of the compiler and the system.
+
+#if __cplusplus < 202002L
+#error "zelAdvanced needs C++20: compile with -std=c++20 or later"
+// Compilers continue after an error, but not after a missing file.
+#include "zel/core/stopped, see the error above"
+#endif
 
 /// Marks what libzelCore exports. All other symbols are hidden. Programs that link to the static
 /// library on Windows define `ZEL_STATIC`; the CMake package does it for them.
