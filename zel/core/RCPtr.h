@@ -98,7 +98,7 @@ public:
     /// Makes the first pointer to a new object without a lock. Requires: no other thread can reach
     /// the object yet.
     static RCPtr FromUnshared(T* object) noexcept {
-        ++static_cast<RCObject*>(object)->m_refCount;
+        ++CountedOf(object)->m_refCount;
         return Attach(object);
     }
 
@@ -114,18 +114,22 @@ public:
     ///@}
 
 private:
-    using Counted = std::remove_const_t<T>;
-
     // The const_cast is safe: the count isn't part of the object's value.
+    static RCObject* CountedOf(T* object) noexcept {
+        static_assert(std::is_base_of_v<RCObject, T>,
+                      "RCPtr needs a complete class that is derived from RCObject");
+        return const_cast<std::remove_const_t<T>*>(object);
+    }
+
     void Retain() const noexcept {
         if (m_object != nullptr) {
-            const_cast<Counted*>(m_object)->AddRef();
+            CountedOf(m_object)->AddRef();
         }
     }
 
     static void Release(T* object) noexcept {
         if (object != nullptr) {
-            const_cast<Counted*>(object)->RemoveRef();
+            CountedOf(object)->RemoveRef();
         }
     }
 

@@ -23,6 +23,8 @@ public:
 
     /// Points at `object`, which is null or alive.
     WeakPtr(T* object) noexcept {
+        static_assert(std::is_base_of_v<RCObject, T>,
+                      "WeakPtr needs a complete class that is derived from RCObject");
         if (object != nullptr) {
             CriticalSectionLock lock(RCUtils::s_cs);
             Hold(static_cast<const RCObject*>(object)->m_rcInfo);

@@ -7,6 +7,7 @@
 #include "zel/foundation/Export.h"
 
 #include <string>
+#include <type_traits>
 
 namespace zel {
 
@@ -40,7 +41,17 @@ public:
     /// Blocks until the daemon listens, at most 30 seconds.
     ///
     /// Not thread-safe.
+    ///@{
     static bool Initialize(int argc, char** argv, CrashCallback callback);
+    template <class T>
+    requires(!std::is_convertible_v<T, CrashCallback>) static bool Initialize(
+        int /*argc*/, char** /*argv*/, const T& /*callback*/) {
+        static_assert(sizeof(T) == 0,
+                      "Initialize needs null or a CrashCallback, which BindCallback makes of a "
+                      "callable that takes const zel_crash_msg_s*");
+        return false;
+    }
+    ///@}
 
     /// Returns a callback for `Initialize` that writes each report to a file of its own, named
     /// `prefix`, the time of the crash in UTC and the program's process number, as in

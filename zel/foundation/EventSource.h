@@ -15,6 +15,15 @@
 
 namespace zel {
 
+namespace Imp {
+
+template <class Callable, class... Arguments>
+concept EventHandler = std::is_invocable_r_v<bool, Callable, Arguments...> || requires {
+    requires std::is_void_v<std::invoke_result_t<Callable, Arguments...>>;
+};
+
+}  // namespace Imp
+
 /// A subscriber to an EventSource.
 template <class T>
 class EventSink : public RCObject {
@@ -189,6 +198,9 @@ private:
     // Calls a callable and returns its result, or true if it returns nothing.
     template <class Callable, class... Arguments>
     static bool Call(Callable& callable, Arguments&... arguments) {
+        static_assert(Imp::EventHandler<Callable&, Arguments&...>,
+                      "Connect needs a callable that takes const T&, after the owner if there is "
+                      "one, and returns bool or nothing");
         if constexpr (std::is_void_v<std::invoke_result_t<Callable&, Arguments&...>>) {
             std::invoke(callable, arguments...);
             return true;

@@ -60,6 +60,22 @@ struct LogPlace {
     int line;             ///< The source line.
 };
 
+namespace Imp {
+
+template <class T>
+concept Printable = requires(MemOS& out, const T& value) {
+    out << value;
+};
+
+template <class... Parts>
+void AppendParts(MemOS& message, const Parts&... parts) {
+    static_assert((Printable<Parts> && ...),
+                  "Log, Throw and Fail need arguments that can be written to a std::ostream by <<");
+    (message << ... << parts);
+}
+
+}  // namespace Imp
+
 /// Writes the message if the level is enabled in the area.
 template <class... Parts>
 void Log(LogPlace place, int level, const Parts&... parts) {
@@ -67,7 +83,7 @@ void Log(LogPlace place, int level, const Parts&... parts) {
         return;
     }
     MemOS message;
-    (message << ... << parts);
+    Imp::AppendParts(message, parts...);
     place.area.GetRegistration().Write(level, place.line, message.GetText());
 }
 
@@ -82,7 +98,7 @@ template <class Ex>
 template <class Ex, class... Parts>
 [[noreturn]] void Throw(LogPlace place, const Parts&... parts) {
     MemOS message;
-    (message << ... << parts);
+    Imp::AppendParts(message, parts...);
     if constexpr (std::is_same_v<Ex, Exception>) {
         Raise(place, Exception("Exception", message.ToString(), place.area.GetName(), place.line));
     } else {
