@@ -4,10 +4,10 @@
 #include "zel/core/StringUtils.h"
 #include "zel/data/DataTable.h"
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <stdexcept>
 
 using zel::DataRow;
@@ -18,45 +18,30 @@ using zel::StringUtils::AsString;
 
 namespace {
 
-// Returns the line number in the file of each row of the table, which skips empty lines.
-std::vector<std::size_t> NumberLines(const std::string& text) {
-    std::vector<std::size_t> numbers;
-    std::istringstream in(text);
-    std::string line;
-    for (std::size_t number = 1; std::getline(in, line); ++number) {
-        if (!line.empty() && line.front() != '\r') {
-            numbers.push_back(number);
-        }
-    }
-    return numbers;
-}
-
-std::string ReadText(const std::string& path) {
+RCPtr<DataTable> ReadTable(const std::string& path) {
     std::ifstream in(path, std::ios_base::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
+    RCPtr<DataTable> table(new DataTable);
+    table->ReadFromCSV(in, ",;\t", false, false, false, false);
     if (!in.is_open() || in.bad()) {
         throw std::runtime_error("can't be read");
     }
-    return text.str();
+    return table;
 }
 
 // Returns the position of a column in the file: the first one if its name repeats.
 int FindColumn(const DataRow& header, const std::string& name) {
-    const int count = static_cast<int>(header.GetFieldCount());
-    for (int i = 0; i < count; ++i) {
-        if (header.GetField(i) == name) {
-            return i;
-        }
+    const std::vector<std::string>& names = header.GetCells();
+    const auto found = std::find(names.begin(), names.end(), name);
+    if (found == names.end()) {
+        throw std::runtime_error("has no column " + name);
     }
-    throw std::runtime_error("has no column " + name);
+    return static_cast<int>(found - names.begin());
 }
 
 std::string TextOf(const DataRow& row) {
     std::string text;
-    const int count = static_cast<int>(row.GetFieldCount());
-    for (int i = 0; i < count; ++i) {
-        text += row.GetField(i) + ',';
+    for (const std::string& cell : row.GetCells()) {
+        text += cell + ',';
     }
     return text;
 }
@@ -79,10 +64,7 @@ public:
 
     Batch Read(const std::string& path) {
         m_batch.source = {zel::FileUtils::GetFileFromPath(path), GetWriteTime(path)};
-        const std::string text = ReadText(path);
-        std::istringstream in(text);
-        const RCPtr<DataTable> table(new DataTable);
-        table->ReadFromCSV(in, ",;\t", false, false, false, false);
+        const RCPtr<DataTable> table = ReadTable(path);
         if (table->GetRowCount() == 0) {
             return std::move(m_batch);
         }
@@ -90,19 +72,19 @@ public:
         for (const Column& column : m_columns) {
             m_positions.push_back(FindColumn(*m_header, column.name));
         }
-        const std::vector<std::size_t> lines = NumberLines(text);
-        const int rows = static_cast<int>(table->GetRowCount());
-        for (int i = 1; i < rows; ++i) {
-            Take(*table->GetRow(i), lines[static_cast<std::size_t>(i)]);
+        for (const RCPtr<DataRow>& row : *table) {
+            if (row != m_header) {
+                Take(*row);
+            }
         }
         return std::move(m_batch);
     }
 
 private:
-    void Take(DataRow& row, std::size_t line) {
+    void Take(DataRow& row) {
         const std::size_t width = m_header->GetFieldCount();
         if (row.GetFieldCount() > width) {
-            Reject(row, line, AsString(row.GetFieldCount()) + " cells for " + AsString(width));
+            Reject(row, AsString(row.GetFieldCount()) + " cells for " + AsString(width));
             return;
         }
         row.SetFieldCount(static_cast<unsigned int>(width), "");
@@ -116,18 +98,17 @@ private:
             record.push_back(m_prototypes[i]->Clone());
             if (!record.back()->ReadValueFromString(cell, false) ||
                 !IsLossless(*record.back(), cell)) {
-                Reject(row, line,
-                       "column " + m_columns[i].name + ": '" + cell + "' is not of type " +
-                           m_columns[i].type);
+                Reject(row, "column " + m_columns[i].name + ": '" + cell + "' is not of type " +
+                                m_columns[i].type);
                 return;
             }
         }
         m_batch.records.push_back(std::move(record));
     }
 
-    void Reject(const DataRow& row, std::size_t line, const std::string& reason) {
-        m_batch.rejected.push_back(m_batch.source.name + ": line " + AsString(line) + ": " +
-                                   reason + " in " + TextOf(row));
+    void Reject(const DataRow& row, const std::string& reason) {
+        m_batch.rejected.push_back(m_batch.source.name + ": line " + AsString(row.GetLine()) +
+                                   ": " + reason + " in " + TextOf(row));
     }
 
     const std::vector<Column>& m_columns;

@@ -43,14 +43,15 @@ RCPtr<DataTable> ReadTable(const std::string& path, const char* separators,
 
 void Widen(DataRow& row, std::size_t fields) {
     if (row.GetFieldCount() > fields) {
-        throw std::runtime_error(
-            "the record of " + row.GetField(0) + " has " + std::to_string(row.GetFieldCount()) +
-            " cells, which is more than " + std::to_string(fields) + " fields");
+        throw std::runtime_error("line " + std::to_string(row.GetLine()) + " has " +
+                                 std::to_string(row.GetFieldCount()) +
+                                 " cells, which is more than " + std::to_string(fields) +
+                                 " fields");
     }
     row.SetFieldCount(static_cast<unsigned int>(fields), "");
 }
 
-RCPtr<DataTable> Filter(DataTable& all, const std::string& field, const std::string& text) {
+RCPtr<DataTable> Filter(const DataTable& all, const std::string& field, const std::string& text) {
     if (all.GetFieldIndex(field) < 0) {
         throw std::runtime_error("there is no field " + field);
     }
@@ -59,9 +60,7 @@ RCPtr<DataTable> Filter(DataTable& all, const std::string& field, const std::str
     for (int i = 0; i < fields; ++i) {
         kept->AddField(all.GetField(i));
     }
-    const int rows = static_cast<int>(all.GetRowCount());
-    for (int i = 0; i < rows; ++i) {
-        const RCPtr<DataRow> row = all.GetRow(i);
+    for (const RCPtr<DataRow>& row : all) {
         if (row->GetField(0).starts_with('#')) {
             continue;
         }

@@ -36,6 +36,7 @@ std::string TextOf(const RCPtr<DataTable>& table) {
     return buffer.flushed;
 }
 
+static_assert(!std::is_destructible_v<DataRow>);
 static_assert(!std::is_destructible_v<DataTable> && !std::is_copy_constructible_v<DataTable>);
 
 TEST(DataTableTest, KeepsFieldsByNameAndRowsOfAnyWidth) {
@@ -54,6 +55,8 @@ TEST(DataTableTest, KeepsFieldsByNameAndRowsOfAnyWidth) {
     EXPECT_EQ(wide->GetField("c"), "3");
     EXPECT_EQ(table->GetRowCount(), 3U);
     EXPECT_EQ(TextOf(table), "a|b|c|\n1|two|\n1|2|3|4|\n\n");
+    EXPECT_EQ(std::vector(table->begin(), table->end()),
+              (std::vector{narrow, wide, table->GetRow(2)}));
     const RCPtr<DataTable> clone = table->Clone();
     wide->SetFieldCount(2, "x");
     EXPECT_EQ(wide->GetFieldCount(), 2U);
@@ -67,20 +70,27 @@ TEST(DataTableTest, RefusesInvalidIndexesAndNames) {
     const RCPtr<DataRow> row = table->CreateRow();
     row->SetFieldCount(2, "1");
     table->AppendRow(row);
-    const std::string refused = "DataTableEx: Field index out of range";
+    const std::string refused = "DataTableEx: Field index out of range (";
     for (const int index : {-1, 3, INT_MIN, INT_MAX}) {
-        EXPECT_EQ(ThrownBy([&] { table->GetField(index); }), "DataTableEx: Index out of range");
-        EXPECT_EQ(ThrownBy([&] { table->GetRow(index); }), "DataTableEx: Invalid row index");
-        EXPECT_EQ(ThrownBy([&] { row->GetField(index); }), refused);
-        EXPECT_EQ(ThrownBy([&] { row->SetField(index, "x"); }), refused);
+        const std::string place = "index " + std::to_string(index) + ", ";
+        EXPECT_EQ(ThrownBy([&] { table->GetField(index); }),
+                  "DataTableEx: Index out of range (" + place + "3 fields)");
+        EXPECT_EQ(ThrownBy([&] { table->GetRow(index); }),
+                  "DataTableEx: Invalid row index (" + place + "1 rows)");
+        EXPECT_EQ(ThrownBy([&] { row->GetField(index); }), refused + place + "2 cells)");
+        EXPECT_EQ(ThrownBy([&] { row->SetField(index, "x"); }), refused + place + "2 cells)");
     }
-    EXPECT_EQ(ThrownBy([&] { row->GetField("c"); }), refused);
+    const std::string third = refused + "field c, index 2, 2 cells)";
+    EXPECT_EQ(ThrownBy([&] { row->GetField("c"); }), third);
+    EXPECT_EQ(ThrownBy([&] { row->GetFieldAs<int>(2); }), third);
     const test::ScopedLogger logger;
-    EXPECT_EQ(ThrownBy([&] { row->SetField("none", "x"); }), refused);
+    EXPECT_EQ(ThrownBy([&] { row->SetField("none", "x"); }),
+              refused + "field none, index -1, 2 cells)");
     EXPECT_EQ(logger.sink->TakeText(),
               "\n2 DataTable Exception of type DataTableEx. Field index out of range");
     table = nullptr;
-    EXPECT_EQ(ThrownBy([&] { row->SetField("a", "x"); }), refused);
+    EXPECT_EQ(ThrownBy([&] { row->SetField("a", "x"); }),
+              refused + "field a of a deleted table, index -1, 2 cells)");
     EXPECT_EQ(row->GetField(0), "1");
 }
 

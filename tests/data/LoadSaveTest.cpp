@@ -51,6 +51,21 @@ TEST(LoadSaveTest, LoadReportsPathReasonAndLine) {
     }
 }
 
+TEST(LoadSaveTest, CellsAreValuesOrErrorsWithTheirPlace) {
+    const test::TemporaryFolder folder;
+    const std::string path = folder / "table";
+    std::ofstream(path) << "id,on\n\n0x10,true\n1.5,0\n";
+    const RCPtr<DataTable> table = Load(path)->Clone();
+    EXPECT_EQ(table->GetRow(0)->GetFieldAs<short>("id"), 16);
+    EXPECT_TRUE(table->GetRow(0)->GetFieldAs<bool>(1));
+    const RCPtr<DataRow> row = table->GetRow(1);
+    EXPECT_EQ(row->GetFieldAs<double>("id"), 1.5);
+    EXPECT_EQ(ThrownBy([&] { row->GetFieldAs<signed char>("id"); }),
+              "DataTableEx: Cell '1.5' is not an integer from -128 to 127 (" + path +
+                  ": line 4, field id, index 0, 2 cells)");
+    EXPECT_EQ(row->GetLine() + table->CreateRow()->GetLine(), 4U);
+}
+
 TEST(LoadSaveTest, SaveReplacesTheFileOrReportsPathAndReason) {
     const test::TemporaryFolder folder;
     const std::string file = folder / "file";

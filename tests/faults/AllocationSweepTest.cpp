@@ -167,6 +167,11 @@ Scenario OnTable(const char* name, std::function<void(Table&)> change) {
 
 TEST(AllocationSweepTest, Tables) {
     Sweep({
+        OnTable("reject a cell",
+                [](Table& table) {
+                    EXPECT_THROW(table->GetRow(0)->GetFieldAs<int>("name"), std::exception);
+                    table->AddField(table->GetRow(0)->GetFieldAs<std::string>("name"));
+                }),
         OnTable("add a field", [](Table& table) { table->AddField(LONG); }),
         OnTable("append a row",
                 [](Table& table) {

@@ -30,9 +30,11 @@ RCPtr<DataTable> DataTable::Clone() const {
     RCPtr<DataTable> clone(new DataTable);
     clone->m_fieldIndex = m_fieldIndex;
     clone->m_fieldNames = m_fieldNames;
+    clone->m_path = m_path;
     clone->m_rows.reserve(m_rows.size());
     for (const RCPtr<DataRow>& row : m_rows) {
         RCPtr<DataRow> copy = clone->CreateRow();
+        copy->m_line = row->m_line;
         copy->m_cells = row->m_cells;
         clone->m_rows.push_back(std::move(copy));
     }
@@ -58,7 +60,8 @@ std::size_t DataTable::GetFieldCount() const {
 
 std::string DataTable::GetField(int index) const {
     if (!IsIndex(index, m_fieldNames)) {
-        Throw<DataTableEx>(s_log, "Index out of range");
+        ThrowWithInfo<DataTableEx>(s_log, DescribeIndex(index, m_fieldNames.size(), "fields"),
+                                   "Index out of range");
     }
     return m_fieldNames[static_cast<std::size_t>(index)];
 }
@@ -82,12 +85,22 @@ std::size_t DataTable::GetRowCount() const {
 
 RCPtr<DataRow> DataTable::GetRow(int index) const {
     if (!IsIndex(index, m_rows)) {
-        Throw<DataTableEx>(s_log, "Invalid row index");
+        ThrowWithInfo<DataTableEx>(s_log, DescribeIndex(index, m_rows.size(), "rows"),
+                                   "Invalid row index");
     }
     return m_rows[static_cast<std::size_t>(index)];
 }
 
+std::string DataTable::DescribeIndex(int index, std::size_t count, const char* things) const {
+    MemOS place;
+    place << m_path << (m_path.empty() ? "" : ": ") << "index " << index << ", " << count << ' '
+          << things;
+    return place.ToString();
+}
+
 DataRow::DataRow(WeakPtr<DataTable> table) : m_table(std::move(table)) {}
+
+DataRow::~DataRow() = default;
 
 std::size_t DataRow::GetFieldCount() const {
     return m_cells.size();
@@ -110,7 +123,7 @@ std::string DataRow::GetField(int index) const {
 }
 
 std::string DataRow::GetField(const std::string& name) const {
-    return GetField(FindField(name));
+    return m_cells[CheckIndex(FindField(name), &name)];
 }
 
 void DataRow::SetField(int index, const std::string& value) {
@@ -118,7 +131,7 @@ void DataRow::SetField(int index, const std::string& value) {
 }
 
 void DataRow::SetField(const std::string& name, const std::string& value) {
-    SetField(FindField(name), value);
+    m_cells[CheckIndex(FindField(name), &name)] = value;
 }
 
 int DataRow::FindField(const std::string& name) const {
@@ -126,11 +139,38 @@ int DataRow::FindField(const std::string& name) const {
     return table ? table->GetFieldIndex(name) : -1;
 }
 
-std::size_t DataRow::CheckIndex(int index) const {
+// `name` is the name by which the cell was looked up, or null.
+std::size_t DataRow::CheckIndex(int index, const std::string* name) const {
     if (!IsIndex(index, m_cells)) {
-        Throw<DataTableEx>(s_log, "Field index out of range");
+        ThrowWithInfo<DataTableEx>(s_log, DescribeCell(index, name), "Field index out of range");
     }
     return static_cast<std::size_t>(index);
+}
+
+void DataRow::ThrowWrongValue(std::size_t index, const std::string& values) const {
+    ThrowWithInfo<DataTableEx>(s_log, DescribeCell(static_cast<int>(index), nullptr), "Cell '",
+                               m_cells[index], "' is not ", values);
+}
+
+// Returns what is known of the place of a cell, such as
+// "users.csv: line 7, field shell, index 6, 5 cells".
+std::string DataRow::DescribeCell(int index, const std::string* name) const {
+    const RCPtr<DataTable> table = m_table.GetRCPtr();
+    if (table && name == nullptr && IsIndex(index, table->m_fieldNames)) {
+        name = &table->m_fieldNames[static_cast<std::size_t>(index)];
+    }
+    MemOS place;
+    if (table && !table->m_path.empty()) {
+        place << table->m_path << ": ";
+    }
+    if (m_line > 0) {
+        place << "line " << m_line << ", ";
+    }
+    if (name != nullptr) {
+        place << "field " << *name << (table ? "" : " of a deleted table") << ", ";
+    }
+    place << "index " << index << ", " << m_cells.size() << " cells";
+    return place.ToString();
 }
 
 }  // namespace zel

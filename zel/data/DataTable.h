@@ -2,9 +2,11 @@
 
 #include "zel/core/Exception.h"
 #include "zel/core/WeakPtr.h"
+#include "zel/data/ValueTextImp.h"
 #include "zel/foundation/Export.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <iosfwd>
 #include <map>
 #include <string>
@@ -14,9 +16,10 @@ namespace zel {
 
 class DataRow;
 
-/// Thrown for an index out of range, for a record with the wrong number of cells, and for a file
-/// that can't be read or written. For an error in a line of a file `GetInfo` returns path and line,
-/// such as "users.csv: line 7".
+/// Thrown for an index out of range, for a cell that isn't a value of a type, for a record with the
+/// wrong number of cells, and for a file that can't be read or written. `GetInfo` returns the place
+/// of the error as far as it is known, such as "users.csv: line 7", or "users.csv: line 7, field
+/// shell, index 6, 5 cells" for an error of a cell.
 class ZEL_ADVANCED_API DataTableEx : public Exception {
 public:
     /// See `Exception::Exception`.
@@ -39,6 +42,7 @@ public:
 ///     row->Assign({"ada", "/bin/sh"});
 ///     users->AppendRow(row);
 ///     users->GetRow(0)->GetField("shell");  // "/bin/sh"
+///     for (const RCPtr<DataRow>& row : *users) { row->GetFieldAs<int>("id"); ... }
 ///
 /// A table owns its rows; a row has a weak pointer to its table. A failed call leaves table and row
 /// unchanged, except `ReadFromCSV`.
@@ -84,6 +88,13 @@ public:
     /// none.
     RCPtr<DataRow> GetRow(int index) const;
 
+    /// Returns iterators over the rows, in order, for a range-based `for`.
+    /// Requires: no row is appended while they are in use.
+    ///@{
+    const RCPtr<DataRow>* begin() const noexcept { return m_rows.data(); }
+    const RCPtr<DataRow>* end() const noexcept { return m_rows.data() + m_rows.size(); }
+    ///@}
+
     /// Writes a line of the field names, if there are any, and a line for each row, and flushes the
     /// stream. Every name and cell is followed by the separator. Nothing is quoted: cells that
     /// contain the separator, a carriage return or a line feed can't be read back, nor can rows
@@ -124,18 +135,28 @@ protected:
     ~DataTable() override;
 
 private:
+    friend class DataRow;
+    friend class DataTableReader;
+
+    std::string DescribeIndex(int index, std::size_t count, const char* things) const;
+
     std::map<std::string, int> m_fieldIndex;
     std::vector<std::string> m_fieldNames;
     std::vector<RCPtr<DataRow>> m_rows;
+    // The file that the table was loaded from, or empty.
+    std::string m_path;
 };
 
-/// A row of a table. Its cells are accessed by index, or by the names of the table's fields. Access
-/// by index works without the table. Thread-compatible: const calls may run concurrently.
+/// A row of a table, created by `new` or `DataTable::CreateRow` and owned by `RCPtr`. Its cells are
+/// accessed by index, or by the names of the table's fields. Access by index works without the
+/// table. Thread-compatible: const calls may run concurrently.
 class ZEL_ADVANCED_API DataRow : public RCObject {
 public:
     /// Creates a row without cells that takes its field names from `table`. See
     /// `DataTable::CreateRow`.
     explicit DataRow(WeakPtr<DataTable> table);
+    DataRow(const DataRow&) = default;
+    DataRow& operator=(const DataRow&) = default;
 
     /// Returns the number of cells.
     std::size_t GetFieldCount() const;
@@ -157,18 +178,55 @@ public:
     std::string GetField(const std::string& name) const;
     ///@}
 
+    /// Returns a cell as a T: a number, a `bool` or a string, by the rules of
+    /// `DataTree::GetValueAs`. Throws `DataTableEx` if there is no such cell or if it isn't a T.
+    ///@{
+    template <class T>
+    T GetFieldAs(int index) const {
+        return Convert<T>(CheckIndex(index));
+    }
+    template <class T>
+    T GetFieldAs(const std::string& name) const {
+        return Convert<T>(CheckIndex(FindField(name), &name));
+    }
+    ///@}
+
+    /// Returns all cells. The reference is valid as long as the row.
+    const std::vector<std::string>& GetCells() const noexcept { return m_cells; }
+
+    /// Returns the line, from 1, of the text that this row was read from; 0 if it was created
+    /// otherwise. A clone has the same line.
+    std::size_t GetLine() const noexcept { return m_line; }
+
     /// Replaces an existing cell. Throws like `GetField`.
     ///@{
     void SetField(int index, const std::string& value);
     void SetField(const std::string& name, const std::string& value);
     ///@}
 
+protected:
+    ~DataRow() override;
+
 private:
     friend class DataTable;
+    friend class DataTableReader;
+
+    template <class T>
+    T Convert(std::size_t index) const {
+        T value{};
+        if (!Imp::ReadValue(m_cells[index], value)) {
+            ThrowWrongValue(index, Imp::DescribeValues<T>());
+        }
+        return value;
+    }
 
     int FindField(const std::string& name) const;
-    std::size_t CheckIndex(int index) const;
+    std::size_t CheckIndex(int index, const std::string* name = nullptr) const;
+    [[noreturn]] void ThrowWrongValue(std::size_t index, const std::string& values) const;
+    std::string DescribeCell(int index, const std::string* name) const;
 
+    // The first member, as it fits into the padding of the base class.
+    std::uint32_t m_line = 0;
     WeakPtr<DataTable> m_table;
     std::vector<std::string> m_cells;
 };

@@ -1,5 +1,6 @@
 #include "zel/core/LineReader.h"
 #include "zel/data/DataTable.h"
+#include "zel/data/StoredLine.h"
 #include "zel/foundation/Log.h"
 #include "zel/platform/SystemError.h"
 
@@ -138,6 +139,7 @@ private:
             }
         }
         RCPtr<DataRow> row = m_table->CreateRow();
+        row->m_line = StoredLine(m_lineNumber);
         row->Assign(std::move(parts));
         m_table->AppendRow(std::move(row));
     }
@@ -180,6 +182,7 @@ RCPtr<DataTable> DataTable::Load(const std::string& path, const char* separators
                            platform::SystemErrorText(platform::LastSystemError()));
     }
     RCPtr<DataTable> table(new DataTable);
+    table->m_path = path;
     try {
         in.exceptions(std::ios_base::badbit);
         DataTableReader(table.Get(), in, separators,

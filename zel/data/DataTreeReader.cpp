@@ -2,12 +2,12 @@
 #include "zel/core/StringUtils.h"
 #include "zel/data/DataTree.h"
 #include "zel/data/LoadedDataTree.h"
+#include "zel/data/StoredLine.h"
 #include "zel/foundation/Log.h"
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <limits>
 #include <utility>
 #include <vector>
 
@@ -62,7 +62,7 @@ private:
     }
 
     void ReadTagOrComment() {
-        const std::uint32_t line = GetLine();
+        const std::uint32_t line = StoredLine(m_in.GetLine());
         m_in.SkipWhite();
         if (StartsString(m_in.Peek())) {
             OpenTag(line);
@@ -104,11 +104,6 @@ private:
         return child;
     }
 
-    std::uint32_t GetLine() {
-        constexpr std::size_t most = std::numeric_limits<std::uint32_t>::max();
-        return static_cast<std::uint32_t>(std::min(m_in.GetLine(), most));
-    }
-
     void CloseTag() {
         if (m_open.empty()) {
             ThrowHere(s_log, "Unexpected closing tag");
@@ -120,7 +115,7 @@ private:
         if (m_open.empty()) {
             ThrowHere(s_log, "Value node can not appear at root level");
         }
-        DataTree& child = *AppendChild(GetLine());
+        DataTree& child = *AppendChild(StoredLine(m_in.GetLine()));
         ReadString(child.m_name);
         m_in.SkipWhite();
         if (m_in.Get() != '=') {
