@@ -68,15 +68,6 @@ int main(int argc, char** argv) {
 }
 #endif
 
-#ifdef COMPARISON_WITH_AN_ADDRESS  // A comparison needs an RCPtr or a reference to a variant, not a
-                                   // plain pointer
-#include "zel/variant/Variant.h"
-bool Compare(const zel::VariantBase& value) {
-    zel::Variant<int> local(5);
-    return value.IsEqual(&local, true, false, true);
-}
-#endif
-
 #ifdef CPP_17  // zelAdvanced needs C++20: compile with -std=c++20 or later
 #include "zel/variant/Variant.h"
 #endif

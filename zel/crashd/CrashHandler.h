@@ -44,7 +44,7 @@ public:
     ///@{
     static bool Initialize(int argc, char** argv, CrashCallback callback);
     template <class T>
-    requires(!std::is_convertible_v<T, CrashCallback>) static bool Initialize(
+    requires(std::is_class_v<T> && !std::is_convertible_v<T, CrashCallback>) static bool Initialize(
         int /*argc*/, char** /*argv*/, const T& /*callback*/) {
         static_assert(sizeof(T) == 0,
                       "Initialize needs null or a CrashCallback, which BindCallback makes of a "

@@ -137,6 +137,9 @@ public:
 
     /// Compare with a variant that is const, or that no `RCPtr` owns, such as a local variable. A
     /// variant passed by reference is copied first.
+    ///
+    /// Do not pass the address of a local variable: it converts to an `RCPtr`, which deletes the
+    /// variable after the comparison.
     ///@{
     bool IsEqual(const Operand& other, bool throwOnError, bool expandSingle, bool requireAll) const;
     bool IsNotEqual(const Operand& other, bool throwOnError, bool expandSingle,
@@ -149,35 +152,6 @@ public:
                        bool requireAny) const;
     bool IsGreaterThanOrEqualTo(const Operand& other, bool throwOnError, bool expandSingle,
                                 bool requireAny) const;
-    ///@}
-
-    /// Reject a plain pointer at compile time: converted to an `RCPtr`, it would delete a local
-    /// variable after the comparison.
-    ///@{
-    template <class T>
-    bool IsEqual(T* other, bool, bool, bool) const {
-        return RejectPointer(other);
-    }
-    template <class T>
-    bool IsNotEqual(T* other, bool, bool, bool) const {
-        return RejectPointer(other);
-    }
-    template <class T>
-    bool IsLessThan(T* other, bool, bool, bool) const {
-        return RejectPointer(other);
-    }
-    template <class T>
-    bool IsLessThanOrEqualTo(T* other, bool, bool, bool) const {
-        return RejectPointer(other);
-    }
-    template <class T>
-    bool IsGreaterThan(T* other, bool, bool, bool) const {
-        return RejectPointer(other);
-    }
-    template <class T>
-    bool IsGreaterThanOrEqualTo(T* other, bool, bool, bool) const {
-        return RejectPointer(other);
-    }
     ///@}
 
     /// Sets the value, converted to the variant's type if necessary:
@@ -396,14 +370,6 @@ protected:
 
 private:
     friend class VariantAccess;
-
-    template <class T>
-    static bool RejectPointer(T* /*variant*/) {
-        static_assert(
-            sizeof(T) == 0,
-            "A comparison needs an RCPtr or a reference to a variant, not a plain pointer");
-        return false;
-    }
 
     template <class T>
     bool StoreValue(const T& value, bool throwOnError);
