@@ -25,6 +25,7 @@ struct System {
     bool isSignalled = false;
     bool canRearm = true;
     std::string warning;
+    std::optional<std::vector<std::string>> changes;
     std::string calls;
     std::function<void()> onRearm = [] {};
 };
@@ -40,6 +41,9 @@ class FakeNotice : public platform::ChangeNotice {
         s_system.calls += "rearm ";
         s_system.onRearm();
         return s_system.canRearm;
+    }
+    std::optional<std::vector<std::string>> TakeChanges() noexcept override {
+        return std::exchange(s_system.changes, std::nullopt);
     }
     std::string GetWarning() const override { return s_system.warning; }
 
@@ -90,6 +94,12 @@ protected:
         }
     }
 
+    // Ticks with a notice of these paths and returns the events fired.
+    std::string TickAt(const std::vector<std::string>& changes) {
+        s_system.changes = changes;
+        return Tick(true);
+    }
+
     // Returns the events fired.
     std::string Tick(bool isSignalled = false) {
         s_system.isSignalled = isSignalled;
@@ -123,6 +133,37 @@ TEST_F(FileWatcherLogicTest, FiresTheDifferenceOfTwoListingsInAFixedOrder) {
         Set(after);
         EXPECT_EQ(Tick(true), fired) << after;
     }
+}
+
+TEST_F(FileWatcherLogicTest, LooksOnlyAtTheFilesThatTheNoticeReportsIfThatIsSufficient) {
+    const struct {
+        const char* before;
+        const char* after;
+        std::vector<std::string> changes;
+        const char* fired;
+    } rows[] = {
+        {"d/ d/b c", "d/ d/a e", {"d/a", "d/b", "e", "d/a", "x"}, "f+d/a f+e f-d/b "},
+        {"a", "b", {}, ""},
+        {"a", "b c/", {"c"}, "d+c f+b f-a "},
+        {"a c/", "b c", {"c"}, "d-c f+b f+c f-a "},
+        {"a", "b c/ c/f", {"c/f"}, "d+c f+b f+c/f f-a "},
+        {"a f", "b F", {"F", "f"}, "f+b f-a "},
+        {"a", "b F f", {"F", "f"}, "f+b f+F f-a "},
+        {"a F f", "b f", {"F"}, "f+b f-a "},
+    };
+    for (const auto& row : rows) {
+        Watch(false, true, -1, row.before);
+        Tick();
+        Set(row.after);
+        EXPECT_EQ(TickAt(row.changes), row.fired) << row.after;
+    }
+    Set("g");
+    EXPECT_EQ(Tick(true), "f+g f-b f-f ") << "all are listed without a report of changes";
+    Set("g h i");
+    EXPECT_EQ(TickAt({"h"}), "f+h ");
+    const test::ScopedLogger log;
+    log.logger->SetAreaLevel("FileWatcher", 5);
+    EXPECT_EQ(TickAt({"h"}), "f+i ") << "all are listed while listings are logged";
 }
 
 TEST_F(FileWatcherLogicTest, ListsOnlyWithCause) {
@@ -179,25 +220,49 @@ TEST_F(FileWatcherLogicTest, ListsNoSubdirectoriesUnlessRecursiveAndAllAfterARes
 
 TEST_F(FileWatcherLogicTest, RepeatsAListingThatASinkThrewOutOf) {
     Watch(true, true, -1, "f");
-    m_watcher->FileAdded.Connect([isFirst = true](const std::string&) mutable {
-        return std::exchange(isFirst, false) ? throw std::runtime_error("sink") : false;
+    m_watcher->FileAdded.Connect([calls = 0](const std::string&) mutable {
+        return ++calls % 2 == 1 ? throw std::runtime_error("sink") : true;
     });
     EXPECT_THROW(Tick(), std::runtime_error);
     EXPECT_EQ(Tick(true), "f+f f+f ");
+    Set("f g");
+    EXPECT_THROW(TickAt({"g"}), std::runtime_error);
+    EXPECT_EQ(TickAt({}), "f+g f+g ");
 }
 
 TEST_F(FileWatcherLogicTest, ReportsOnlyTheStaleDifferenceAfterASinkCalledTickTwice) {
-    Watch(true, true, -1, "d/");
-    m_watcher->DirAdded.Connect([&](const std::string&) {
-        for (const char* const paths : {"f", "f g"}) {
-            Set(paths);
-            s_system.isSignalled = true;
+    for (const bool isReported : {false, true}) {
+        Watch(false, true, -1, "");
+        Tick();
+        Set("d");
+        bool isOuter = true;
+        m_watcher->FileAdded.Connect([&](const std::string&) {
+            if (std::exchange(isOuter, false)) {
+                for (const char* const paths : {"d f", "d f g"}) {
+                    Set(paths);
+                    s_system.isSignalled = true;
+                    m_watcher->Tick();
+                }
+            }
+        });
+        EXPECT_EQ(isReported ? TickAt({"d"}) : Tick(true), "f+d f+d f+f f+g ");
+        EXPECT_EQ(TickAt({"g"}), "f+g ");
+        EXPECT_EQ(Tick(true), "");
+    }
+}
+
+TEST_F(FileWatcherLogicTest, ReportsAllAgainAfterASinkResetIt) {
+    Watch(false, true, -1, "");
+    Tick();
+    m_watcher->FileAdded.Connect([&, isFirst = true](const std::string&) mutable {
+        if (std::exchange(isFirst, false)) {
+            m_watcher->Reset();
             m_watcher->Tick();
         }
     });
-    EXPECT_EQ(Tick(), "d+d f+f f+g ");
-    EXPECT_EQ(Tick(true), "f+g ");
-    EXPECT_EQ(Tick(true), "");
+    Set("f");
+    EXPECT_EQ(TickAt({"f"}), "f+f ");
+    EXPECT_EQ(TickAt({}), "f+f ");
 }
 
 }  // namespace

@@ -81,8 +81,8 @@ protected:
 };
 
 // Makes one change in two small trees, a move between them, or redirects the watched path to the
-// other tree.
-void Change(std::mt19937& random, const fs::path& folder) {
+// other tree; or a change that may only be one of a file.
+void Change(std::mt19937& random, const fs::path& folder, bool isOfFile) {
     const auto pick = [&] {
         static const char* const s_names[] = {"a", "b\n", "\xff", "d *"};
         fs::path path = folder / (random() % 4 == 0 ? "there" : "here") / "root";
@@ -95,7 +95,9 @@ void Change(std::mt19937& random, const fs::path& folder) {
     const fs::path from = pick();
     const fs::path to = pick();
     const auto kind = random() % 8;
-    if (kind == 0) {
+    if (isOfFile) {
+        kind < 6 ? Write(to) : static_cast<void>(::unlink(from.c_str()));
+    } else if (kind == 0) {
         fs::remove(folder / "link");
         fs::create_directory_symlink(random() % 2 == 0 ? "there/../here" : folder / "there",
                                      folder / "link");
@@ -123,7 +125,7 @@ TEST_P(RandomChangesTest, AreAllSeenAfterEveryBurst) {
     for (int burst = 1; burst <= 40; ++burst) {
         const std::future<void> changes = std::async(std::launch::async, [&] {
             for (int i = 0; i < 50; ++i) {
-                Change(random, m_folder / "");
+                Change(random, m_folder / "", burst % 2 == 0);
             }
         });
         while (changes.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {

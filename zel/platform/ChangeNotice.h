@@ -1,13 +1,15 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace zel::platform {
 
-// Signals that a name below a path was added, removed or renamed, without reporting which: the
-// caller lists the directory. Contents and attributes of files don't count, and listing a directory
-// never signals.
+// Signals that a name below a path was added, removed or renamed. The caller looks at the names
+// that may have changed, or lists the directory if they aren't known. Contents and attributes of
+// files don't count, and listing a directory never signals.
 //
 //     const std::unique_ptr<ChangeNotice> notice = OpenChangeNotice("/var/spool", true);
 //     while (notice->Wait(50) && notice->Rearm()) { list the directory }
@@ -30,6 +32,13 @@ public:
     // Resets the signal and waits for the next change. Returns false if the notice is no longer
     // usable and must be reopened.
     virtual bool Rearm() = 0;
+
+    // Returns which entries may have changed between the last two calls of Rearm, the opening being
+    // the first: their paths below that of the notice, in any order, some repeatedly. Returns
+    // nothing if any may have, so that the caller has to list them all; a system that doesn't
+    // report names always does. Files only: a change of a directory's name is never reported by its
+    // path.
+    virtual std::optional<std::vector<std::string>> TakeChanges() noexcept { return std::nullopt; }
 
     // Returns why the system can't report every change at the moment, and the remedy, while the
     // notice signals at intervals instead. Empty if every change is reported.

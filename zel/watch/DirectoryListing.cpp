@@ -1,7 +1,7 @@
 #include "zel/foundation/Log.h"
 #include "zel/platform/DirectoryWalk.h"
 #include "zel/platform/NameOrder.h"
-#include "zel/watch/FileWatcher.h"
+#include "zel/watch/Snapshot.h"
 
 #include <algorithm>
 #include <iterator>
@@ -14,15 +14,13 @@ namespace {
 
 const LogArea s_log("FileWatcher", 3);
 
-using Listing = std::set<std::string, StrcmpiPred>;
 using platform::DirectoryWalk;
 
 // The names in one directory, in the order of the paths in a listing: the sort key of a directory
 // includes the separator that follows its name in the paths of its entries.
 class SortedNames {
 public:
-    SortedNames(const std::string& directory, DirectoryWalk::Link link) {
-        DirectoryWalk walk(directory, link);
+    explicit SortedNames(DirectoryWalk& walk) {
         platform::DirectoryEntry entry;
         while (walk.Next(entry)) {
             if (!entry.isDirectory || (entry.name != "." && entry.name != "..")) {
@@ -73,17 +71,23 @@ public:
     explicit Inserter(Listing& listing) : m_listing(listing), m_hint(listing.end()) {}
 
     void Insert(std::string path) {
+        const std::size_t size = m_listing.size();
         const auto inserted = m_listing.emplace_hint(m_hint, std::move(path));
         // std::next of the last element climbs all levels of the tree.
         const bool isLast = &*inserted == &*m_listing.rbegin();
         m_hint = isLast ? m_listing.end() : std::next(inserted);
+        m_isExact &= m_listing.size() != size;
     }
 
     std::size_t GetSize() const { return m_listing.size(); }
 
+    // Returns whether no path was in the set already.
+    bool IsExact() const { return m_isExact; }
+
 private:
     Listing& m_listing;
     Listing::iterator m_hint;
+    bool m_isExact = true;
 };
 
 class Lister {
@@ -95,7 +99,7 @@ public:
     void List(const std::string& directory, DirectoryWalk::Link link) {
         Log(s_log, 6, "EnumFilesAndDirs: ", directory, " (",
             m_recursive ? "recursive" : "non-recursive", ")");
-        SortedNames(directory, link).ForEach([&](std::string_view name, bool isDirectory) {
+        ListNames(directory, link).ForEach([&](std::string_view name, bool isDirectory) {
             std::string path = Join(directory, name);
             if (!isDirectory) {
                 m_files.Insert(std::move(path));
@@ -110,7 +114,16 @@ public:
             m_dirs.GetSize(), "dirs.");
     }
 
+    // Returns whether all entries were listed, each as one of its own.
+    bool IsExact() const { return m_isComplete && m_files.IsExact() && m_dirs.IsExact(); }
+
 private:
+    SortedNames ListNames(const std::string& directory, DirectoryWalk::Link link) {
+        DirectoryWalk walk(directory, link);
+        m_isComplete &= !walk.IsOutOfResources();
+        return SortedNames(walk);
+    }
+
     static std::string Join(const std::string& directory, std::string_view name) {
         std::string path;
         path.reserve(directory.size() + 1 + name.size());
@@ -123,6 +136,7 @@ private:
     const bool m_recursive;
     Inserter m_files;
     Inserter m_dirs;
+    bool m_isComplete = true;
 };
 
 }  // namespace
@@ -135,6 +149,13 @@ void FileWatcher::EnumFilesAndDirs(const char* dir, bool recursive,
                                    std::set<std::string, StrcmpiPred>* files,
                                    std::set<std::string, StrcmpiPred>* dirs) {
     Lister(recursive, *files, *dirs).List(dir, DirectoryWalk::Link::Follow);
+}
+
+void Snapshot::List(const std::string& directory, bool recursive) {
+    Clear();
+    Lister lister(recursive, m_files, m_dirs);
+    lister.List(directory, DirectoryWalk::Link::Follow);
+    m_isExact = lister.IsExact();
 }
 
 }  // namespace zel

@@ -3,8 +3,9 @@
 #include "zel/core/Timer.h"
 #include "zel/foundation/Log.h"
 #include "zel/platform/ChangeNotice.h"
-#include "zel/platform/NameOrder.h"
+#include "zel/watch/Snapshot.h"
 
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -16,50 +17,9 @@ const LogArea s_log("FileWatcher", 3);
 
 constexpr int NOTICE_WAIT = 50;  // milliseconds; a stop is noticed between two waits
 
-using Listing = std::set<std::string, StrcmpiPred>;
 using Paths = std::vector<std::string>;
 
-struct Snapshot {
-    void Fill(const std::string& path, bool recursive) {
-        Clear();
-        FileWatcher::EnumFilesAndDirs(path.c_str(), recursive, &files, &dirs);
-    }
-
-    void Clear() {
-        files.clear();
-        dirs.clear();
-    }
-
-    Listing files;
-    Listing dirs;
-};
-
-struct Changes {
-    Paths added;
-    Paths removed;
-};
-
-Changes Compare(const Listing& before, const Listing& after) {
-    Changes changes;
-    auto old = before.begin();
-    auto fresh = after.begin();
-    while (old != before.end() || fresh != after.end()) {
-        const int order = old == before.end()    ? 1
-                          : fresh == after.end() ? -1
-                                                 : platform::CompareNames(*old, *fresh);
-        if (order < 0) {
-            changes.removed.push_back(*old++);
-        } else if (order > 0) {
-            changes.added.push_back(*fresh++);
-        } else {
-            ++old;
-            ++fresh;
-        }
-    }
-    return changes;
-}
-
-void FireAll(EventSource<std::string>& source, const Paths& paths) {
+void FireAll(EventSource<std::string>& source, const Listing& paths) {
     for (const std::string& path : paths) {
         source.Fire(path);
     }
@@ -72,7 +32,7 @@ public:
     State(FileWatcher& watcher, const char* path, bool recursive, double pollInterval)
         : m_watcher(watcher), m_path(path), m_recursive(recursive), m_pollInterval(pollInterval) {}
 
-    void ListExisting() { m_snapshots[m_current].Fill(m_path, m_recursive); }
+    void ListExisting() { m_snapshots[m_current].List(m_path, m_recursive); }
     void Reset() { m_resetEvent->Set(true); }
 
     void Tick() {
@@ -81,10 +41,13 @@ public:
             for (Snapshot& snapshot : m_snapshots) {
                 snapshot.Clear();
             }
+            ++m_revision;
+            m_mustListAll = true;
             m_resetEvent->Set(false);
         }
-        if (WaitForCause()) {
-            List();
+        std::optional<Paths> changes;
+        if (WaitForCause(changes)) {
+            List(changes);
         } else {
             Log(s_log, 5, "Nothing to do: shouldCheck == false; pollInterval=", m_pollInterval);
         }
@@ -94,6 +57,7 @@ public:
         Log(s_log, 6, "InitChangeHandle()");
         if (!m_notice) {
             m_notice = platform::OpenChangeNotice(m_path, m_recursive);
+            m_mustListAll = true;
             if (m_notice) {
                 ReportWarning();
             }
@@ -103,12 +67,13 @@ public:
     void CloseNotice() { m_notice.reset(); }
 
 private:
-    bool WaitForCause() {
+    bool WaitForCause(std::optional<Paths>& changes) {
         if (m_shouldCheck) {
             return true;
         }
         OpenNotice();
         if (WaitForNotice()) {
+            changes = m_notice ? m_notice->TakeChanges() : std::nullopt;
             return true;
         }
         if (m_pollInterval >= 0 && m_stopwatch.GetElapsedTime() >= m_pollInterval) {
@@ -132,35 +97,68 @@ private:
         return true;
     }
 
-    void List() {
+    // Looks only at what the notice reports as changed, if it does. While the listing of each
+    // directory is logged, all are listed.
+    void List(const std::optional<Paths>& changes) {
         Log(s_log, 5, "Tick: there are files for me to check!");
         m_shouldCheck = false;
+        const bool isSufficient = changes && !m_mustListAll && !s_log.IsEnabled(5);
+        m_mustListAll = true;  // unless all is reported below
+        if (std::optional<Changes> files =
+                isSufficient ? m_snapshots[m_current].LookAt(m_path, *changes) : std::nullopt) {
+            ReportFiles(std::move(*files));
+        } else {
+            ListAll();
+        }
+    }
+
+    void ReportFiles(Changes&& files) {
+        const int current = m_current;
+        const unsigned revision = m_revision;
+        Report({}, files);
+        if (m_revision == revision) {
+            m_snapshots[current].Apply(std::move(files));
+            m_mustListAll = false;
+        } else {
+            Replace(current);
+        }
+    }
+
+    // The stopwatch is restarted by a complete listing only, as notices of single files must not
+    // postpone the next.
+    void ListAll() {
         m_stopwatch.Start();
         const int current = m_current;
         const int next = 1 - current;
-        m_snapshots[next].Fill(m_path, m_recursive);
-        ++m_depth;
-        try {
-            Report(m_snapshots[current], m_snapshots[next]);
-        } catch (...) {
-            --m_depth;
-            throw;
-        }
-        m_current = next;
-        // Frees the old listing, unless a Tick that is still reporting makes it the current one.
-        if (--m_depth == 0) {
+        const unsigned revision = ++m_revision;
+        m_snapshots[next].List(m_path, m_recursive);
+        Report(Compare(m_snapshots[current].GetDirs(), m_snapshots[next].GetDirs()),
+               Compare(m_snapshots[current].GetFiles(), m_snapshots[next].GetFiles()));
+        m_mustListAll = m_depth > 0 || m_revision != revision;
+        Replace(current);
+    }
+
+    // Frees the old listing, unless a Tick that is still reporting makes it the current one.
+    void Replace(int current) {
+        m_current = 1 - current;
+        if (m_depth == 0) {
             m_snapshots[current].Clear();
         }
     }
 
-    void Report(const Snapshot& before, const Snapshot& after) {
-        // Copies, because a sink may call Tick, which changes the snapshots.
-        const Changes dirs = Compare(before.dirs, after.dirs);
-        const Changes files = Compare(before.files, after.files);
-        FireAll(m_watcher.DirAdded, dirs.added);
-        FireAll(m_watcher.DirRemoved, dirs.removed);
-        FireAll(m_watcher.FileAdded, files.added);
-        FireAll(m_watcher.FileRemoved, files.removed);
+    // A sink may call Tick, which changes the snapshots.
+    void Report(const Changes& dirs, const Changes& files) {
+        ++m_depth;
+        try {
+            FireAll(m_watcher.DirAdded, dirs.added);
+            FireAll(m_watcher.DirRemoved, dirs.removed);
+            FireAll(m_watcher.FileAdded, files.added);
+            FireAll(m_watcher.FileRemoved, files.removed);
+        } catch (...) {
+            --m_depth;
+            throw;
+        }
+        --m_depth;
     }
 
     void ReportWarning() {
@@ -174,7 +172,10 @@ private:
     CriticalSection m_cs{std::string()};
     Snapshot m_snapshots[2];
     int m_current = 0;
-    int m_depth = 0;  // of Tick calls that are reporting: a sink may call Tick
+    int m_depth = 0;          // of Tick calls that are reporting: a sink may call Tick
+    unsigned m_revision = 0;  // of the snapshots
+    // The current listing isn't what the notice's changes refer to.
+    bool m_mustListAll = true;
     const std::string m_path;
     const bool m_recursive;
     std::unique_ptr<platform::ChangeNotice> m_notice;

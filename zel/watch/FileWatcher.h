@@ -28,8 +28,9 @@ struct ZEL_ADVANCED_API StrcmpiPred {
 ///     watcher->RequestStop();
 ///     watcher->Join();
 ///
-/// A change notice of the system, or an elapsed interval, causes a complete listing of the
-/// directory; the difference to the listing before is reported.
+/// A change notice of the system, or an elapsed interval, causes a listing of the directory; the
+/// difference to the listing before is reported. After a notice that names the files which may have
+/// changed, only these are looked at.
 ///
 /// | Change | Reported as |
 /// |---|---|

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <new>
 #include <optional>
 #include <unordered_map>
 #include <utility>
@@ -20,14 +21,21 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds DEGRADED_INTERVAL(2);
 
+// Listing a directory is faster than looking at so many of its entries.
+constexpr std::size_t MAX_CHANGES = 10'000;
+
 // The directory at the path may be deleted, recreated, renamed or replaced, so each ancestor is
 // watched for the name of the next component.
 //
 // After a directory was added to the tree, the whole tree is walked again. Watching a watched
-// directory has no effect, and a watch survives renames, so only watch numbers are kept. Each
-// directory is watched before it is read: an entry added earlier is read, and one added later is an
-// event, which causes another walk.
+// directory has no effect, and a watch survives renames. Each directory is watched before it is
+// read: an entry added earlier is read, and one added later is an event, which causes another walk.
+//
+// The path of a directory is that of the last walk. It is wrong only after a directory was renamed,
+// and then another walk is due, after which any entry may have changed.
 class InotifyNotice final : public ChangeNotice {
+    using Names = std::vector<std::string>;
+
 public:
     InotifyNotice(std::string path, bool recursive)
         : m_path(std::move(path)), m_recursive(recursive) {
@@ -52,10 +60,17 @@ public:
 
     bool Rearm() override {
         if (m_mustArm || IsIntervalElapsed()) {
+            m_mayAllHaveChanged = true;
             Arm();
         }
         m_isSignalled = false;
         return true;
+    }
+
+    std::optional<Names> TakeChanges() noexcept override {
+        Names changes = std::exchange(m_changes, {});
+        const bool mayAll = std::exchange(m_mayAllHaveChanged, false) || m_hasUnknownChanges;
+        return mayAll || IsDegraded() ? std::nullopt : std::optional(std::move(changes));
     }
 
     std::string GetWarning() const override {
@@ -63,7 +78,10 @@ public:
     }
 
 private:
-    using Names = std::vector<std::string>;
+    struct Directory {
+        unsigned generation = 0;  // of the walk that found it last
+        std::string prefix;       // of the paths of its entries
+    };
 
     bool IsDegraded() const noexcept { return !m_degradedReason.empty(); }
     bool IsIntervalElapsed() const noexcept { return IsDegraded() && Clock::now() >= m_nextSignal; }
@@ -72,6 +90,7 @@ private:
         // Stays set if anything below throws, so that the next Rearm starts over.
         m_mustArm = true;
         m_degradedReason.clear();
+        m_hasUnknownChanges = false;
         m_nextSignal = Clock::now() + DEGRADED_INTERVAL;
         ++m_generation;
         for (auto& [watch, names] : m_ancestors) {
@@ -109,7 +128,7 @@ private:
     }
 
     void WatchTree(const std::string& root) {
-        m_tree[m_root] = m_generation;
+        Add(m_root, "");
         std::vector<std::string> unvisited;
         if (m_recursive) {
             ListSubdirectories(root, unvisited);
@@ -120,10 +139,19 @@ private:
             unvisited.pop_back();
             const int watch = Watch(directory);
             if (watch != Inotify::NONE) {
-                m_tree[watch] = m_generation;
+                Add(watch, directory.substr(root.size() + 1) + '/');
                 ListSubdirectories(directory, unvisited);
+            } else {
+                m_hasUnknownChanges |= errno != ENOENT;
             }
         }
+    }
+
+    // A directory that is mounted in two places has one watch.
+    void Add(int watch, std::string prefix) {
+        Directory& directory = m_tree[watch];
+        m_hasUnknownChanges |= directory.generation == m_generation;
+        directory = {m_generation, std::move(prefix)};
     }
 
     void ListSubdirectories(const std::string& directory, std::vector<std::string>& found) {
@@ -158,7 +186,7 @@ private:
             return isStale;
         });
         std::erase_if(m_tree, [this](const auto& entry) {
-            const bool isStale = entry.second != m_generation;
+            const bool isStale = entry.second.generation != m_generation;
             if (isStale && !m_ancestors.contains(entry.first)) {
                 m_inotify.Remove(entry.first);
             }
@@ -180,10 +208,24 @@ private:
         if (IsPathComponent(event)) {
             m_isSignalled = true;
             m_mustArm = true;
-        } else if (m_tree.contains(event.watch)) {
-            constexpr std::uint32_t moves = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM;
+        } else if (const auto found = m_tree.find(event.watch); found != m_tree.end()) {
             m_isSignalled = true;
-            m_mustArm |= m_recursive && (event.flags & IN_ISDIR) != 0 && (event.flags & moves) != 0;
+            if ((event.flags & IN_ISDIR) != 0) {
+                constexpr std::uint32_t moves = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM;
+                m_mayAllHaveChanged = true;
+                m_mustArm |= m_recursive && (event.flags & moves) != 0;
+            } else if (!m_mayAllHaveChanged) {
+                Record(found->second, event.name);
+            }
+        }
+    }
+
+    void Record(const Directory& directory, std::string_view name) noexcept {
+        try {
+            m_changes.emplace_back(directory.prefix).append(name);
+            m_mayAllHaveChanged = m_changes.size() > MAX_CHANGES;
+        } catch (const std::bad_alloc&) {
+            m_mayAllHaveChanged = true;
         }
     }
 
@@ -214,9 +256,13 @@ private:
     // Watched ancestors of the directory, with the name of the next component in each.
     std::unordered_map<int, Names> m_ancestors;
     int m_root = Inotify::NONE;
-    // Watches of the directory and its subdirectories, with the generation that found them last.
-    std::unordered_map<int, unsigned> m_tree;
+    // The directory and its subdirectories by their watches.
+    std::unordered_map<int, Directory> m_tree;
     unsigned m_generation = 0;
+    Names m_changes;
+    bool m_mayAllHaveChanged = false;
+    // Some directories are not watched, or have several paths.
+    bool m_hasUnknownChanges = false;
     bool m_mustArm = false;
     bool m_isSignalled = false;
     // Why the notice signals at intervals; empty if all directories are watched.
