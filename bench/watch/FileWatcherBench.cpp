@@ -131,49 +131,104 @@ private:
     std::array<char, 4096> m_line{};
 };
 
-// Measures the time from before the creation of a file to its event.
-template <class Way>
-void MeasureEvents(benchmark::State& state, const fs::path& directory) {
-    Way way(directory);
-    const fs::path file = directory / "new";
-    double seconds = 0;
-    for (auto _ : state) {
-        const Timer timer;
-        ::close(::open(file.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
-        way.WaitForEvent();
-        seconds += timer.GetElapsedTime();
-        fs::remove(file);
-        way.WaitUntilRemoved();
-    }
+void Create(const fs::path& file) {
+    ::close(::open(file.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
+}
+
+void ReportMicroseconds(benchmark::State& state, double seconds, std::size_t eventsInEach = 1) {
     constexpr double microseconds = 1e6;
     state.counters["us"] =
-        benchmark::Counter(seconds * microseconds, benchmark::Counter::kAvgIterations);
+        benchmark::Counter(seconds * microseconds / static_cast<double>(eventsInEach),
+                           benchmark::Counter::kAvgIterations);
+}
+
+// Returns the time from before the creation of a file to its event, in seconds.
+template <class Way>
+double MeasureEvent(const fs::path& file, Way& way) {
+    const Timer timer;
+    Create(file);
+    way.WaitForEvent();
+    const double seconds = timer.GetElapsedTime();
+    fs::remove(file);
+    way.WaitUntilRemoved();
+    return seconds;
+}
+
+// The first event waits until the watch has begun.
+template <class Way>
+void MeasureEvents(benchmark::State& state, const fs::path& directory, Way& way) {
+    const fs::path file = directory / "new";
+    MeasureEvent(file, way);
+    double seconds = 0;
+    for (auto _ : state) {
+        seconds += MeasureEvent(file, way);
+    }
+    ReportMicroseconds(state, seconds);
 }
 
 template <class Way>
 void InEmptyDirectory(benchmark::State& state) {
     const Folder folder;
-    MeasureEvents<Way>(state, folder.GetPath());
+    Way way(folder.GetPath());
+    MeasureEvents(state, folder.GetPath(), way);
 }
 
+// Creates many files, in a directory that is empty at first: the next one when the one before was
+// reported, or all in a row.
+template <class Way, bool isBurst>
+void FillDirectory(benchmark::State& state) {
+    constexpr std::size_t files = isBurst ? 2'000 : 1'000;
+    double seconds = 0;
+    for (auto _ : state) {
+        const Folder folder;
+        Way way(folder.GetPath());
+        const std::string prefix = folder.GetPath() / "measurement";
+        const Timer timer;
+        for (std::size_t i = 0; i < files; ++i) {
+            Create(prefix + std::to_string(i));
+            if (!isBurst) {
+                way.WaitForEvent();
+            }
+        }
+        for (std::size_t i = 0; isBurst && i < files; ++i) {
+            way.WaitForEvent();
+        }
+        seconds += timer.GetElapsedTime();
+    }
+    ReportMicroseconds(state, seconds, files);
+}
+
+template <void measure(benchmark::State&)>
 void ByProgram(benchmark::State& state) {
     if (!ByInotifyWait::IsThere()) {
         state.SkipWithError("inotifywait is not installed");
         return;
     }
-    InEmptyDirectory<ByInotifyWait>(state);
+    measure(state);
 }
 
 void InLargeTree(benchmark::State& state) {
-    MeasureEvents<ByUs>(state, LargeTree());
+    ByUs way(LargeTree());
+    MeasureEvents(state, LargeTree() / "directory1/directory2/directory3", way);
 }
 
 const Comparison s_event("from a file to its event, empty directory",
                          {{Side::OURS, InEmptyDirectory<ByUs>},
                           {"inotify", InEmptyDirectory<ByInotify>, 1.5},
-                          {"inotifywait", ByProgram, 0.75}});
+                          {"inotifywait", ByProgram<InEmptyDirectory<ByInotifyWait>>, 0.75}});
 
-const Comparison s_eventInTree("the same in a tree of 100,000 files", {{Side::OURS, InLargeTree}});
+const Comparison s_filling("the same in a directory that fills to 1,000 files",
+                           {{Side::OURS, FillDirectory<ByUs, false>},
+                            {"inotify", FillDirectory<ByInotify, false>, 1.5},
+                            {"inotifywait", ByProgram<FillDirectory<ByInotifyWait, false>>, 0.75}});
+
+const Comparison s_burst("the same in a burst of 2,000 files",
+                         {{Side::OURS, FillDirectory<ByUs, true>},
+                          {"inotify", FillDirectory<ByInotify, true>, 1.25}});
+
+const Comparison s_eventInTree("the same in a tree of 100,000 files",
+                               {{Side::OURS, InLargeTree},
+                                {"empty directory", InEmptyDirectory<ByUs>, 3}});
 
 }  // namespace
 
