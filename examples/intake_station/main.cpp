@@ -103,7 +103,7 @@ private:
 
 void StartLog(const std::string& path) {
     const RCPtr<zel::Logger> logger(new zel::Logger);
-    logger->AddSink(new zel::FileLogSink(path));
+    logger->AddSink(new zel::RotatingFileLogSink(path, 10'000'000, 5));
     logger->SetGlobalLogLevel(3);
     logger->Start();
     zel::Logger::SetInstance(logger);

@@ -112,6 +112,16 @@ TEST(LoggerTest, StartsOnStandardErrorWithOneCall) {
     EXPECT_EQ(text.find('\n'), text.size() - 1) << text;
 }
 
+// The contents of the files, each followed by a bar.
+std::string ReadLogs(const std::string& path, const std::vector<std::string>& suffixes) {
+    std::string all;
+    for (const std::string& suffix : suffixes) {
+        std::ifstream in(path + suffix);
+        all.append(std::istreambuf_iterator<char>(in), {}) += '|';
+    }
+    return all;
+}
+
 TEST(FileLogSinkTest, StartsANewFileIfTheOldOneWasRenamed) {
     const test::TemporaryFolder folder;
     const std::string path = folder / "log";
@@ -122,11 +132,45 @@ TEST(FileLogSinkTest, StartsANewFileIfTheOldOneWasRenamed) {
     sink->Write(record);
     sink->Write(record);
     const std::string line = "1970-01-01T00:00:00.000000Z 2 Area:7 [42] te\\nx\\x7ft\n";
-    for (const auto& [file, text] : {std::pair(path + ".1", line), std::pair(path, line + line)}) {
-        std::ifstream in(file);
-        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), text);
-    }
+    EXPECT_EQ(ReadLogs(path, {".1", ""}), line + "|" + line + line + "|");
     EXPECT_THROW(FileLogSink(folder / "none/log"), Exception);
+}
+
+TEST(RotatingFileLogSinkTest, StartsANewFileBeforeALimitIsExceeded) {
+    const LogRecord record{2, "Area", 7, "text", {}, 42};
+    const std::string line = FormatLogRecord(record) + '\n';
+    // The limit in lines, the number of old files, the records written, and what remains of them.
+    const std::tuple<double, unsigned, int, std::string> rows[] = {
+        {2, 2, 2, line + line + "||||"},
+        {2, 2, 7, line + "|" + line + line + "|" + line + line + "||"},
+        {1.9, 2, 2, line + "|" + line + "|||"},
+        {0.5, 1, 3, line + "|" + line + "|||"},
+        {1, 0, 3, line + "||||"},
+    };
+    for (const auto& [limit, oldFiles, records, expected] : rows) {
+        const test::TemporaryFolder folder;
+        const std::string path = folder / "log";
+        const auto maxBytes = static_cast<std::uint64_t>(limit * static_cast<double>(line.size()));
+        for (int i = 0; i < records; ++i) {
+            RCPtr<LogSink>(new RotatingFileLogSink(path, maxBytes, oldFiles))->Write(record);
+        }
+        EXPECT_EQ(ReadLogs(path, {"", ".1", ".2", ".3"}), expected)
+            << limit << ' ' << oldFiles << ' ' << records;
+    }
+}
+
+TEST(RotatingFileLogSinkTest, KeepsAllRecordsWhileAFileCantBeRenamed) {
+    const test::TemporaryFolder folder;
+    const std::string path = folder / "log";
+    // Directories that can't be replaced, in the place of old files.
+    std::filesystem::create_directories(path + ".1/full");
+    std::filesystem::create_directories(path + ".2/full");
+    const LogRecord record{2, "Area", 7, "text", {}, 42};
+    const std::string line = FormatLogRecord(record) + '\n';
+    const RCPtr<LogSink> sink(new RotatingFileLogSink(path, 1, 2));
+    sink->Write(record);
+    sink->Write(record);
+    EXPECT_EQ(ReadLogs(path, {""}), line + line + "|");
 }
 
 }  // namespace

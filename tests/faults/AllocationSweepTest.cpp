@@ -1,4 +1,5 @@
 #include "zel/bridge/CFuncBinder.h"
+#include "zel/core/LogSink.h"
 #include "zel/core/StringUtils.h"
 #include "zel/data/DataTable.h"
 #include "zel/data/DataTree.h"
@@ -11,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <list>
 #include <sstream>
 
@@ -61,6 +63,25 @@ Scenario OnRadio(const char* name, std::function<void(Radio&)> change) {
             radio->source.Fire("word");
             return StringUtils::AsString(radio->calls);
         });
+}
+
+void WriteLog(const TemporaryFolder& folder, const std::string& text) {
+    RCPtr<LogSink>(new RotatingFileLogSink(folder / "log", 1, 1))->Write({2, "Area", 1, text, {}});
+}
+
+TEST(AllocationSweepTest, Core) {
+    Sweep({On(
+        "rotate a log file",
+        [] {
+            const auto folder = std::make_shared<TemporaryFolder>();
+            WriteLog(*folder, "before");
+            return folder;
+        },
+        [](const auto& folder) { WriteLog(*folder, LONG); },
+        [](const auto& folder) {
+            std::ifstream in(*folder / "log");
+            return std::string(std::istreambuf_iterator<char>(in), {});
+        })});
 }
 
 TEST(AllocationSweepTest, Foundation) {

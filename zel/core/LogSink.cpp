@@ -7,6 +7,7 @@
 #include "zel/core/StringUtils.h"
 #include "zel/platform/AppendFile.h"
 
+#include <cerrno>
 #include <cstdio>
 
 namespace zel {
@@ -94,7 +95,34 @@ FileLogSink::~FileLogSink() = default;
 void FileLogSink::Write(const LogRecord& record) {
     const std::string text = FormatLogRecord(record) + '\n';
     CriticalSectionLock lock(&m_cs);
+    BeforeAppend(text.size());
     m_file->Append(text);
+}
+
+void FileLogSink::BeforeAppend(std::size_t /*length*/) noexcept {}
+
+RotatingFileLogSink::RotatingFileLogSink(const std::string& path, std::uint64_t maxBytes,
+                                         unsigned oldFiles)
+    : FileLogSink(path), m_maxBytes(maxBytes), m_names{path} {
+    for (unsigned i = 1; i <= oldFiles; ++i) {
+        m_names.push_back(path + '.' + StringUtils::AsString(i));
+    }
+}
+
+RotatingFileLogSink::~RotatingFileLogSink() = default;
+
+void RotatingFileLogSink::BeforeAppend(std::size_t length) noexcept {
+    const std::uint64_t size = m_file->GetSize();
+    if (size == 0 || size + length <= m_maxBytes) {
+        return;
+    }
+    std::remove(m_names.back().c_str());
+    for (std::size_t i = m_names.size() - 1; i > 0; --i) {
+        // A file that stays must not be replaced by a newer one.
+        if (std::rename(m_names[i - 1].c_str(), m_names[i].c_str()) != 0 && errno != ENOENT) {
+            return;
+        }
+    }
 }
 
 }  // namespace zel

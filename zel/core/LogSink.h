@@ -3,10 +3,12 @@
 #include "zel/core/RCPtr.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zel {
 
@@ -60,9 +62,35 @@ public:
     void Write(const LogRecord& record) override;
 
 private:
+    friend class RotatingFileLogSink;
     struct File;
+
+    // Called with the lock held before a line of this length is appended.
+    virtual void BeforeAppend(std::size_t length) noexcept;
+
     CriticalSection m_cs;
     std::unique_ptr<File> m_file;
+};
+
+/// A FileLogSink that limits the size of its file. Before a record that would make the file larger
+/// than `maxBytes`, `path` is renamed to `path.1`, `path.1` to `path.2`, and so on; the oldest of
+/// `oldFiles` such files is removed. Only a record that is larger by itself exceeds the limit.
+///
+///     logger->AddSink(new RotatingFileLogSink("/var/log/station.log", 10'000'000, 5));
+///
+/// While a file can't be renamed, records are appended to the file at `path`. Requires: no other
+/// process rotates the same file. Thread-safe.
+class ZEL_CORE_API RotatingFileLogSink : public FileLogSink {
+public:
+    /// Opens the file, which may contain records. Throws Exception if that fails.
+    RotatingFileLogSink(const std::string& path, std::uint64_t maxBytes, unsigned oldFiles);
+    ~RotatingFileLogSink() override;
+
+private:
+    void BeforeAppend(std::size_t length) noexcept override;
+
+    const std::uint64_t m_maxBytes;
+    std::vector<std::string> m_names;  // from the newest to the oldest
 };
 
 }  // namespace zel

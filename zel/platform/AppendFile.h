@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -20,6 +21,9 @@ public:
 
     /// Returns false if opening failed, at the start or after a rotation.
     bool IsOpen() const noexcept;
+
+    /// Returns the size of the file that the path names; 0 if there is none.
+    std::uint64_t GetSize() const noexcept;
 
     /// Returns false if the text wasn't written completely.
     bool Append(std::string_view text) noexcept;

@@ -36,6 +36,12 @@ bool AppendFile::IsOpen() const noexcept {
     return m_body->file.IsOpen();
 }
 
+std::uint64_t AppendFile::GetSize() const noexcept {
+    struct stat named = {};
+    return ::stat(m_body->path.c_str(), &named) == 0 ? static_cast<std::uint64_t>(named.st_size)
+                                                     : 0;
+}
+
 bool AppendFile::Append(std::string_view text) noexcept {
     if (!m_body->PathNamesOpenFile()) {
         m_body->Open();

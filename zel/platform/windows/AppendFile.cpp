@@ -7,9 +7,14 @@ namespace zel::platform {
 struct AppendFile::Body {
     explicit Body(std::string name) : path(std::move(name)) { Open(); }
 
+    // Opens the file that the path names, without access to its content.
+    Handle OpenNamed() const noexcept {
+        return Handle(::CreateFileA(path.c_str(), 0, SHARE_ALL, nullptr, OPEN_EXISTING,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr));
+    }
+
     bool PathNamesOpenFile() const noexcept {
-        const Handle other(::CreateFileA(path.c_str(), 0, SHARE_ALL, nullptr, OPEN_EXISTING,
-                                         FILE_ATTRIBUTE_NORMAL, nullptr));
+        const Handle other = OpenNamed();
         BY_HANDLE_FILE_INFORMATION opened = {};
         BY_HANDLE_FILE_INFORMATION named = {};
         return file.IsOpen() && other.IsOpen() &&
@@ -37,6 +42,13 @@ AppendFile::~AppendFile() = default;
 
 bool AppendFile::IsOpen() const noexcept {
     return m_body->file.IsOpen();
+}
+
+std::uint64_t AppendFile::GetSize() const noexcept {
+    LARGE_INTEGER size = {};
+    return ::GetFileSizeEx(m_body->OpenNamed().Get(), &size) != 0
+               ? static_cast<std::uint64_t>(size.QuadPart)
+               : 0;
 }
 
 bool AppendFile::Append(std::string_view text) noexcept {
