@@ -66,7 +66,8 @@ Scenario OnRadio(const char* name, std::function<void(Radio&)> change) {
 }
 
 void WriteLog(const TemporaryFolder& folder, const std::string& text) {
-    RCPtr<LogSink>(new RotatingFileLogSink(folder / "log", 1, 1))->Write({2, "Area", 1, text, {}});
+    RCPtr<LogSink>(new RotatingFileLogSink(folder / "log", 1, 1))
+        ->Write({2, "Area", 1, text, {}, 42});
 }
 
 TEST(AllocationSweepTest, Core) {
