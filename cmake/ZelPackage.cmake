@@ -22,6 +22,9 @@ endif()
 install(EXPORT zelAdvancedTargets NAMESPACE zel:: DESTINATION ${packageFolder}
     COMPONENT development)
 
+install(FILES ${PROJECT_SOURCE_DIR}/gdb/zel.natvis
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zelAdvanced COMPONENT development)
+
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/zelAdvancedConfigVersion.cmake
     COMPATIBILITY SameMinorVersion)
 install(FILES

@@ -6,14 +6,18 @@ requires.
 """
 
 import gdb.printing
+import gdb.xmethod
 
-from . import data, events, pointers, text, variants
+from . import data, errors, events, methods, pointers, text, variants
+
+FAMILIES = (pointers, text, errors, variants, data, events)
 
 
 def register(objfile):
     """Registers the views while `objfile` is loaded, or permanently if it is None."""
     views = gdb.printing.RegexpCollectionPrettyPrinter("zel")
-    for family in (pointers, text, variants, data, events):
+    for family in FAMILIES:
         for view in family.VIEWS:
-            views.add_printer(view.NAME, rf"^zel::{view.NAME}(<.*>)?$", view.of)
+            views.add_printer(view.NAME, view.PATTERN or rf"^zel::{view.NAME}(<.*>)?$", view.of)
     gdb.printing.register_pretty_printer(objfile, views, replace=True)
+    gdb.xmethod.register_xmethod_matcher(objfile, methods.RCPtrMethods(), replace=True)

@@ -6,11 +6,12 @@ from .memory import READ_ERRORS, UNREADABLE
 
 
 class View:
-    """Displays one object. A derived class sets NAME to the class it displays and FIELDS to the
-    members it reads. `describe` returns one line; `parts` yields named children, if any.
+    """Displays one object. A derived class sets NAME to the class it displays, or PATTERN to an
+    expression for several, and FIELDS to the members it reads. `describe` returns one line; `parts` yields named children, if any.
     """
 
     NAME = ""
+    PATTERN = ""
     FIELDS = ()
 
     @classmethod

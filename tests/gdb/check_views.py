@@ -1,8 +1,12 @@
-"""Compares how GDB displays the objects of program.cpp with the expected text."""
+"""Compares how GDB displays the objects of program.cpp with the expected text, and the views with
+the natvis file."""
 
 import re
+from pathlib import Path
+from xml.etree import ElementTree
 
 import gdb
+import zelviews
 
 CHECKS = (
     ("none", "null"),
@@ -58,6 +62,14 @@ CHECKS = (
         "changed",
         "EventSource, 2 sinks = {0x Printer, 0x zel::EventSource<std::string>::CallableSink<Listener>}",
     ),
+    ("*leaf", 'DataTree "interval" = "60"'),
+    ("leaf->m_value", '"60"'),
+    ("variants[1].Get()->m_valueCode", "18"),
+    ("problem", 'Exception "Exception": "No \\"name\\"" ("Reader.cpp":12)'),
+    ("treeProblem", 'Exception "DataTreeEx": "Not found" ("DataTree":7)'),
+    ("area", 'LogArea "Harbour", global level, writes levels up to 5'),
+    ("ownArea", 'LogArea "Pier", level 2, writes levels up to 2'),
+    ("*(zel::Exception*)garbage._M_impl._M_start", "Exception <unreadable>"),
     ("*(zel::RCPtr<zel::DataTree>*)garbage._M_impl._M_start", "RCPtr, count <unreadable> = {object = 0x <unreadable>}"),
     ("*(zel::WeakPtr<zel::DataTree>*)garbage._M_impl._M_start", "WeakPtr <unreadable>"),
     ("*(zel::DataTree*)garbage._M_impl._M_start", "DataTree <unreadable> = <unreadable>"),
@@ -71,6 +83,19 @@ def show(expression):
     return re.sub(r"<zel::RCObject> = {[^}]*}", "<zel::RCObject>", text)
 
 
+def compare_natvis(folder):
+    """Returns 1 if the natvis file shows other classes than the views or reads other fields."""
+    natvis = Path(folder, "zel.natvis").read_text()
+    sources = "".join(path.read_text() for path in Path(folder, "zelviews").glob("*.py"))
+    types = [node.get("Name") for node in ElementTree.fromstring(natvis.encode())]
+    views = [f"zel::{view.NAME}" for family in zelviews.FAMILIES for view in family.VIEWS]
+    differences = {name.replace("<*>", "") for name in types} ^ set(views)
+    differences |= set(re.findall(r"\bm_\w+", natvis)) - set(re.findall(r"\bm_\w+", sources))
+    if differences:
+        print(f"zel.natvis: Failure\n  differs in {', '.join(sorted(differences))}")
+    return min(len(differences), 1)
+
+
 def main():
     failures = 0
     for expression, expected in CHECKS:
@@ -79,6 +104,7 @@ def main():
             failures += 1
             print(f"print {expression}: Failure\n  actual   {shown}\n  expected {expected}")
     print(f"{len(CHECKS) - failures} of {len(CHECKS)} views are as expected")
+    failures += compare_natvis(Path(zelviews.__file__).parent.parent)
     gdb.execute(f"quit {min(failures, 1)}")
 
 

@@ -3,6 +3,7 @@
 #include "zel/data/DataTable.h"
 #include "zel/data/DataTree.h"
 #include "zel/foundation/EventSource.h"
+#include "zel/foundation/Log.h"
 #include "zel/foundation/MemOS.h"
 #include "zel/variant/Variant.h"
 
@@ -119,6 +120,12 @@ int main() {
     EventSource<std::string> changed;
     changed.AddSink(new Printer);
     changed.Connect(Listener());
+
+    const Exception problem("Exception", "No \"name\"", "Reader.cpp", 12);
+    const DataTreeEx treeProblem("Not found", "DataTree", 7);
+    Logger::StartOnStandardError(5);
+    const LogArea area("Harbour", -1);
+    const LogArea ownArea("Pier", 2);
 
     const std::vector<unsigned char> garbage(sizeof(DataTree), 0xFF);
     Stop();
