@@ -47,6 +47,11 @@ public:
         return variant.GetValue(&converted, false) ? &converted : nullptr;
     }
 
+    // Sets `text` to the text form of a number and returns true; returns false, with `text`
+    // unchanged, for any other variant. Needs no temporary string. Requires: the variant's lock is
+    // held.
+    static bool WriteNumber(const VariantBase& variant, std::string& text);
+
     // Moves `value` into the variant if types and sizes allow, else calls SetValue. Requires: the
     // variant's lock is held.
     template <class T>

@@ -266,7 +266,9 @@ bool VariantBase::FetchValue(T* value, bool throwOnError) const {
         return true;
     }
     if constexpr (std::is_same_v<T, std::string>) {
-        *value = WriteValueToString(false);
+        if (!VariantAccess::WriteNumber(*this, *value)) {
+            *value = WriteValueToString(false);
+        }
     } else if (!GetOtherType(*this, value, throwOnError)) {
         return false;
     }

@@ -113,13 +113,13 @@ bool ParseElements(Tokenizer& tokens, std::vector<T>& values, std::string_view& 
     }
 }
 
-template <class T>
-void AppendElement(std::string& text, const T& value) {
-    if constexpr (NumericElement<T>) {
-        StringUtils::Imp::AppendNumber<TextType<T>>(text, value);
-    } else {
-        text += value;
-    }
+// Longer than the text of any number.
+constexpr std::size_t LONGEST = 32;
+
+// Returns the end of the text. Requires: LONGEST characters.
+template <NumericElement T>
+char* FormatNumber(T value, char* text) {
+    return std::to_chars(text, text + LONGEST, TextType<T>(value)).ptr;
 }
 
 void AppendElements(std::string& text, const std::vector<std::string>& values) {
@@ -134,15 +134,14 @@ void AppendElements(std::string& text, const std::vector<std::string>& values) {
 // Formats numbers in blocks, because appending them one by one is slow.
 template <NumericElement T>
 void AppendElements(std::string& text, const std::vector<T>& values) {
-    constexpr std::size_t longest = 32;
     char block[4096];
     char* end = block;
     for (const T& value : values) {
-        if (static_cast<std::size_t>(block + sizeof block - end) < longest) {
+        if (static_cast<std::size_t>(block + sizeof block - end) < LONGEST) {
             text.append(block, end);
             end = block;
         }
-        end = std::to_chars(end, block + sizeof block, TextType<T>(value)).ptr;
+        end = FormatNumber(value, end);
         *end++ = SEPARATOR;
     }
     text.append(block, values.empty() ? end : end - 1);
@@ -203,9 +202,12 @@ std::string WriteScalar(const VariantBase* variant) {
             variant->GetTypeID(), " to write to string");
         return {};
     }
-    std::string text;
-    AppendElement(text, *value);
-    return text;
+    if constexpr (NumericElement<T>) {
+        char digits[LONGEST];
+        return {digits, FormatNumber(*value, digits)};
+    } else {
+        return *value;
+    }
 }
 
 template <class T>
@@ -253,14 +255,28 @@ std::string WriteArray(const VariantBase* variant, bool withSize) {
     }
     std::string text;
     if (withSize) {
-        AppendElement(text, static_cast<unsigned long long>(values->size()));
-        text += SEPARATOR;
+        text = std::to_string(values->size()) + SEPARATOR;
     }
     AppendElements(text, *values);
     return text;
 }
 
 }  // namespace
+
+bool VariantAccess::WriteNumber(const VariantBase& variant, std::string& text) {
+    const auto reject = [](const auto&) { return false; };
+    return VisitForm(
+        variant, false,
+        [&]<class T>(ElementTag<T>) {
+            const T* const own = FindValue<T>(variant);
+            if constexpr (NumericElement<T>) {
+                char digits[LONGEST];
+                return own != nullptr && !text.assign(digits, FormatNumber(*own, digits)).empty();
+            }
+            return false;
+        },
+        reject);
+}
 
 const char VariantBase::STRING_VECTOR_SEPARATOR = SEPARATOR;
 
