@@ -72,6 +72,22 @@ TEST(VariantComparisonTest, TypesAndFlagsDecideTheResult) {
     }
 }
 
+// The lengths are about those of the blocks that are compared at once and that are copied.
+TEST(VariantComparisonTest, ALongArrayIsComparedToItsEnd) {
+    test::ForEachElement([]<class E>(ElementTraits<E>) {
+        for (const std::size_t count : {63U, 64U, 65U, 1024U, 5000U}) {
+            std::vector<E> elements(count, test::Sample<E>(5));
+            const Value left(new Variant<std::vector<E>>(elements));
+            elements.back() = test::Sample<E>(6);
+            const Value right(new Variant<std::vector<E>>(elements));
+            SCOPED_TRACE(left->GetTypeName() + std::to_string(count));
+            EXPECT_EQ(Compare(left, left, false, true), "=[]");
+            EXPECT_EQ(Compare(left, right, false, true), "#<[]");
+            EXPECT_EQ(Compare(left, right, false, false), "=[");
+        }
+    });
+}
+
 TEST(VariantComparisonTest, TakesAnyPointerAndThrowsIfAsked) {
     const Value five = MakeVariant("S32 5");
     for (const auto& operation : s_operations) {
