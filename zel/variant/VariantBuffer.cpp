@@ -51,7 +51,7 @@ bool TakeValue(BufferCursor& cursor, T& value) {
                 cursor.GetLeft(), " bytes are available");
             return false;
         }
-        cursor.TakeNumbers(&value, 1);
+        value = cursor.TakeNumber<T>();
         return true;
     } else {
         if (!cursor.TakeText(value)) {
@@ -87,7 +87,7 @@ bool TakeCount(BufferCursor& cursor, const MessagePlace& place, unsigned long lo
         Log(s_variantLog, 3, place, "Not enough bytes to specify the size of the vector");
         return false;
     }
-    cursor.TakeNumbers(&count, 1);
+    count = cursor.TakeNumber<unsigned long long>();
     return true;
 }
 
@@ -179,7 +179,7 @@ void* WriteScalar(const VariantBase* variant, void* buffer, unsigned long long& 
     }
     BufferCursor cursor(buffer, bytes);
     if constexpr (NumericElement<T>) {
-        cursor.PutNumbers(value, 1);
+        cursor.PutNumber(*value);
     } else {
         cursor.PutText(*value);
     }
@@ -219,8 +219,7 @@ void* ReadArray(VariantBase* variant, void* buffer, unsigned long long& bytes, b
 template <class T>
 void PutElements(BufferCursor& cursor, const std::vector<T>& values, bool withSize) {
     if (withSize) {
-        const unsigned long long count = values.size();
-        cursor.PutNumbers(&count, 1);
+        cursor.PutNumber<unsigned long long>(values.size());
     }
     if constexpr (NumericElement<T>) {
         cursor.PutNumbers(values.data(), values.size());

@@ -17,16 +17,29 @@ public:
 
     unsigned long long GetLeft() const { return m_left; }
 
-    // Requires: enough bytes are left, as do the next two.
+    // Requires: enough bytes are left, as do the next four.
+    template <NumericElement T>
+    void PutNumber(T value) {
+        StoreInNetworkOrder(value, m_next);
+        Skip(sizeof(T));
+    }
+
+    template <NumericElement T>
+    T TakeNumber() {
+        const T value = LoadFromNetworkOrder<T>(m_next);
+        Skip(sizeof(T));
+        return value;
+    }
+
     template <NumericElement T>
     void PutNumbers(const T* values, std::size_t count) {
-        CopyToNetworkOrder(values, m_next, count, sizeof(T));
+        CopyToNetworkOrder<T>(values, m_next, count);
         Skip(count * sizeof(T));
     }
 
     template <NumericElement T>
     void TakeNumbers(T* values, std::size_t count) {
-        CopyToNetworkOrder(m_next, values, count, sizeof(T));
+        CopyToNetworkOrder<T>(m_next, values, count);
         Skip(count * sizeof(T));
     }
 

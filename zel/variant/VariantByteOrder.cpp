@@ -2,35 +2,9 @@
 
 #include "zel/variant/VariantNetworkOrder.h"
 
-#include <bit>
-#include <cstdint>
-#include <cstring>
-#include <type_traits>
-
 namespace zel {
 
 namespace {
-
-// The unsigned integer of a number's width. Bytes are swapped in it, because a floating-point
-// register may change a bit pattern.
-template <class T>
-using BitsOf = std::conditional_t<
-    sizeof(T) == 1, std::uint8_t,
-    std::conditional_t<sizeof(T) == 2, std::uint16_t,
-                       std::conditional_t<sizeof(T) == 4, std::uint32_t, std::uint64_t>>>;
-
-template <class Bits>
-constexpr Bits ReverseBytes(Bits bits) noexcept {
-    if constexpr (sizeof(Bits) == 2) {
-        return static_cast<Bits>(bits << 8 | bits >> 8);
-    } else if constexpr (sizeof(Bits) == 4) {
-        return __builtin_bswap32(bits);
-    } else if constexpr (sizeof(Bits) == 8) {
-        return __builtin_bswap64(bits);
-    } else {
-        return bits;
-    }
-}
 
 // The alignment keeps the short loop within one cache line; across two it takes twice as long.
 #if defined(__x86_64__) && !defined(__clang__)
@@ -62,6 +36,8 @@ ZEL_SIMD void ReverseEachSimd(const unsigned char* from, unsigned char* to, std:
 }
 #endif
 
+}  // namespace
+
 template <class Bits>
 void ReverseAll(const void* from, void* to, std::size_t count) {
     const auto* const source = static_cast<const unsigned char*>(from);
@@ -76,25 +52,12 @@ void ReverseAll(const void* from, void* to, std::size_t count) {
     ReverseEach<Bits>(source, target, count);
 }
 
-}  // namespace
+template void ReverseAll<std::uint16_t>(const void*, void*, std::size_t);
+template void ReverseAll<std::uint32_t>(const void*, void*, std::size_t);
+template void ReverseAll<std::uint64_t>(const void*, void*, std::size_t);
 
 bool Variant_IsInNetworkOrder() {
     return std::endian::native == std::endian::big;
-}
-
-void CopyToNetworkOrder(const void* from, void* to, std::size_t count, std::size_t width) {
-    if (count == 0) {
-        return;
-    }
-    if (width == 1 || Variant_IsInNetworkOrder()) {
-        std::memmove(to, from, count * width);
-    } else if (width == 2) {
-        ReverseAll<std::uint16_t>(from, to, count);
-    } else if (width == 4) {
-        ReverseAll<std::uint32_t>(from, to, count);
-    } else {
-        ReverseAll<std::uint64_t>(from, to, count);
-    }
 }
 
 template <NumericElement T>

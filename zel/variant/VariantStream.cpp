@@ -94,14 +94,25 @@ bool ReadCount(std::istream& in, const MessagePlace& place, unsigned long long& 
     return true;
 }
 
-// Reads in pieces: the count is untrusted, so memory grows only with the bytes that arrive.
+// Returns the number of bytes that a standard stream has in memory, 0 for any other.
+std::size_t CountBytesInMemory(std::istream& in) {
+    std::streambuf* const buffer = in.rdbuf();
+    const std::streamsize bytes =
+        buffer != nullptr && IsStandardStreambuf(*buffer) ? buffer->in_avail() : 0;
+    return static_cast<std::size_t>(std::max<std::streamsize>(bytes, 0));
+}
+
+// Reads in pieces: the count is untrusted, so memory grows only with the bytes that arrive
+// or are there already.
 template <class T>
 bool ReadElements(std::istream& in, unsigned long long count, std::vector<T>& values) {
     constexpr MessagePlace place{READ_ARRAY, BINARY_TAG<T>};
-    constexpr std::size_t firstPiece = (std::size_t(4) << 20) / sizeof(T);
+    constexpr std::size_t shortPiece = (std::size_t(4) << 20) / sizeof(T);
     if (count > values.max_size()) {
         throw std::bad_alloc();
     }
+    const std::size_t present = count > shortPiece ? CountBytesInMemory(in) / sizeof(T) : 0;
+    const std::size_t firstPiece = std::max(shortPiece, present);
     while (values.size() < count) {
         const std::size_t have = values.size();
         const std::size_t left = static_cast<std::size_t>(count) - have;
@@ -110,8 +121,8 @@ bool ReadElements(std::istream& in, unsigned long long count, std::vector<T>& va
         if (!ReadBytes(in, place, values.data() + have, piece * sizeof(T), count * sizeof(T))) {
             return false;
         }
+        CopyToNetworkOrder<T>(values.data() + have, values.data() + have, piece);
     }
-    CopyToNetworkOrder(values.data(), values.data(), values.size(), sizeof(T));
     return true;
 }
 
@@ -149,10 +160,11 @@ void WriteValue(std::ostream& out, T value) {
     out.write(bytes, sizeof bytes);
 }
 
-// Returns whether writing runs a character conversion that the program defines. Only files are
-// converted, and looking up the conversion takes as long as writing a short array.
+// Returns whether writing to a standard buffer runs a character conversion that the program
+// defines. Only files are converted, and looking up the conversion takes as long as writing a short
+// array. The address decides as in IsStandardStreambuf.
 bool HasUserEncoding(const std::streambuf& buffer) {
-    if (typeid(buffer) != typeid(std::filebuf)) {
+    if (&typeid(buffer) != &typeid(std::filebuf)) {
         return false;
     }
     using Encoding = std::codecvt<char, char, std::mbstate_t>;
@@ -180,7 +192,7 @@ void WriteElements(std::ostream& out, const std::vector<T>& values) {
     std::size_t done = 0;
     do {
         const std::size_t count = std::min(blockBytes / sizeof(T), values.size() - done);
-        CopyToNetworkOrder(values.data() + done, block + used, count, sizeof(T));
+        CopyToNetworkOrder<T>(values.data() + done, block + used, count);
         out.write(block, static_cast<std::streamsize>(used + count * sizeof(T)));
         used = 0;
         done += count;
