@@ -87,14 +87,14 @@ public:
 
     bool Walk(const void* context, const void* returnAddress, platform::StackAddresses& stack) {
         const Attempt attempt = m_walker.m_attempt;
-        Try(attempt, [&] { platform::CollectStack(context, returnAddress, stack); });
+        const bool isOfCrash = m_walker.m_isOfCrash;
+        Try(attempt, [&] { platform::CollectStack(context, returnAddress, isOfCrash, stack); });
         m_walker.m_isStopped = false;
         for (std::size_t i = 0; i < stack.GetCount() && !m_walker.m_isStopped; ++i) {
             if (i == platform::StackAddresses::HEAD_SIZE && stack.GetGap() != 0) {
                 ReportGap(stack.GetGap());
             }
             const std::uint64_t address = stack.Get(i);
-            const bool isOfCrash = m_walker.m_isOfCrash;
             if (!Try(attempt, [&] { platform::ReportFrame(address, isOfCrash, *this); })) {
                 OnFailure(platform::StackTraceService(), ECANCELED, address);
                 platform::ReportUnreadFrame(address, *this);

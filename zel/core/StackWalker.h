@@ -15,13 +15,15 @@ namespace zel {
 ///     StackPrinter().ShowCallstack();
 ///
 /// prints one line per function, such as `zel::Timer::Start() (Timer.h:23) server+0x1c2f`, with
-/// `???` for what is unknown. Line numbers need debug information, names need a symbol table.
+/// `???` for what is unknown. Line numbers need debug information, names need a symbol table. On
+/// Windows names lack namespaces and parameters, and docs/windows.md describes which are found.
 ///
-/// The walker can be used in a crash handler, from the machine context of the fault. Such a walk
-/// allocates no memory and takes no lock but the loader's, which the crashed thread may hold; a
-/// walker made with `OfCrash` doesn't take that one either. Names that can't be demangled without
-/// memory stay empty. The walk needs at most 64 KiB of stack, except for names of hundreds of
-/// characters. All addresses are collected before the first is looked up.
+/// The walker can be used in a crash handler, from the machine context of the fault. On Linux such
+/// a walk allocates no memory and takes no lock but the loader's, which the crashed thread may
+/// hold; a walker made with `OfCrash` doesn't take that one either. On Windows the system's symbol
+/// service allocates, so another thread should walk. Names that can't be demangled without memory
+/// stay empty. The walk needs at most 64 KiB of stack, except for names of hundreds of characters.
+/// All addresses are collected before the first is looked up.
 ///
 /// Thread-compatible: different objects may be used concurrently. Overridden callbacks must not let
 /// exceptions escape.
@@ -33,13 +35,13 @@ public:
     enum CallstackEntryType { FirstEntry = 0, NextEntry = 1, LastEntry = 2 };
 
     /// A function on the stack. Texts are empty if unknown and truncated if too long. An inlined
-    /// function has an entry of its own, with the address of the function that contains it. The
-    /// address lies within the instruction that was running or that made the call.
+    /// function has an entry of its own on Linux, with the address of the function that contains
+    /// it. The address lies within the instruction that was running or that made the call.
     struct CallstackEntry {
         std::uint64_t frameAddress = 0;        ///< Address in memory.
         std::uint64_t moduleOffset = 0;        ///< Address relative to the module's file.
         int lineNumber = 0;                    ///< From 1; 0 if unknown.
-        char symbolName[1024] = {};            ///< The linker's name.
+        char symbolName[1024] = {};            ///< The linker's name, or that of the source.
         char undecoratedName[1024] = {};       ///< The demangled name without parameters.
         char fullyUndecoratedName[1024] = {};  ///< The demangled name with parameters.
         char sourceFile[1024] = {};            ///< With directories, as recorded by the compiler.
@@ -68,7 +70,8 @@ public:
     /// then once with `LastEntry` and an empty entry. Returns false if no function was found.
     ///
     /// With a machine context (the system's own record: on Linux the `const ucontext_t*` passed to
-    /// a signal handler) the walk starts at that instruction instead. If no code is known there, as
+    /// a signal handler, on Windows a `const CONTEXT*` of this thread or one that is stopped there)
+    /// the walk starts at that instruction instead. If no code is known there, as
     /// after a call through an invalid pointer, an entry without a name is reported, followed by
     /// the caller.
     ///
@@ -98,7 +101,8 @@ protected:
     virtual void OnSymInit(const char* service);
 
     /// Called by `LoadModules` for each module of the process, the program first, with the
-    /// difference between its load address and the addresses in its file. The default does nothing.
+    /// difference between its load address and the addresses in its file, on Windows with its load
+    /// address. The default does nothing.
     /// Requires: it doesn't load or unload modules.
     virtual void OnLoadModule(const char* file, unsigned long long base);
 

@@ -7,8 +7,9 @@
 namespace zel::platform {
 
 /// Walks the calling thread's stack. Each system implements these. They serve a thread that has
-/// crashed, where the comment says so: they allocate nothing and take no lock that such a thread
-/// could block on.
+/// crashed, where the comment says so: they take no lock that such a thread could block on, and
+/// allocate nothing, unless the system's own service does (as on Windows, where another thread
+/// walks the stack of the one that has crashed and is abandoned if it doesn't get on).
 
 /// A function on the stack. Unknown texts are null; texts are valid during the call that passes
 /// them.
@@ -78,10 +79,13 @@ bool PrepareStackTrace(unsigned long processId, StackTraceSink& sink);
 bool PrepareCrashTrace(unsigned long processId) noexcept;
 
 /// Collects the calls from the function of `context` on, the machine context of a fault in this
-/// thread; if that is null, from the call on that returns to `returnAddress`.
-void CollectStack(const void* context, const void* returnAddress, StackAddresses& stack);
+/// thread, or in one that stands still there; if that is null, from the call on that returns to
+/// `returnAddress`.
+void CollectStack(const void* context, const void* returnAddress, bool isOfCrash,
+                  StackAddresses& stack);
 
-/// Reports the function at an address, after the functions that were inlined there. In a crash each
+/// Reports the function at an address, after the functions that were inlined there, if the system
+/// knows them. In a crash each
 /// module is read when it is first needed, whenever it was loaded; a frame in a module
 /// that can't be read, or whose reading was abandoned before, is reported as unread. One thread of
 /// the process reports a crash.

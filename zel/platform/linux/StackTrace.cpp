@@ -146,7 +146,7 @@ bool PrepareStackTrace(unsigned long processId, StackTraceSink& sink) {
     return Symbolizer::Prepare();
 }
 
-void CollectStack(const void* context, const void* returnAddress, StackAddresses& stack) {
+void CollectStack(const void* context, const void* returnAddress, bool, StackAddresses& stack) {
     StackWalk walk(stack);
     if (context == nullptr) {
         walk.AddFrom(returnAddress);
