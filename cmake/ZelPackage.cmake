@@ -35,9 +35,25 @@ install(FILES
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
     BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}/${pkgConfigFolder}
     OUTPUT_VARIABLE pkgConfigToPrefix)
-foreach(package zelcore zeladvanced)
+# zel_pkg_config(<target>): installs the description of a library. It has all that programs need to link
+# to a static one.
+function(zel_pkg_config target)
+    string(TOLOWER ${target} package)
+    set(staticDefinition)
+    set(staticLibraries)
+    if(NOT BUILD_SHARED_LIBS)
+        set(staticDefinition " -DZEL_STATIC")
+        get_target_property(libraries ${target} LINK_LIBRARIES)
+        # CMake marks names that another folder has added.
+        list(FILTER libraries EXCLUDE REGEX "^::@|^zel")
+        list(TRANSFORM libraries REPLACE "^Threads::Threads$" pthread)
+        list(TRANSFORM libraries PREPEND " -l")
+        list(JOIN libraries "" staticLibraries)
+    endif()
     configure_file(${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in
         ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${pkgConfigFolder}
         COMPONENT development)
-endforeach()
+endfunction()
+zel_pkg_config(zelCore)
+zel_pkg_config(zelAdvanced)
