@@ -10,5 +10,8 @@ if(BUILD_SHARED_LIBS)
 endif()
 
 set(ZEL_UNTESTED_SOURCES
+    LimitsOnLinuxTest.cpp # Watching has no limits there that a process can set.
+    ProcessesOnLinuxTest.cpp # Hides and deletes what only Linux can.
+    SettledOnLinuxTest.cpp # The system doesn't report how files are written.
     StackWalkerOnLinuxTest.cpp # The service's files can't be made unreadable.
     SaveOnLinuxTest.cpp) # Symbolic links and limits of a process are made in other ways.

@@ -69,10 +69,11 @@ protected:
     void Watch(bool reportExisting, bool recursive, double interval, const std::string& paths) {
         s_system = System();
         Set(paths);
-        m_watcher = new FileWatcher(m_root.c_str(), reportExisting, recursive, interval);
+        m_watcher = new FileWatcher(m_root.string().c_str(), reportExisting, recursive, interval);
         const auto record = [this](const char* mark) {
             return [=, this](const std::string& path) {
-                const std::string event = mark + path.substr(m_root.native().size() + 1) + ' ';
+                const fs::path below = path.substr(m_root.string().size() + 1);
+                const std::string event = mark + below.generic_string() + ' ';
                 m_fired += event;
                 s_system.calls += event;
             };
@@ -95,7 +96,10 @@ protected:
     }
 
     // Ticks with a notice of these paths and returns the events fired.
-    std::string TickAt(const std::vector<std::string>& changes) {
+    std::string TickAt(std::vector<std::string> changes) {
+        for (std::string& path : changes) {
+            path = fs::path(path).make_preferred().string();
+        }
         s_system.changes = changes;
         return Tick(true);
     }
@@ -124,7 +128,7 @@ TEST_F(FileWatcherLogicTest, FiresTheDifferenceOfTwoListingsInAFixedOrder) {
         {"x/ x/f x/y/ x/y/g", "d+x d+x/y d-z d-z/y f+x/f f+x/y/g f-z/f f-z/y/g "},
         {"x/ x/y/ x/y/g/ x-f", "d+x/y/g f+x-f f-x/f f-x/y/g "},
         {"x x-f", "d-x d-x/y d-x/y/g f+x "},
-        {"n/ N/ n/f N/f N/g", "d+N f+N/f f+N/g f-x f-x-f "},
+        {"N/ n/ N/f n/f N/g", "d+N f+N/f f+N/g f-x f-x-f "},
         {"", "d-N f-N/f f-N/g "},
     };
     Watch(true, true, -1, "");

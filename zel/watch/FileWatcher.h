@@ -38,7 +38,7 @@ struct ZEL_ADVANCED_API StrcmpiPred {
 /// | rename that changes only the case of ASCII letters | nothing |
 /// | change undone before the next listing | nothing |
 /// | directory can't be listed | all its entries removed; added when it can be listed again |
-/// | symbolic link, to a file or a directory | a file; links are not followed |
+/// | symbolic link or junction, wherever it points | a file; links are not followed |
 ///
 /// An event's path is the watched path as it was passed, then the system's separator and a name for
 /// each level.

@@ -197,7 +197,7 @@ private:
         }
         const Stamp before = candidate.stamp;
         StartPeriod(path, candidate, candidate.phase);
-        return candidate.stamp == before;
+        return candidate.stamp == before && !platform::IsOpenForWriting(path);
     }
 
     // Without the candidate, so that a sink may call Tick. It is put back if the sink throws. A

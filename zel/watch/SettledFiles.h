@@ -26,7 +26,8 @@ namespace zel {
 /// | is moved into the directory or renamed in it | at once |
 /// | existed before, or appears in another way | when it is unchanged for a period |
 ///
-/// Unchanged are its size and its write time. Other ways are a link, or a new subdirectory whose
+/// Unchanged are its size and its write time; on Windows no program may have it open for writing
+/// either, and the period applies to every file. Other ways are a link, or a new subdirectory whose
 /// files were created before it could be watched. The period also applies to a file that another
 /// program has opened and closed for reading while it was being written, to files being written
 /// when the system has lost events, and to all files where the system doesn't report how files are

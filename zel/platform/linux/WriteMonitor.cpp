@@ -148,4 +148,9 @@ std::unique_ptr<WriteMonitor> OpenWriteMonitor() {
     return std::make_unique<InotifyWriteMonitor>();
 }
 
+// Only for files of the same user, by leases.
+bool IsOpenForWriting(const std::string&) noexcept {
+    return false;
+}
+
 }  // namespace zel::platform
