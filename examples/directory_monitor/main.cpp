@@ -5,6 +5,7 @@
 #include "zel/watch/FileWatcher.h"
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <exception>
 #include <iostream>
@@ -23,10 +24,12 @@ Prints a line for each file and directory that appears (+) or disappears (-) bel
 need not exist yet. Ctrl-C stops it.
 )";
 
-volatile std::sig_atomic_t s_isInterrupted = 0;
+// A signal handler may only set a lock-free atomic. Windows calls it on another thread.
+std::atomic<bool> s_isInterrupted{false};
+static_assert(std::atomic<bool>::is_always_lock_free);
 
 void OnInterrupt(int) {
-    s_isInterrupted = 1;
+    s_isInterrupted = true;
 }
 
 // Replaces control characters, so that a path takes one line.
@@ -82,7 +85,7 @@ int main(int argc, char** argv) {
             watchers.push_back(Watch(argv[i]));
             std::osyncstream(std::cout) << "watching " << Printable(argv[i]) << std::endl;
         }
-        while (s_isInterrupted == 0) {
+        while (!s_isInterrupted) {
             zel::Thread::SleepFor(50);
         }
         Stop(watchers);

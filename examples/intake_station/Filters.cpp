@@ -2,9 +2,9 @@
 
 #include "zel/bridge/CFuncBinder.h"
 
+#include "Plugin.h"
+
 #include <algorithm>
-#include <dlfcn.h>
-#include <stdexcept>
 
 Filters::Filters() {
     zel::CBinder::Prepare();
@@ -17,11 +17,7 @@ Filters::~Filters() {
 }
 
 void Filters::Load(const std::string& path) {
-    void* const plugin = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    void* const install = plugin == nullptr ? nullptr : dlsym(plugin, "InstallFilters");
-    if (install == nullptr) {
-        throw std::runtime_error(dlerror());
-    }
+    void* const install = LoadFunction(path, "InstallFilters");
     reinterpret_cast<void (*)(void*)>(install)(this);
 }
 

@@ -23,7 +23,8 @@ public:
     Filters(const Filters&) = delete;
     Filters& operator=(const Filters&) = delete;
 
-    // Loads a plug-in, which is never unloaded. Throws std::runtime_error on failure.
+    // Loads a plug-in, which is never unloaded; its path is without the system's suffix. Throws
+    // std::runtime_error on failure.
     void Load(const std::string& path);
 
     bool Keeps(const std::string& column, const std::string& cell) const;

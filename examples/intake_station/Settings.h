@@ -16,7 +16,7 @@ struct Settings {
     std::string rejectedFolder;  // rows with bad cells and the reasons, one file for each input
     std::string storeFile;
     std::string logFile;
-    std::string plugin;  // path, empty for none
+    std::string plugin;  // path without the system's suffix, empty for none
     double settleSeconds = 0;
     std::vector<Column> columns;
 
