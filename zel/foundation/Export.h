@@ -22,7 +22,7 @@
 #else
 #define ZEL_ADVANCED_API __declspec(dllimport)
 #endif
-
+#if defined(__cplusplus)
 struct _EXCEPTION_POINTERS;
 
 namespace zel {
@@ -31,12 +31,12 @@ namespace zel {
 using ExceptionPointers = ::_EXCEPTION_POINTERS;
 
 }  // namespace zel
-
+#endif
 #else
 
 #define ZEL_SYSTEM_CALL
 #define ZEL_ADVANCED_API __attribute__((visibility("default")))
-
+#if defined(__cplusplus)
 namespace zel {
 
 namespace platform {
@@ -47,5 +47,5 @@ struct FaultRecord;
 using ExceptionPointers = platform::FaultRecord;
 
 }  // namespace zel
-
+#endif
 #endif
