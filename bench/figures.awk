@@ -55,8 +55,10 @@ END {
           WIDTH "\" height=\"" y "\">"
     print "<style>text { font: 12px sans-serif; fill: #222 } .family { font-weight: bold }" \
           " .met { fill: #4a9a5b } .missed { fill: #c5523f } .plain { fill: #9aa3ad }" \
-          " .aim { stroke: #111; stroke-width: 2 } .scale { stroke: #ccc }</style>"
-    print "<rect width=\"100%\" height=\"100%\" fill=\"#fff\"/>"
+          " .aim { stroke: #111; stroke-width: 2 } .scale { stroke: #ccc } .page { fill: #fff }" \
+          " @media (prefers-color-scheme: dark) { text { fill: #e6edf3 } .aim { stroke: #eee }" \
+          " .scale { stroke: #30363d } .page { fill: #161b22 } }</style>"
+    print "<rect class=\"page\" width=\"100%\" height=\"100%\"/>"
     for (power = -REACH; power <= REACH; ++power) {
         x = xOf(2 ^ power)
         print "<line class=\"scale\" x1=\"" x "\" x2=\"" x "\" y1=\"30\" y2=\"" y "\"/>"

@@ -9,3 +9,5 @@ s/\.md#[^)]*)/.md)/g
 graph [fontname=Helvetica, fontsize=11]\
 node [fontname=Helvetica, fontsize=11, height=0.35]\
 edge [fontname=Helvetica, fontsize=10, arrowsize=0.7]
+# The pictures lie beside the pages.
+s|src="docs/pictures/|src="|
