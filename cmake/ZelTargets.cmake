@@ -161,11 +161,11 @@ endfunction()
 
 # zel_peer(<module> <source>... NEEDS <target>)
 # Adds another library's solution to a module's benchmarks, so that both are measured in one run.
-# Skips it if that library isn't installed.
+# If that library isn't installed, it is added to the global property ZEL_MISSING_PEERS.
 function(zel_peer module)
     cmake_parse_arguments(PARSE_ARGV 1 peer "" "NEEDS" "")
     if(NOT TARGET ${peer_NEEDS})
-        message(STATUS "${module}_bench: no ${peer_NEEDS}, benchmarks skip it")
+        set_property(GLOBAL APPEND PROPERTY ZEL_MISSING_PEERS ${peer_NEEDS})
         return()
     endif()
     list(TRANSFORM peer_UNPARSED_ARGUMENTS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
