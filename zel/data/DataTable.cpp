@@ -1,7 +1,9 @@
 #include "zel/data/DataTable.h"
 
+#include "zel/core/RCBatch.h"
 #include "zel/foundation/Log.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace zel {
@@ -24,7 +26,21 @@ DataTableEx::DataTableEx(const std::string& message, const std::string& file, in
                          const std::string& info)
     : Exception("DataTableEx", message, file, line, info) {}
 
-DataTable::~DataTable() = default;
+// Gives up the references of many rows at once; only then are rows deleted.
+DataTable::~DataTable() {
+    constexpr std::ptrdiff_t atOnce = 64;
+    DataRow* unreferenced[atOnce];
+    for (auto next = m_rows.begin(); next != m_rows.end();) {
+        DataRow** last = unreferenced;
+        const auto end = next + std::min(atOnce, m_rows.end() - next);
+        RCBatch::ReleaseAll(next, end, [&last](DataRow* row) {
+            row->m_table = nullptr;
+            *last++ = row;
+        });
+        std::for_each(unreferenced, last, [](DataRow* row) { delete row; });
+        next = end;
+    }
+}
 
 RCPtr<DataTable> DataTable::Clone() const {
     RCPtr<DataTable> clone(new DataTable);

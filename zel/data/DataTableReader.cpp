@@ -1,12 +1,10 @@
 #include "zel/core/LineReader.h"
 #include "zel/data/DataTable.h"
+#include "zel/data/SeparatorSet.h"
 #include "zel/data/StoredLine.h"
 #include "zel/foundation/Log.h"
 #include "zel/platform/SystemError.h"
 
-#include <algorithm>
-#include <array>
-#include <climits>
 #include <fstream>
 #include <memory>
 #include <utility>
@@ -20,28 +18,17 @@ const LogArea s_log("DataTable", 3);
 constexpr std::size_t LONGEST_LINE = 99'999;
 constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 
-// Set of the characters that separate cells.
-class SeparatorSet {
-public:
-    explicit SeparatorSet(const char* separators) {
-        for (; *separators != '\0'; ++separators) {
-            m_isIn[static_cast<unsigned char>(*separators)] = true;
-        }
+// The size of text that a string holds without an allocation.
+constexpr std::size_t SHORT_CELL = 15;
+
+// Appends the first `size` bytes of `text`. A copy of a constant size needs no call.
+void AppendCell(std::vector<std::string>& cells, std::string_view text, std::size_t size) {
+    if (size <= SHORT_CELL && text.size() >= SHORT_CELL) {
+        cells.emplace_back(text.data(), SHORT_CELL).resize(size);
+    } else {
+        cells.emplace_back(text.data(), size);
     }
-
-    bool Contains(char c) const { return m_isIn[static_cast<unsigned char>(c)]; }
-
-    const char* Find(const char* begin, const char* end) const {
-        return std::find_if(begin, end, [this](char c) { return Contains(c); });
-    }
-
-    const char* FindOther(const char* begin, const char* end) const {
-        return std::find_if_not(begin, end, [this](char c) { return Contains(c); });
-    }
-
-private:
-    std::array<bool, UCHAR_MAX + 1> m_isIn{};
-};
+}
 
 }  // namespace
 
@@ -102,19 +89,19 @@ private:
     std::vector<std::string> Split(std::string_view line) {
         std::vector<std::string> parts;
         parts.reserve(m_expectedParts);
-        const char* next = line.data();
-        const char* const end = next + line.size();
-        while (next != end) {
-            const char* const stop = m_separators.Find(next, end);
-            parts.emplace_back(next, stop);
-            next = stop == end ? end : SkipSeparator(stop, end);
+        SeparatorCursor separators(m_separators, line);
+        while (!line.empty()) {
+            const auto size = static_cast<std::size_t>(separators.Peek() - line.data());
+            AppendCell(parts, line, size);
+            line.remove_prefix(size);
+            do {
+                line.remove_prefix(line.empty() ? 0 : 1);
+                separators.Advance();
+            } while (m_flags.collapseSeparators && !line.empty() &&
+                     separators.Peek() == line.data());
         }
         m_expectedParts = parts.size();
         return parts;
-    }
-
-    const char* SkipSeparator(const char* separator, const char* end) const {
-        return m_flags.collapseSeparators ? m_separators.FindOther(separator, end) : separator + 1;
     }
 
     void AddFields(const std::vector<std::string>& names) {
@@ -138,10 +125,22 @@ private:
                 return;
             }
         }
-        RCPtr<DataRow> row = m_table->CreateRow();
+        auto row = RCPtr<DataRow>::FromUnshared(new DataRow(TakeLink()));
         row->m_line = StoredLine(m_lineNumber);
-        row->Assign(std::move(parts));
-        m_table->AppendRow(std::move(row));
+        row->m_cells = std::move(parts);
+        m_table->m_rows.push_back(std::move(row));
+    }
+
+    // Returns a pointer to the table. Counting many at once saves most of the cost.
+    WeakPtr<DataTable> TakeLink() {
+        if (m_links.empty()) {
+            m_links.reserve(LINKS_AT_ONCE);
+            const CriticalSectionLock lock(RCUtils::s_cs);
+            m_links.resize(LINKS_AT_ONCE, WeakPtr<DataTable>(m_table));
+        }
+        WeakPtr<DataTable> link = std::move(m_links.back());
+        m_links.pop_back();
+        return link;
     }
 
     template <class Ex, class... Parts>
@@ -155,6 +154,8 @@ private:
                                    message...);
     }
 
+    static constexpr std::size_t LINKS_AT_ONCE = 32;
+
     DataTable* m_table;
     std::unique_ptr<char[]> m_block;
     LineReader m_lines;
@@ -164,6 +165,8 @@ private:
     std::size_t m_lineNumber = 0;
     // Number of parts of the previous line, which most lines share.
     std::size_t m_expectedParts = 0;
+    // Pointers for the rows to come.
+    std::vector<WeakPtr<DataTable>> m_links;
 };
 
 void DataTable::ReadFromCSV(std::istream& in, const char* separators, bool strictFieldCount,
