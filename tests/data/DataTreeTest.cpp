@@ -112,6 +112,7 @@ TEST(DataTreeTest, AllowsConcurrentLookupsAndEmptiesANodeInLinearTime) {
     }
     for (int i = 1; i <= count; ++i) {
         ASSERT_EQ(tree->GetChildValue("same"), std::to_string(i));
+        ASSERT_EQ((*tree->begin())->GetValue(), std::to_string(i));
         ASSERT_TRUE(tree->DeleteChild("same"));
     }
     EXPECT_EQ(tree->ToString(), "[\"root\"]\n");

@@ -16,7 +16,7 @@ namespace {
 const LogArea s_log("DataTree", 3);
 
 // A linear search is faster than an index up to this number of children.
-constexpr std::size_t MAX_CHILDREN_WITHOUT_INDEX = 8;
+constexpr std::size_t MAX_CHILDREN_WITHOUT_INDEX = 16;
 
 // Deferred-deletion list of a tree: nodes whose reference count reached zero are deleted
 // iteratively, so that destroying a deep tree needs constant stack.
@@ -95,6 +95,14 @@ std::size_t DataTree::GetChildCount() const {
         count += FindPosition(m_children[i]->m_name) == i ? 1 : 0;
     }
     return count;
+}
+
+// Starts after the children that were removed from the front of the list, so that a loop that
+// deletes the first child takes linear time.
+DataTree::ChildIterator DataTree::begin() const noexcept {
+    const Index* const index = m_index.load(std::memory_order_acquire);
+    const auto* const children = m_children.data();
+    return {children + (index == nullptr ? 0 : index->GetFirst()), children + m_children.size()};
 }
 
 bool DataTree::HasChild(const std::string& name) const {

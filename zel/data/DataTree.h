@@ -367,10 +367,6 @@ private:
     pointer m_end = nullptr;
 };
 
-inline DataTree::ChildIterator DataTree::begin() const noexcept {
-    return {m_children.data(), m_children.data() + m_children.size()};
-}
-
 inline DataTree::ChildIterator DataTree::end() const noexcept {
     const auto* const end = m_children.data() + m_children.size();
     return {end, end};

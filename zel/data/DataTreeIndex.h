@@ -29,6 +29,9 @@ public:
         return found == m_runs.end() ? NONE : found->second.first;
     }
 
+    // Returns the position of the first child that was not removed.
+    std::size_t GetFirst() const noexcept { return m_first; }
+
     // Adds the child that was appended last. If this throws, the index must not be used any more.
     void Append(const DataTree& child);
 
@@ -48,6 +51,7 @@ private:
     std::unordered_map<std::string_view, Run, NameHash> m_runs;
     // The position of the next child of the same name for each child, or NONE.
     std::vector<std::size_t> m_next;
+    std::size_t m_first = 0;
     std::size_t m_removed = 0;
 };
 
