@@ -1,4 +1,4 @@
-// Windows of the desktop, which Wine shows on an X server.
+// Windows of the desktop, which needs no screen under Wine.
 
 #include "zel/process/ProcessUtils.h"
 

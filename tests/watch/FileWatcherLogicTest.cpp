@@ -8,8 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
@@ -158,9 +160,15 @@ TEST_F(FileWatcherLogicTest, LooksOnlyAtTheFilesThatTheNoticeReportsIfThatIsSuff
     for (const auto& row : rows) {
         Watch(false, true, -1, row.before);
         Tick();
+        const auto entries = std::distance(fs::recursive_directory_iterator(m_root), {});
+        if (entries != std::ranges::count(std::string_view(row.before), ' ') + 1) {
+            continue;  // a file system that has one entry for names that differ in case
+        }
         Set(row.after);
         EXPECT_EQ(TickAt(row.changes), row.fired) << row.after;
     }
+    Watch(false, true, -1, "b f");
+    Tick();
     Set("g");
     EXPECT_EQ(Tick(true), "f+g f-b f-f ") << "all are listed without a report of changes";
     Set("g h i");
