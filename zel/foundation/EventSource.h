@@ -43,11 +43,7 @@ public:
     /// Makes an empty list.
     EventSinkList() = default;
 
-    /// Copies the list and reserves capacity for one more sink.
-    EventSinkList(const EventSinkList& other) : RCObject() {
-        m_sinks.reserve(other.m_sinks.size() + 1);
-        RCBatch::Copy(other.m_sinks, m_sinks);
-    }
+    EventSinkList(const EventSinkList&) = delete;
 
     /// Releases the sinks. Those held only by this list are destroyed in the order of the list.
     ~EventSinkList() override {
@@ -115,7 +111,7 @@ public:
     /// called as often. Requires: `sink` is not null.
     void AddSink(RCPtr<Sink> sink) {
         CriticalSectionLock changeLock(EventSourceUtils::s_cs);
-        const RCPtr<SinkList> old = Publish([&](auto& sinks) { sinks.push_back(std::move(sink)); });
+        const RCPtr<SinkList> old = Publish(nullptr, std::move(sink));
         changeLock.Unlock();
     }
 
@@ -125,8 +121,7 @@ public:
         if (!m_list || !m_list->Contains(sink)) {
             return false;
         }
-        const RCPtr<SinkList> old =
-            Publish([&](auto& sinks) { sinks.erase(std::find(sinks.begin(), sinks.end(), sink)); });
+        const RCPtr<SinkList> old = Publish(sink, nullptr);
         changeLock.Unlock();
         return true;
     }
@@ -223,17 +218,40 @@ private:
         return m_list;
     }
 
-    // Publishes a modified copy of the current list; the caller holds the lock for changes. Returns
-    // the old list, which the caller must release after leaving that lock, as this may destroy
-    // sinks.
-    template <class Edit>
-    RCPtr<SinkList> Publish(Edit edit) {
-        RCPtr<SinkList> list =
-            RCPtr<SinkList>::FromUnshared(m_list ? new SinkList(*m_list) : new SinkList);
-        edit(list->m_sinks);
+    // Publishes a list of the current sinks without the first `removed` and with `added` at the
+    // end, if they aren't null; the caller holds the lock for changes. Returns the old list or
+    // null, which the caller must release after leaving that lock, as this may destroy sinks.
+    RCPtr<SinkList> Publish(const Sink* removed, RCPtr<Sink> added) {
+        RCPtr<SinkList> list = RCPtr<SinkList>::FromUnshared(new SinkList);
+        list->m_sinks.reserve((m_list ? m_list->m_sinks.size() : 0) + 1);
         CriticalSectionLock lock(RCUtils::s_cs);
+        if (m_list) {
+            TransferSinks(list->m_sinks, removed);
+        }
+        if (added) {
+            list->m_sinks.push_back(std::move(added));
+        }
         m_list.Swap(list);
         return list;
+    }
+
+    // Moves the sinks out of a list that no firing holds, which leaves their counts alone, or else
+    // copies them and releases the list. The caller holds the lock for counts.
+    void TransferSinks(std::vector<RCPtr<Sink>>& target, const Sink* removed) noexcept {
+        std::vector<RCPtr<Sink>>& source = m_list->m_sinks;
+        RCBatch::ReleaseShared(&m_list, &m_list + 1);
+        for (RCPtr<Sink>& sink : source) {
+            if (sink == removed) {
+                removed = nullptr;
+            } else if (m_list) {
+                target.push_back(std::move(sink));
+            } else {
+                target.push_back(sink);
+            }
+        }
+        if (m_list) {
+            std::erase(source, nullptr);
+        }
     }
 
     RCPtr<SinkList> m_list;
