@@ -18,6 +18,11 @@ zel_install(zelCore core)
 zel_install(zelAdvanced advanced)
 if(WIN32 AND BUILD_SHARED_LIBS)
     install(FILES ${ZEL_RUNTIME_LIBRARIES} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT core)
+    # The licences of the runtime: GCC's and that of its threads.
+    foreach(package gcc-mingw-w64-base mingw-w64-common)
+        install(FILES /usr/share/doc/${package}/copyright RENAME ${package}.txt
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/zelAdvanced/licences COMPONENT core OPTIONAL)
+    endforeach()
 endif()
 install(EXPORT zelAdvancedTargets NAMESPACE zel:: DESTINATION ${packageFolder}
     COMPONENT development)

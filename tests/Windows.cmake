@@ -14,4 +14,4 @@ set(ZEL_UNTESTED_SOURCES
     ProcessesOnLinuxTest.cpp # Hides and deletes what only Linux can.
     SettledOnLinuxTest.cpp # The system doesn't report how files are written.
     StackWalkerOnLinuxTest.cpp # The service's files can't be made unreadable.
-    SaveOnLinuxTest.cpp) # Symbolic links and limits of a process are made in other ways.
+    SaveOnLinuxTest.cpp) # Links, modes and the limit of a file's size; SaveOnWindowsTest.cpp takes its place.
