@@ -82,10 +82,7 @@ private:
     }
 
     // The command holds the intake weakly, and a copy of the path.
-    void Post(const std::string& path) {
-        m_commands->PostCommand(
-            new zel::AsyncCommandForRCObject(m_intake, &Intake::TakeFile, path));
-    }
+    void Post(const std::string& path) { m_commands->Post(m_intake, &Intake::TakeFile, path); }
 
     void PrintSummary() {
         const std::string summary = m_intake->GetSummary();

@@ -7,23 +7,24 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <future>
+#include <memory>
 
 namespace zel {
 namespace {
 
 constexpr int TIMEOUT = 20'000;
 
-struct Call : Command {
-    explicit Call(std::function<void()> call) : work(std::move(call)) {}
-    void Run() override { work(); }
-
-    const std::function<void()> work;
-};
-
 struct Receiver : RCObject {
     void Take(const std::string& text) { onTake(text); }
+    void TakeNothing() noexcept { calls += "none "; }
+    bool TakeThree(int number, const std::string& text, RCPtr<Receiver>& other) const {
+        other->calls += std::to_string(number) + text + ' ';
+        return true;
+    }
 
     std::function<void(const std::string&)> onTake;
+    std::string calls;
 };
 
 TEST(CommandTest, HoldsItsTargetDuringTheCallAndACharacterPointerAsAString) {
@@ -61,7 +62,7 @@ TEST(ThreadCommandProcessorTest, RunsInOrderDespiteExceptionsUntilStopped) {
     ThreadCommandProcessor processor;
     Event go(Event::ManualReset);
     std::string calls;
-    const auto post = [&](auto work) { processor.PostCommand(new Call(work)); };
+    const auto post = [&](auto work) { processor.Post(work); };
     post([&] {
         go.Wait(TIMEOUT);
         throw Exception("SomeEx", "gone", "Some", 7);
@@ -84,15 +85,38 @@ TEST(ThreadCommandProcessorTest, RunsInOrderDespiteExceptionsUntilStopped) {
 2 CommandProcessor Exception of type Exception. A null command was posted.)");
 }
 
+TEST(ThreadCommandProcessorTest, CallsMembersOfLivingObjectsWithAnyNumberOfArguments) {
+    ThreadCommandProcessor processor;
+    const RCPtr<Receiver> target(new Receiver);
+    std::string text = "three";
+    processor.Post(target, &Receiver::TakeNothing);
+    processor.Post(WeakPtr<Receiver>(target), &Receiver::TakeThree, 3, text.c_str(), target);
+    processor.Post(WeakPtr<Receiver>(), &Receiver::TakeNothing);
+    text = "?????";
+    processor.Stop();
+    EXPECT_EQ(target->calls, "none 3three ");
+}
+
+TEST(ThreadCommandProcessorTest, ReturnsTheResultTheExceptionOrTheLossOfACallAsAFuture) {
+    ThreadCommandProcessor processor;
+    auto owned = std::make_unique<int>(7);
+    auto value = processor.PostForResult([owned = std::move(owned)] { return *owned; });
+    auto exception = processor.PostForResult([] { throw 1; });
+    EXPECT_EQ(value.get(), 7);
+    EXPECT_THROW(exception.get(), int);
+    processor.Stop();
+    EXPECT_THROW(processor.PostForResult([] {}).get(), std::future_error);
+}
+
 TEST(ThreadCommandProcessorTest, RunsTheRestAfterACommandDropsTheLastReference) {
     RCPtr<ThreadCommandProcessor> processor(new ThreadCommandProcessor);
     const RCPtr<Event> go(new Event(Event::ManualReset));
     const RCPtr<Event> ended(new Event(Event::ManualReset));
-    processor->PostCommand(new Call([go, held = processor]() mutable {
+    processor->Post([go, held = processor]() mutable {
         go->Wait(TIMEOUT);
         held = nullptr;
-    }));
-    processor->PostCommand(new Call([ended] { ended->Set(true); }));
+    });
+    processor->Post([ended] { ended->Set(true); });
     processor = nullptr;
     go->Set(true);
     EXPECT_TRUE(ended->Wait(TIMEOUT));

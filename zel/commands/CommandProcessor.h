@@ -1,8 +1,12 @@
 #pragma once
 
-#include "zel/commands/Command.h"
+#include "zel/commands/CallableCommand.h"
 
+#include <future>
+#include <memory>
 #include <string>
+#include <type_traits>
+#include <utility>
 
 namespace zel {
 
@@ -20,6 +24,41 @@ public:
     ///
     /// Requires: `command` is not null.
     virtual void PostCommand(RCPtr<Command> command) = 0;
+
+    /// Posts a call of any callable without parameters, such as a lambda. Its result is ignored; an
+    /// exception is passed to the processor. Requires: what the callable refers to still exists
+    /// when it is called; to call a member function of an object that may be destroyed before, post
+    /// it by the next overload.
+    template <class Callable>
+    void Post(Callable callable) {
+        PostCommand(new CallableCommand(std::move(callable)));
+    }
+
+    /// Posts a call of a member function with any number of arguments, also none. The target, an
+    /// `RCPtr` or a `WeakPtr`, is held weakly: nothing is called if it no longer exists. The
+    /// arguments are stored as by `AsyncCommandForRCObject`.
+    ///
+    ///     processor->Post(pump, &Pump::Stop);
+    ///     processor->Post(pump, &Pump::SetSpeed, 1200, "manual");
+    template <class Target, class Fn, class... Args>
+    void Post(Target target, Fn function, Args... arguments) {
+        PostCommand(MakeCommand(std::move(target), function, std::move(arguments)...));
+    }
+
+    /// Posts a call of any callable without parameters and returns a future of its result. The
+    /// future receives an exception of the callable, too, and `std::future_error` if the command is
+    /// dropped without a call. Requires: as for `Post`. A command must not wait for the future of
+    /// another one on the same thread.
+    ///
+    ///     const double level = processor->PostForResult([=] { return pump->ReadLevel(); }).get();
+    template <class Callable>
+    std::future<std::invoke_result_t<Callable&>> PostForResult(Callable callable) {
+        using Task = std::packaged_task<std::invoke_result_t<Callable&>()>;
+        const auto task = std::make_shared<Task>(std::move(callable));
+        Post([task] { (*task)(); });
+        // Last, as a task without a future is dropped without an allocation if posting fails.
+        return task->get_future();
+    }
 };
 
 /// Runs commands one at a time, in the order they were posted, on one thread of its own. The thread
