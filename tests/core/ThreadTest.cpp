@@ -1,12 +1,14 @@
 #include "zel/core/Thread.h"
 
 #include "zel/core/CriticalSectionLock.h"
+#include "zel/core/Timer.h"
 #include "zel/core/WeakPtr.h"
 
 #include "tests/support/RecordingLogSink.h"
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <functional>
 #include <stdexcept>
 #include <thread>
@@ -74,7 +76,7 @@ TEST(EventTest, AWaitTakesTheLowestIndexOrAllAndClearsAutomaticEvents) {
                                               new Event(Event::ManualReset, true)};
     EXPECT_EQ(Event::WaitMultiple(events, true, 10), -1);
     EXPECT_EQ(Event::WaitMultiple(events, false, 0), 1) << "a wait for all must clear nothing";
-    EXPECT_EQ(Event::WaitMultiple(events, false, -1), 2);
+    EXPECT_EQ(Event::WaitMultipleUntil(events, false, INFINITY), 2);
     events[0]->Set(true);
     events[1]->Set(true);
     EXPECT_EQ(Event::WaitMultiple(events, true, 0), 0);
@@ -83,6 +85,10 @@ TEST(EventTest, AWaitTakesTheLowestIndexOrAllAndClearsAutomaticEvents) {
     events[2]->Set(false);
     EXPECT_EQ(Event::WaitMultiple(events, false, 0), -1);
     EXPECT_EQ(Event::WaitMultiple({}, false, -1), -1);
+    const double end = Timer::GetTime() + 0.001;
+    EXPECT_EQ(Event::WaitMultipleUntil(events, false, end), -1);
+    EXPECT_GE(Timer::GetTime(), end);
+    EXPECT_EQ(Event::WaitMultipleUntil(events, false, -INFINITY), -1);
 }
 
 TEST(EventTest, OneSignalOfAnAutomaticEventReleasesOneWaiter) {

@@ -54,6 +54,31 @@ private:
     Waiter& m_waiter;
 };
 
+using Clock = std::chrono::steady_clock;
+
+// The end of a wait without limit.
+constexpr Clock::time_point NEVER = Clock::time_point::max();
+
+Clock::time_point EndOfWait(int milliseconds) {
+    return milliseconds < 0 ? NEVER : Clock::now() + std::chrono::milliseconds(milliseconds);
+}
+
+Clock::time_point EndOfWait(double time) {
+    constexpr double longest = 9e9;  // seconds that the clock can hold
+    const std::chrono::duration<double> sinceStart(std::max(time, 0.0));
+    return time < longest ? Clock::time_point(std::chrono::ceil<Clock::duration>(sinceStart))
+                          : NEVER;
+}
+
+std::vector<Event*> GetPlain(const std::vector<RCPtr<Event>>& events) {
+    std::vector<Event*> plain;
+    plain.reserve(events.size());
+    for (const RCPtr<Event>& event : events) {
+        plain.push_back(event.Get());
+    }
+    return plain;
+}
+
 void WakeWaitersFor(const Event* event) {
     for (Waiter* waiter = State().waiters; waiter != nullptr; waiter = waiter->next) {
         const std::span<Event* const> events = waiter->events;
@@ -84,24 +109,18 @@ bool Event::IsSet() const {
 
 bool Event::Wait(int milliseconds) {
     Event* const self = this;
-    return WaitFor({&self, 1}, false, milliseconds) == 0;
+    return WaitUntil({&self, 1}, false, EndOfWait(milliseconds)) == 0;
 }
 
 int Event::WaitMultiple(const std::vector<RCPtr<Event>>& events, bool all, int milliseconds) {
-    if (events.empty()) {
-        return -1;
-    }
-    std::vector<Event*> plain;
-    plain.reserve(events.size());
-    for (const RCPtr<Event>& event : events) {
-        plain.push_back(event.Get());
-    }
-    return WaitFor(plain, all, milliseconds);
+    return events.empty() ? -1 : WaitUntil(GetPlain(events), all, EndOfWait(milliseconds));
 }
 
-int Event::WaitFor(std::span<Event* const> events, bool all, int milliseconds) {
-    const auto deadline =
-        std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+int Event::WaitMultipleUntil(const std::vector<RCPtr<Event>>& events, bool all, double time) {
+    return events.empty() ? -1 : WaitUntil(GetPlain(events), all, EndOfWait(time));
+}
+
+int Event::WaitUntil(std::span<Event* const> events, bool all, Clock::time_point end) {
     std::unique_lock lock(State().mutex);
     Waiter waiter{events, {}, nullptr};
     const WaiterRegistration registration(waiter);
@@ -110,9 +129,10 @@ int Event::WaitFor(std::span<Event* const> events, bool all, int milliseconds) {
         if (seen >= 0) {
             return seen;
         }
-        if (milliseconds < 0) {
+        if (end == NEVER) {
             waiter.wake.wait(lock);
-        } else if (waiter.wake.wait_until(lock, deadline) == std::cv_status::timeout) {
+        } else if (Clock::now() >= end ||
+                   waiter.wake.wait_until(lock, end) == std::cv_status::timeout) {
             return Take(events, all);
         }
     }

@@ -2,6 +2,7 @@
 
 #include "zel/core/RCPtr.h"
 
+#include <chrono>
 #include <span>
 #include <vector>
 
@@ -48,8 +49,14 @@ public:
     /// | time expired, or `events` is empty | -1 | none |
     static int WaitMultiple(const std::vector<RCPtr<Event>>& events, bool all, int milliseconds);
 
+    /// Blocks like `WaitMultiple`, but until a moment on the clock of `Timer::GetTime`, as exactly
+    /// as the system can. Infinity sets no limit; a moment in the past doesn't block.
+    static int WaitMultipleUntil(const std::vector<RCPtr<Event>>& events, bool all, double time);
+
 private:
-    static int WaitFor(std::span<Event* const> events, bool all, int milliseconds);
+    using Clock = std::chrono::steady_clock;
+
+    static int WaitUntil(std::span<Event* const> events, bool all, Clock::time_point end);
     static int Take(std::span<Event* const> events, bool all);
     void ClearIfAutomatic() noexcept;
 

@@ -97,8 +97,8 @@ void Thread::SleepFor(int milliseconds) {
     }
 }
 
-void Thread::BePunctual() noexcept {
-    platform::MakeCurrentThreadPunctual();
+double Thread::BePunctual() noexcept {
+    return platform::MakeCurrentThreadPunctual();
 }
 
 void Thread::RunGuarded() noexcept {

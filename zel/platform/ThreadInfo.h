@@ -16,8 +16,8 @@ void SetCurrentThreadName(const std::string& name) noexcept;
 std::uint64_t CurrentThreadNumber() noexcept;
 
 /// Makes the calling thread's waits end as close to their time as the system can, instead of
-/// together with the waits of other threads.
-void MakeCurrentThreadPunctual() noexcept;
+/// together with the waits of other threads. Returns the usual delay of such a wait, in seconds.
+double MakeCurrentThreadPunctual() noexcept;
 
 /// Returns the number of the process.
 std::uint64_t CurrentProcessNumber() noexcept;

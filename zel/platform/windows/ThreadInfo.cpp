@@ -35,10 +35,11 @@ std::uint64_t CurrentThreadNumber() noexcept {
     return ::GetCurrentThreadId();
 }
 
-void MakeCurrentThreadPunctual() noexcept {
+double MakeCurrentThreadPunctual() noexcept {
     // One resolution serves the whole process.
     constexpr UINT milliseconds = 1;
     [[maybe_unused]] static const MMRESULT s_isSet = ::timeBeginPeriod(milliseconds);
+    return 1e-3;
 }
 
 std::uint64_t CurrentProcessNumber() noexcept {
