@@ -9,6 +9,7 @@
 
 #include <climits>
 #include <cmath>
+#include <random>
 #include <tuple>
 
 namespace zel {
@@ -28,6 +29,17 @@ TEST(TickScheduleTest, SubtractsTheLatenessFromTheNextInterval) {
         EXPECT_DOUBLE_EQ(schedule.GetRemaining(0), interval) << period << ' ' << late;
     }
     EXPECT_EQ(TickSchedule::GetSleep(0.001), 0);
+}
+
+TEST(TickScheduleTest, CountsTheTicksThatLatenessLeavesOut) {
+    const std::tuple<double, double, int> rows[] = {
+        {0.5, 0.4, 0}, {0.5, 0.995, 1}, {0.5, 3.2, 5}, {0, 3, 0}, {INFINITY, 3, 0}};
+    for (const auto& [period, late, missed] : rows) {
+        TickSchedule schedule(period);
+        schedule.BeginNext(-late);
+        EXPECT_EQ(schedule.TakeMissed(), missed) << period << ' ' << late;
+        EXPECT_EQ(schedule.TakeMissed(), 0);
+    }
 }
 
 // Keeps the last posted command until the test takes it.
@@ -71,6 +83,7 @@ TEST(TimerThreadTest, PostsATickAfterTheOneInFlightIsDoneAndDoesNotCountDroppedT
     timer->Start();
     const RCPtr<Command> tick = processor->Take();
     EXPECT_TRUE(processor->GetsNone());
+    EXPECT_GT(timer->GetMissedTicks(), 0);
     tick->Run();
     EXPECT_EQ(log.sink->TakeText(),
               "\n3 CommandProcessor Timer event handler got exception. SomeEx: x (Some:7)");
@@ -160,6 +173,68 @@ TEST_F(TimerEventThreadTest, APassFiresWhatItFoundDueInAddressOrderUpToAnExcepti
         EXPECT_EQ(m_fired, fired);
     }
     EXPECT_EQ(m_timers->GetAmountToWait(), 0);
+}
+
+TEST_F(TimerEventThreadTest, ARepeatingTimerKeepsToMultiplesOfItsIntervalUntilItIsDeleted) {
+    constexpr double interval = 0.001;
+    const auto work = [this] {
+        m_fired += 'r';
+        for (const Timer stopwatch; m_fired == "r" && stopwatch.GetElapsedTime() < 0.01;) {
+        }
+    };
+    const RCPtr<RepeatingTimer> timer(new RepeatingTimer(interval, work));
+    const double start = timer->GetDueTime() - interval;
+    m_timers->AddTimer(timer);
+    while (m_fired.size() < 20) {
+        m_timers->FireEvents();
+    }
+    EXPECT_GE(timer->GetMissedTicks(), 9);
+    const auto ticks = static_cast<double>(timer->GetMissedTicks() + 20);
+    EXPECT_NEAR(timer->GetDueTime(), start + (ticks + 1) * interval, 1e-5);
+    m_timers->DeleteTimer(timer.Get());
+    EXPECT_EQ(m_timers->GetAmountToWait(), -1);
+    const test::ScopedLogger log;
+    EXPECT_THROW(RepeatingTimer(0, work), Exception);
+}
+
+TEST_F(TimerEventThreadTest, ATimerRestartedByItsWorkIsDueAnIntervalLater) {
+    RCPtr<RepeatingTimer> timer;
+    timer = new RepeatingTimer(0.02, [&] { timer->Restart(); });
+    for (m_timers->AddTimer(timer); m_timers->GetAmountToWait() > 0;) {
+    }
+    while (timer->GetDueTime() - Timer::GetTime() <= 0) {
+        m_timers->FireEvents();
+    }
+    EXPECT_LE(timer->GetDueTime() - Timer::GetTime(), 0.02);
+}
+
+TEST_F(TimerEventThreadTest, FindsTheNearestOfManyWhateverWasRestartedOrDeleted) {
+    std::mt19937 random(1);
+    std::vector<RCPtr<TimerEventSource>> armed;
+    for (int i = 0; i < 5000; ++i) {
+        if (random() % 2 == 0 || armed.empty()) {
+            armed.push_back(
+                Add(random() % 8 == 0 ? 0 : FAR * static_cast<double>(1 + random() % 100), 'd'));
+        } else {
+            const auto place = armed.begin() + static_cast<std::ptrdiff_t>(random() % armed.size());
+            (*place)->Restart();
+            m_timers->DeleteTimer(place->Get());
+            random() % 2 == 0 ? m_timers->AddTimer(*place) : void(armed.erase(place));
+        }
+        if (i % 50 == 0) {
+            const auto isDue = [](const auto& timer) {
+                return timer->GetDueTime() <= Timer::GetTime();
+            };
+            const auto due = std::erase_if(armed, isDue);
+            EXPECT_EQ(FireEvents().size(), due);
+            double nearest = INFINITY;
+            for (const auto& timer : armed) {
+                nearest = std::min(nearest, timer->GetDueTime());
+            }
+            const double wait = 1000 * (nearest - Timer::GetTime());
+            EXPECT_NEAR(m_timers->GetAmountToWait(), armed.empty() ? -1 : wait, 50);
+        }
+    }
 }
 
 TEST_F(TimerEventThreadTest, WakesForANearerTimerAndLeavesTheOthersArmed) {

@@ -1,4 +1,6 @@
 #include "zel/bridge/CFuncBinder.h"
+#include "zel/commands/CommandProcessor.h"
+#include "zel/commands/TimerEventThread.h"
 #include "zel/core/LogSink.h"
 #include "zel/core/StringUtils.h"
 #include "zel/data/DataTable.h"
@@ -83,6 +85,34 @@ TEST(AllocationSweepTest, Core) {
             std::ifstream in(*folder / "log");
             return std::string(std::istreambuf_iterator<char>(in), {});
         })});
+}
+
+struct Queue : CommandProcessor {
+    void PostCommand(RCPtr<Command> command) override { commands.push_back(std::move(command)); }
+
+    std::list<RCPtr<Command>> commands;
+};
+
+Scenario OnQueue(const char* name, std::function<void(Queue&)> post) {
+    return On(
+        name, [] { return RCPtr<Queue>(new Queue); }, [=](const auto& queue) { post(*queue); },
+        [](const auto& queue) { return std::to_string(queue->commands.size()); });
+}
+
+TEST(AllocationSweepTest, CommandsAndTimers) {
+    Sweep({
+        OnQueue("post a lambda", [](Queue& queue) { queue.Post([text = LONG] {}); }),
+        OnQueue("post for a result",
+                [](Queue& queue) { queue.PostForResult([text = LONG] { return text; }); }),
+        OnQueue("post a member",
+                [](Queue& queue) {
+                    queue.Post(RCPtr<Queue>(&queue), &Queue::PostCommand, RCPtr<Command>());
+                }),
+        On(
+            "arm a timer", [] { return RCPtr<TimerEventThread>(new TimerEventThread); },
+            [](const auto& timers) { timers->AddTimer(new CallbackTimer(1000, [] {})); },
+            [](const auto& timers) { return std::to_string(timers->GetAmountToWait() > 0); }),
+    });
 }
 
 TEST(AllocationSweepTest, Foundation) {

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <algorithm>
+#include <cmath>
+
 namespace zel {
 
 // Computes when a repeating tick is due and how long to sleep until then. It reads no clock: times
@@ -35,16 +38,29 @@ public:
     int BeginNext(double remaining) noexcept {
         const double next = remaining + m_period;
         m_nextDue = next >= SHORTEST_INTERVAL ? next : SHORTEST_INTERVAL;  // also for a NaN
+        m_lost += m_period >= SHORTEST_INTERVAL ? m_nextDue - next : 0;
         return GetSleep(m_nextDue);
+    }
+
+    // Returns how many ticks were left out since the last call because earlier ones were late.
+    int TakeMissed() noexcept {
+        const double missed = std::min(std::floor(m_lost / m_period), MOST_MISSED);
+        if (!(missed >= 1)) {
+            return 0;
+        }
+        m_lost -= missed * m_period;
+        return static_cast<int>(missed);
     }
 
 private:
     static constexpr double SHARE_OF_REST = 0.9;
     static constexpr int LONGEST_SLEEP = 100;
     static constexpr double SHORTEST_INTERVAL = 0.01;
+    static constexpr double MOST_MISSED = 1e9;
 
     double m_period;
     double m_nextDue;
+    double m_lost = 0;  // lateness that isn't recovered
 };
 
 }  // namespace zel

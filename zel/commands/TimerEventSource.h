@@ -4,6 +4,8 @@
 #include "zel/foundation/Export.h"
 #include "zel/foundation/RCPtr.h"
 
+#include <atomic>
+#include <cstdint>
 #include <functional>
 
 namespace zel {
@@ -31,16 +33,30 @@ public:
 
     /// Restarts the stopwatch, so that the timer is due one interval from now. Thread-safe, also
     /// while the timer is armed.
-    void Restart() noexcept { m_timer.Start(); }
+    void Restart() noexcept {
+        m_timer.Start();
+        m_tick = 1;
+    }
 
     /// Returns when the timer is due, in seconds on the clock of `Timer::GetTime`.
     double GetDueTime() const noexcept {
-        return m_timer.GetStartTime() + (m_interval > 0 ? m_interval : 0);
+        return m_timer.GetStartTime() +
+               (m_interval > 0 ? m_interval * static_cast<double>(m_tick.load()) : 0);
     }
 
 private:
+    friend class RepeatingTimer;
+    friend class TimerEventThread;
+
+    bool IsRepeating() const noexcept { return m_isRepeating; }
+    void Advance(double now) noexcept;
+
     Timer m_timer;
     const double m_interval;
+    bool m_isRepeating = false;
+    // Number of the next tick since the start, and of those that were left out.
+    std::atomic<std::int64_t> m_tick{1};
+    std::atomic<std::int64_t> m_missedTicks{0};
 };
 
 /// A timer that calls a function.
@@ -58,6 +74,28 @@ public:
 
 private:
     const std::function<void()> m_callback;
+};
+
+/// A timer that calls a function again and again until it is deleted.
+///
+///     RCPtr<RepeatingTimer> heartbeat(new RepeatingTimer(0.5, [] { std::puts("tick"); }));
+///     timers->AddTimer(heartbeat);
+///     ...
+///     timers->DeleteTimer(heartbeat.Get());
+///
+/// Tick n is due n intervals after the construction or the last `Restart`, so that the lateness of
+/// ticks doesn't add up. A tick that is late by less than an interval is made up for; of those that
+/// are later only the last, and the others are counted as missed.
+class ZEL_ADVANCED_API RepeatingTimer : public CallbackTimer {
+public:
+    /// Creates a timer that calls `callback` every `interval` seconds. Throws `Exception` if
+    /// `callback` is empty or the interval is not above 0.
+    RepeatingTimer(double interval, std::function<void()> callback);
+    ~RepeatingTimer() override;
+
+    /// Returns how many ticks were missed because the timer thread was too late. Thread-safe; the
+    /// function may call it.
+    std::int64_t GetMissedTicks() const noexcept { return m_missedTicks; }
 };
 
 }  // namespace zel

@@ -3,10 +3,12 @@
 #include "zel/commands/TimerEventSource.h"
 #include "zel/core/Thread.h"
 
-#include <set>
+#include <memory>
 #include <vector>
 
 namespace zel {
+
+class TimerQueue;
 
 /// Runs any number of one-shot timers on one thread. The thread sleeps until the nearest timer is
 /// due, fires the timers that are due, and disarms them. Without timers it sleeps without a time
@@ -23,9 +25,13 @@ namespace zel {
 /// `Logger`, and ends the thread: no further timer fires. Timers still armed when the thread ends
 /// are never fired; this object releases them when it is destroyed.
 ///
-/// For the last millisecond before a timer is due the thread polls the clock without sleeping. Each
-/// pass of the thread examines every armed timer under a lock that `AddTimer` and `DeleteTimer`
-/// wait for.
+/// A `RepeatingTimer` stays armed until it is deleted.
+///
+/// After a sleep of a millisecond or more the thread wakes 150 microseconds before a timer is due
+/// and polls the clock for the rest. A timer that is closer to the one before may fire as much
+/// late, so that many timers don't keep a processor busy. On a system whose waits are coarser the
+/// thread polls for a millisecond before each timer. The time to arm, delete or fire a timer hardly
+/// grows with the number of armed timers.
 ///
 /// On Windows it can't be a static object of a DLL, see Thread.
 ///
@@ -58,24 +64,22 @@ public:
     int GetAmountToWait();
 
     /// Fires the timers that are due now, in the order of their addresses and with no lock held,
-    /// and disarms each after it has fired. An exception from a timer passes through; that timer
-    /// stays armed, and those after it are not fired. Called by `Run`.
+    /// and disarms each after it has fired, except those that repeat. An exception from a timer
+    /// passes through; that timer stays armed, and those after it are not fired. Called by `Run`.
     void FireEvents();
 
     /// Fires timers until the thread is asked to stop. Called by the thread.
     void Run() override;
 
 private:
-    // Require m_cs.
-    double GetNearestDueTime() const noexcept;
-    void Wake();
-
+    void Wake();  // requires m_cs
     std::vector<RCPtr<TimerEventSource>> CollectDue();
-    int BeginWait() noexcept;
+    void EndFiring(TimerEventSource& source);
+    double BeginWait() noexcept;
     bool EndWait() noexcept;
 
     CriticalSection m_cs;
-    std::set<RCPtr<TimerEventSource>> m_sources;
+    const std::unique_ptr<TimerQueue> m_sources;  // guarded by m_cs
     const RCPtr<Event> m_wakeEvent;
 
     // When the thread examines the timers next, in seconds of Timer::GetTime. No timer is due

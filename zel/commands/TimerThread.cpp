@@ -40,11 +40,15 @@ void TimerThread::Run() {
             SleepFor(TickSchedule::GetSleep(remaining));
             continue;
         }
-        if (BeginPending() && !PostTick()) {
+        if (!BeginPending()) {
+            ++m_missedTicks;
+        } else if (!PostTick()) {
             return;
         }
         stopwatch.Start();
-        SleepFor(schedule.BeginNext(remaining));
+        const int sleep = schedule.BeginNext(remaining);
+        m_missedTicks += schedule.TakeMissed();
+        SleepFor(sleep);
     }
 }
 
