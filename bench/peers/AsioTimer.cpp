@@ -41,9 +41,10 @@ private:
 
 constexpr const char* PEER = "Boost.Asio";
 
-const Comparison s_fire(Timers::FIRE_10000, {TimerSide(PEER, FireTimers<Service, 10000>, 1.5)});
-const Comparison s_fireMany(Timers::FIRE_100000, {TimerSide(PEER, FireTimers<Service, 100000>)});
-const Comparison s_cancel(Timers::CANCEL, {TimerSide(PEER, CancelTimers<Service, 10000>, 2)});
+const Comparison s_fire(Timers::FIRE_10000, {TimerSide(PEER, FireTimers<Service, 10000>, 0.9)});
+const Comparison s_fireMany(Timers::FIRE_100000,
+                            {TimerSide(PEER, FireTimers<Service, 100000>, 0.9)});
+const Comparison s_cancel(Timers::CANCEL, {TimerSide(PEER, CancelTimers<Service, 10000>, 1)});
 const Comparison s_lateness(Timers::LATENESS, {TimerSide(PEER, MeasureLateness<Service, 50>)});
 const Comparison s_worst(Timers::WORST_LATENESS, {TimerSide(PEER, MeasureLateness<Service, 99>)});
 
