@@ -88,14 +88,17 @@ TEST(StringSegmentsTest, KeepTextReadableAndOtherBytesInHexadecimal) {
     EXPECT_EQ(out.str(), R"("")");
 }
 
-TEST(StringSegmentsTest, KeepEveryByteAtEveryPlaceOfALongText) {
+TEST(StringSegmentsTest, KeepEveryByteAtEveryPlaceOfAText) {
+    // The number of places before and after the byte.
+    const std::pair<std::size_t, std::size_t> rows[] = {{1, 1}, {2, 2}, {1, 4}, {4, 1}, {3, 8},
+                                                        {7, 8}, {8, 1}, {9, 3}, {12, 2}};
     for (int byte = 0; byte <= 0xFF; ++byte) {
-        for (std::size_t before = 1; before < 8; ++before) {
+        for (const auto& [before, after] : rows) {
             const std::string middle(1, static_cast<char>(byte));
-            const std::string text = std::string(before, 'x') + middle + std::string(8, 'x');
+            const std::string text = std::string(before, 'x') + middle + std::string(after, 'x');
             std::string segments = Encoded('x' + middle + 'x');
             segments.insert(segments.find('x'), before - 1, 'x');
-            segments.insert(segments.rfind('x'), 7, 'x');
+            segments.insert(segments.rfind('x'), after - 1, 'x');
             EXPECT_EQ(Encoded(text), segments) << byte;
             std::istringstream in(segments);
             std::string back;

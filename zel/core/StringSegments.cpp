@@ -95,6 +95,12 @@ public:
 
     explicit Word(const char* bytes) { std::memcpy(&m_bytes, bytes, SIZE); }
 
+    // Tests twice four bytes, which may overlap.
+    Word(const char* first, const char* second) {
+        std::memcpy(&m_bytes, first, SIZE / 2);
+        std::memcpy(reinterpret_cast<char*>(&m_bytes) + SIZE / 2, second, SIZE / 2);
+    }
+
     // Returns true if no byte is a quote or a backslash.
     bool IsUnmarked() const { return (AreMarks() & HIGH_BITS) == 0; }
 
@@ -119,11 +125,25 @@ private:
     std::uint64_t m_bytes = 0;
 };
 
+// Returns true if the last bytes of a text, of at most a word, are PLAIN. May return false if the
+// text has less than four bytes.
+bool HasPlainEnd(std::string_view text) {
+    constexpr std::size_t half = Word::SIZE / 2;
+    const char* const end = text.data() + text.size();
+    if (text.size() >= Word::SIZE) {
+        return Word(end - Word::SIZE).IsPlain();
+    }
+    return text.size() >= half && Word(text.data(), end - half).IsPlain();
+}
+
 // Returns the number of bytes at the start of `text` that need no escape in quotes.
 std::size_t PlainLength(std::string_view text) {
     std::size_t length = 0;
     while (text.size() - length >= Word::SIZE && Word(&text[length]).IsPlain()) {
         length += Word::SIZE;
+    }
+    if (text.size() - length < Word::SIZE && HasPlainEnd(text)) {
+        return text.size();
     }
     while (length < text.size()) {
         const unsigned byte = ByteAt(text, length);
