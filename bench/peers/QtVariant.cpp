@@ -8,10 +8,8 @@ namespace {
 
 class Holder {
 public:
-    void Set(const QString& text) {
-        m_variant = text;
-        m_variant.convert(QMetaType::Int);
-    }
+    // toInt is Qt's quick conversion; convert takes longer.
+    void Set(const QString& text) { m_variant = QVariant(text).toInt(); }
 
     void Get(QString* text) { *text = m_variant.toString(); }
 

@@ -4,6 +4,7 @@
 #include "bench/variant/VariantBench.h"
 
 #include <cstring>
+#include <mutex>
 
 namespace zel::bench {
 
@@ -51,6 +52,42 @@ Comparison Compare(const std::string& type) {
              {"copy, memcmp", CopyAndCompareBytes<T>}}};
 }
 
+constexpr int LONG = 80'000;
+
+template <class Array>
+void AppendEach(benchmark::State& state) {
+    for (auto _ : state) {
+        Array array;
+        for (int i = 0; i < LONG; ++i) {
+            array.Append(i);
+        }
+        benchmark::DoNotOptimize(array);
+    }
+}
+
+class Appended {
+public:
+    void Append(int number) { m_variant.AppendElement(number); }
+
+private:
+    Variant<std::vector<int>> m_variant;
+};
+
+class LockedVector {
+public:
+    void Append(int number) {
+        const std::lock_guard lock(m_mutex);
+        m_numbers.push_back(number);
+    }
+
+private:
+    std::recursive_mutex m_mutex;
+    std::vector<int> m_numbers;
+};
+
+const Comparison s_append = {
+    "append 80,000 S32 one by one",
+    {{Side::OURS, AppendEach<Appended>}, {"under recursive_mutex", AppendEach<LockedVector>, 1.0}}};
 const Comparison s_bytes = Compare<unsigned char>("U8");
 const Comparison s_ints = Compare<int>("S32");
 

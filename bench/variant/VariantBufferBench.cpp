@@ -40,7 +40,7 @@ void Swap(const std::vector<T>& from, std::vector<T>& to) {
     }
 }
 
-// Reads into a new vector, as a variant does: it keeps its old value until reading succeeds.
+// Reads into a new vector.
 template <class T>
 class Loop {
 public:
@@ -60,6 +60,7 @@ protected:
     std::vector<T> m_numbers;
 };
 
+// Reads into the array that is there, as a variant does if its array has room for the numbers.
 template <class T>
 class LoopInPlace : public Loop<T> {
 public:
@@ -112,8 +113,8 @@ template <class T, std::size_t count>
 Comparison ReadMany(const std::string& what, double aim) {
     return {"read " + what + " from a buffer",
             {{Side::OURS, Read<Ours<T>, T, count>},
-             {NameOfLoop<T>() + ", new vector", Read<Loop<T>, T, count>, aim},
-             {NameOfLoop<T>() + ", in place", Read<LoopInPlace<T>, T, count>}}};
+             {NameOfLoop<T>() + ", in place", Read<LoopInPlace<T>, T, count>, aim},
+             {NameOfLoop<T>() + ", new vector", Read<Loop<T>, T, count>}}};
 }
 
 constexpr std::size_t MANY = 1000;
