@@ -72,17 +72,15 @@ public:
     }
 
 private:
+    // The command holds the intake weakly, and a copy of the path.
     void Take(const std::string& path) {
         if (fs::path(path).filename() == "stop") {
             fs::remove(path);
             m_stop->Set(true);
         } else {
-            Post(path);
+            m_commands->Post(m_intake, &Intake::TakeFile, path);
         }
     }
-
-    // The command holds the intake weakly, and a copy of the path.
-    void Post(const std::string& path) { m_commands->Post(m_intake, &Intake::TakeFile, path); }
 
     void PrintSummary() {
         const std::string summary = m_intake->GetSummary();
