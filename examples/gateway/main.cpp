@@ -88,9 +88,8 @@ void Serve(const RCPtr<DataTree>& settings) {
     const RCPtr<ThreadCommandProcessor> commands(new ThreadCommandProcessor("Gateway"));
     const RCPtr<SettledFiles> files(
         new SettledFiles(settings->GetChildValue("inbox").c_str(), true, false, 0.2));
-    const auto taken = files->FileSettled.ConnectScoped([&](const std::string& path) {
-        commands->PostCommand(new AsyncCommandForRCObject(gateway, &Gateway::Take, path));
-    });
+    const auto taken = files->FileSettled.ConnectScoped(
+        [&](const std::string& path) { commands->Post(gateway, &Gateway::Take, path); });
     const double seconds = settings->GetChildValueOr({"report", "seconds"}, 60.0);
     const RCPtr<TimerThread> ticks(new TimerThread(commands, seconds, 1, TimerThread::FOREVER));
     ticks->GetEvent().Connect(gateway, &Gateway::Report);
