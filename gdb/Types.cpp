@@ -1,9 +1,15 @@
 // References the classes that have a debugger view, so that the debug information describes them.
 
+#include "zel/commands/CommandChain.h"
+#include "zel/core/StringUtils.h"
 #include "zel/data/DataTable.h"
 #include "zel/data/DataTree.h"
 #include "zel/foundation/EventSource.h"
+#include "zel/foundation/Log.h"
 #include "zel/foundation/MemOS.h"
+#include "zel/persistence/BinaryUtils.h"
+#include "zel/persistence/ObjectPersistence.h"
+#include "zel/process/ProcessUtils.h"
 #include "zel/variant/Variant.h"
 
 namespace zel {
@@ -19,6 +25,16 @@ struct ShownTypes {
     EventSource<TimerThread*>* timerSource;
     EventSinkList<std::string>* stringSinks;
     EventSinkList<TimerThread*>* timerSinks;
+    LogArea* logArea;
+    CommandChainEx* commandChainEx;
+    BinaryUtilsEx* binaryUtilsEx;
+    DataTableEx* dataTableEx;
+    DataTreeEx* dataTreeEx;
+    ObjectPersistence::PersistentObjectEx* persistentObjectEx;
+    ObjectPersistence::VersionClashEx* versionClashEx;
+    ProcessUtilsEx* processUtilsEx;
+    StringUtilsEx* stringUtilsEx;
+    VariantEx* variantEx;
 };
 
 template <class T>
