@@ -55,6 +55,9 @@ RCPtr<FileWatcher> Watch(const char* path) {
     watcher->FileRemoved.Connect(Print("- file      "));
     watcher->DirAdded.Connect(Print("+ directory "));
     watcher->DirRemoved.Connect(Print("- directory "));
+    if (!watcher->IsComplete()) {
+        std::cerr << path << ": " << watcher->GetWarning() << '\n';
+    }
     watcher->Start();
     return watcher;
 }

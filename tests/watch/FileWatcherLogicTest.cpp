@@ -217,6 +217,14 @@ TEST_F(FileWatcherLogicTest, ReportsOnceWhyNoticesFail) {
     }
     EXPECT_EQ(log.sink->TakeText(), "\n2 FileWatcher Not every change in " + m_root.string() +
                                         " gives a notice: a limit");
+    EXPECT_EQ(m_watcher->GetWarning(), "a limit");
+    s_system.warning = "";
+    Tick(true);
+    EXPECT_TRUE(m_watcher->IsComplete());
+    s_system.hasNotices = false;
+    Tick();
+    Tick();
+    EXPECT_FALSE(m_watcher->IsComplete());
 }
 
 TEST_F(FileWatcherLogicTest, ListsNoSubdirectoriesUnlessRecursiveAndAllAfterAReset) {

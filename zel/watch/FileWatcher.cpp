@@ -4,6 +4,7 @@
 #include "zel/foundation/Log.h"
 #include "zel/platform/ChangeNotice.h"
 #include "zel/watch/Snapshot.h"
+#include "zel/watch/Warning.h"
 
 #include <optional>
 #include <utility>
@@ -58,13 +59,12 @@ public:
         if (!m_notice) {
             m_notice = platform::OpenChangeNotice(m_path, m_recursive);
             m_mustListAll = true;
-            if (m_notice) {
-                ReportWarning();
-            }
+            ReportWarning();
         }
     }
 
     void CloseNotice() { m_notice.reset(); }
+    std::string GetWarning() const { return m_warning.Get(); }
 
 private:
     bool WaitForCause(std::optional<Paths>& changes) {
@@ -161,10 +161,11 @@ private:
         --m_depth;
     }
 
+    // A missing notice isn't logged: each Tick tries again.
     void ReportWarning() {
-        const std::string warning = m_notice->GetWarning();
-        if (!warning.empty() && m_reportedWarnings.insert(warning).second) {
-            Log(s_log, 2, "Not every change in ", m_path, " gives a notice: ", warning);
+        const std::string text = m_notice ? m_notice->GetWarning() : "the system gives no notice";
+        if (m_warning.Set(text) && m_notice) {
+            Log(s_log, 2, "Not every change in ", m_path, " gives a notice: ", text);
         }
     }
 
@@ -179,7 +180,7 @@ private:
     const std::string m_path;
     const bool m_recursive;
     std::unique_ptr<platform::ChangeNotice> m_notice;
-    std::set<std::string> m_reportedWarnings;
+    Warning m_warning;
     Timer m_stopwatch;
     bool m_shouldCheck = true;
     const double m_pollInterval;
@@ -210,6 +211,14 @@ void FileWatcher::Tick() {
 
 void FileWatcher::Reset() {
     m_state->Reset();
+}
+
+bool FileWatcher::IsComplete() const {
+    return GetWarning().empty();
+}
+
+std::string FileWatcher::GetWarning() const {
+    return m_state->GetWarning();
 }
 
 void FileWatcher::InitChangeHandle() {

@@ -89,6 +89,19 @@ public:
     /// Thread-safe.
     void Reset();
 
+    /// Returns whether the system reports every change of a name in the directory, so that each is
+    /// reported here soon. If not, `GetWarning` returns the reason, and the directory is listed at
+    /// intervals instead, of two seconds or of `pollInterval`. Both are known once the object is
+    /// created and are updated by `Tick`, which also logs each reason once. Thread-safe; they don't
+    /// wait for a `Tick`.
+    ///
+    /// Changes that the system doesn't report and doesn't report as missing, such as those of other
+    /// hosts, are not included.
+    ///@{
+    bool IsComplete() const;
+    std::string GetWarning() const;
+    ///@}
+
     /// Opens the system's change notice unless it is open, or closes it. `Tick` calls both.
     /// Not thread-safe: must not run concurrently with `Tick`.
     ///@{

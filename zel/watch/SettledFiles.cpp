@@ -5,6 +5,7 @@
 #include "zel/platform/DirectoryWalk.h"
 #include "zel/platform/WriteMonitor.h"
 #include "zel/watch/FileWatcher.h"
+#include "zel/watch/Warning.h"
 
 #include <filesystem>
 #include <map>
@@ -70,6 +71,11 @@ public:
         }
     }
 
+    std::string GetWarning() const {
+        const std::string warning = m_watcher->GetWarning();
+        return warning.empty() ? m_warning.Get() : warning;
+    }
+
 private:
     // Created is a file that was not opened yet: it is a link, or will be opened by its creator.
     enum class Phase { Unknown, Created, Writing, Written };
@@ -97,7 +103,7 @@ private:
         }
         m_monitor->Add(directory);
         const std::string warning = m_monitor->GetWarning();
-        if (!warning.empty() && m_reportedWarnings.insert(warning).second) {
+        if (m_warning.Set(warning)) {
             Log(s_log, 2, "Files in ", m_path,
                 " may be reported before they are closed: ", warning);
         }
@@ -223,7 +229,7 @@ private:
     const std::unique_ptr<WriteMonitor> m_monitor = platform::OpenWriteMonitor();
     std::set<std::string, StrcmpiPred> m_listed;  // as the watcher distinguishes names
     Candidates m_candidates;
-    std::set<std::string> m_reportedWarnings;
+    Warning m_warning;
     const RCPtr<FileWatcher> m_watcher;
 };
 
@@ -247,6 +253,14 @@ void SettledFiles::Run() {
     while (!ShouldStop()) {
         Tick();
     }
+}
+
+bool SettledFiles::IsComplete() const {
+    return GetWarning().empty();
+}
+
+std::string SettledFiles::GetWarning() const {
+    return m_state->GetWarning();
 }
 
 void SettledFiles::Tick() {

@@ -71,6 +71,14 @@ public:
     /// after the other. A sink may call it.
     void Tick();
 
+    /// Returns whether the system reports every new file and when it is closed. If not,
+    /// `GetWarning` returns the reason, and the period or an interval decides instead. A system
+    /// that never reports closing isn't a reason. Thread-safe; they don't wait for a `Tick`.
+    ///@{
+    bool IsComplete() const;
+    std::string GetWarning() const;
+    ///@}
+
 private:
     class State;
 
