@@ -4,6 +4,8 @@
 
 #include "bench/data/DocumentBench.h"
 
+#include <map>
+
 namespace zel::bench {
 
 namespace {
@@ -24,13 +26,32 @@ struct Ours {
     }
 
     static std::size_t CountNodes(const Tree& tree) {
-        std::list<Tree> children;
-        tree->GetChildren(&children);
         std::size_t nodes = 1;
-        for (const Tree& child : children) {
+        for (const Tree& child : *tree) {
             nodes += CountNodes(child);
         }
         return nodes;
+    }
+};
+
+// The children of the root by name, without their order.
+struct Map {
+    using Tree = std::map<std::string, RCPtr<DataTree>>;
+
+    static inline const Syntax& SYNTAX = Ours::SYNTAX;
+
+    static Tree Read(const std::string& text) {
+        Tree children;
+        const RCPtr<DataTree> root = Ours::Read(text);
+        for (const RCPtr<DataTree>& child : *root) {
+            children[child->GetName()] = child;
+        }
+        return children;
+    }
+
+    static RCPtr<DataTree> Find(const Tree& children, const std::string& name) {
+        const auto found = children.find(name);
+        return found == children.end() ? nullptr : found->second;
     }
 };
 
@@ -43,6 +64,8 @@ const Comparison s_writeLarge(WRITE_LARGE, {{Side::OURS, WriteCompact<Ours, LARG
 const Comparison s_cloneSmall(CLONE_SMALL, {{Side::OURS, CloneAndDrop<Ours, SMALL>}});
 const Comparison s_cloneLarge(CLONE_LARGE, {{Side::OURS, CloneAndDrop<Ours, LARGE>}});
 const Comparison s_find(FIND, {{Side::OURS, FindChild<Ours>}});
+const Comparison s_findOfTen(FIND_OF_TEN, {{Side::OURS, FindChild<Ours, 10>},
+                                           {"std::map", FindChild<Map, 10>, 1.2}});
 const Comparison s_heapSmall(HEAP_SMALL, {{Side::OURS, MeasureHeap<Ours, SMALL>}});
 const Comparison s_heapLarge(HEAP_LARGE, {{Side::OURS, MeasureHeap<Ours, LARGE>}});
 

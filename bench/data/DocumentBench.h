@@ -26,6 +26,7 @@ inline constexpr const char* WRITE_LARGE = "write 100,000 nodes compact";
 inline constexpr const char* CLONE_SMALL = "clone and drop 78 nodes";
 inline constexpr const char* CLONE_LARGE = "clone and drop 100,000 nodes";
 inline constexpr const char* FIND = "find one of 100 children by name";
+inline constexpr const char* FIND_OF_TEN = "find one of 10 children by name";
 }  // namespace Documents
 
 template <class Kind>
@@ -83,9 +84,8 @@ void CloneAndDrop(benchmark::State& state) {
     ReportPerNode(state, nodes);
 }
 
-template <class Kind>
+template <class Kind, std::size_t children = 100>
 void FindChild(benchmark::State& state) {
-    constexpr std::size_t children = 100;
     const Node list = MakeList(children);
     const auto tree = Kind::Read(Write(list, Kind::SYNTAX));
     std::vector<std::string> names(1024);
