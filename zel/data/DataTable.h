@@ -89,7 +89,8 @@ public:
     RCPtr<DataRow> GetRow(int index) const;
 
     /// Returns iterators over the rows, in order, for a range-based `for`.
-    /// Requires: no row is appended while they are in use.
+    /// Requires: while they are in use, no row is appended, and a pointer holds this table. In
+    /// `for (... : *DataTable::Load(...))` none does: store the pointer first.
     ///@{
     const RCPtr<DataRow>* begin() const noexcept { return m_rows.data(); }
     const RCPtr<DataRow>* end() const noexcept { return m_rows.data() + m_rows.size(); }

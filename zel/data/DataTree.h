@@ -108,7 +108,8 @@ public:
     ///@}
 
     /// Returns iterators over all children, in order, for a range-based `for`.
-    /// Requires: no child is appended or deleted while they are in use.
+    /// Requires: while they are in use, no child is appended or deleted, and a pointer holds this
+    /// node. In `for (... : *DataTree::Load(path))` none does: store the pointer first.
     ///@{
     ChildIterator begin() const noexcept;
     ChildIterator end() const noexcept;
