@@ -116,7 +116,7 @@ function(zel_test module)
     target_link_libraries(${target} PRIVATE zel::advanced zel_test_support GTest::gtest_main)
     add_dependencies(zel_tests ${target})
     set(timeout 60)
-    if(ZEL_SANITIZE)
+    if(ZEL_SANITIZE OR WIN32)
         set(timeout 240)
     endif()
     gtest_discover_tests(${target}

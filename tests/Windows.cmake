@@ -10,6 +10,8 @@ if(BUILD_SHARED_LIBS)
 endif()
 
 set(ZEL_UNTESTED_SOURCES
+    CrashDaemonOnLinuxTest.cpp # Reads pipes of files and devices, and checks modes.
+    CrashHandlerOnLinuxTest.cpp # Signals, forks, limits; CrashHandlerOnWindowsTest.cpp takes its place.
     LimitsOnLinuxTest.cpp # Watching has no limits there that a process can set.
     ProcessesOnLinuxTest.cpp # Hides and deletes what only Linux can.
     SettledOnLinuxTest.cpp # The system doesn't report how files are written.

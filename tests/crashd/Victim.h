@@ -1,12 +1,13 @@
 #pragma once
 
-#include "tests/support/linux/FindOrphan.h"
+#include "tests/crashd/System.h"
+#include "tests/support/ChildProcess.h"
 
 #include <chrono>
+#include <cstddef>
 #include <filesystem>
 #include <iterator>
 #include <regex>
-#include <sys/wait.h>
 
 namespace zel::crashtest {
 
@@ -19,14 +20,15 @@ int RunVictim(int argc, char** argv);
 
 // The results of a victim and its daemon.
 struct Outcome {
-    int status = 0;  // negative: the signal that ended the victim
+    int status = 0;
     std::string output;
     std::string errors;
     std::chrono::duration<double> afterlife = {};  // of the daemon
 
-    bool EndedBy(int signal) const { return status == -signal; }
+    // The end is the negated status, on Linux a signal.
+    bool EndedBy(int end) const { return status == -end; }
 
-    long CountReports() const {
+    std::ptrdiff_t CountReports() const {
         const std::regex head("\\|     Program Crash Report     \\|");
         return std::distance(std::sregex_iterator(errors.begin(), errors.end(), head), {});
     }
@@ -52,8 +54,7 @@ public:
         outcome.afterlife = std::chrono::steady_clock::now() - end;
         CloseInput();
         outcome.output = ReadAll(OUTPUT);
-        while (::waitpid(-1, nullptr, 0) > 0) {
-        }
+        WaitForOrphans();
         return outcome;
     }
 };

@@ -22,12 +22,13 @@ namespace zel {
 /// which never returns there: the process is the daemon, and waits. When the program dies by a
 /// fault, it sends one record to the daemon, which prints a report on standard error or passes the
 /// record to `callback`; then the program ends by the signal of the fault, as if nothing had caught
-/// it. If the program ends in any other way, the daemon ends too and prints nothing. Everything
-/// that a program does before the call happens in both processes, so keep that to a minimum.
+/// it, on Windows with the last error or the exception's code as its exit code. If the program ends
+/// in any other way, the daemon ends too and prints nothing. Everything that a program does before
+/// the call happens in both processes, so keep that to a minimum.
 ///
-/// Handlers of fault signals that were installed before `Initialize` run first. A fault that they
-/// recover from is no crash. After `fork` the child has no daemon until it calls `Initialize`
-/// itself; until then its faults have the effect that they had before the parent's call.
+/// Handlers of faults that were installed before `Initialize` run first. A fault that they recover
+/// from is no crash. After `fork` the child has no daemon until it calls `Initialize` itself; until
+/// then its faults have the effect that they had before the parent's call.
 ///
 /// All failures but `std::bad_alloc` are reported by a log line and a false result; a program may
 /// run without crash handling. Crash handling can't be removed again.
@@ -74,7 +75,8 @@ public:
 };
 
 /// Reports the fault and ends the process by it; returns 0 for null. The system calls it on the
-/// thread that failed. It allocates nothing, takes no lock and logs nothing.
+/// thread that failed. It allocates nothing, takes no lock and logs nothing. On Windows it has the
+/// form that `SetUnhandledExceptionFilter` takes, and a program's own filter may call it.
 ZEL_ADVANCED_API long ZEL_SYSTEM_CALL
 CrashHandlerCustomExceptionFilter(ExceptionPointers* pointers);
 

@@ -15,17 +15,17 @@ inline constexpr std::uint32_t MAGIC = 0xCAFE2BAD;
 /// text ends at its first zero byte; the daemon makes sure that each text has one. Addresses are
 /// the low 32 bits.
 struct zel_crash_msg_s {
-    std::uint32_t magic;           ///< `MAGIC`, or 0 if the daemon reports a fault of its own
-    char prog_name[20];            ///< without directories, truncated to the field
-    std::uint32_t pid;             ///< of the program
-    std::uint32_t tid;             ///< of the thread that failed
-    std::int32_t exception_flags;  ///< the system's name of the fault; on Linux the signal's number
-    std::uint32_t exception_code;  ///< see `CrashHandler::Code2Str`
-    std::int32_t signal_error;     ///< the system's error number at the crash
-    std::int32_t last_error;       ///< the same
-    std::uint32_t timestamp;       ///< seconds since 1970
-    std::uint32_t fault_address;   ///< of the faulting instruction
-    std::uint32_t stack_count;     ///< number of valid entries of `stack_addresses`
+    std::uint32_t magic;                ///< `MAGIC`, or 0 if the daemon reports a fault of its own
+    char prog_name[20];                 ///< without directories, truncated to the field
+    std::uint32_t pid;                  ///< of the program
+    std::uint32_t tid;                  ///< of the thread that failed
+    std::int32_t exception_flags;       ///< the signal's number; on Windows `ExceptionFlags`
+    std::uint32_t exception_code;       ///< see `CrashHandler::Code2Str`
+    std::int32_t signal_error;          ///< the system's error number at the crash
+    std::int32_t last_error;            ///< the same
+    std::uint32_t timestamp;            ///< seconds since 1970
+    std::uint32_t fault_address;        ///< of the faulting instruction
+    std::uint32_t stack_count;          ///< number of valid entries of `stack_addresses`
     std::uint32_t stack_addresses[50];  ///< innermost function first
     char asserts[128];     ///< `0xADDRESS:SERVICE:ERROR;` for each service that failed in the walk
     char ancillary[3708];  ///< one line for each function on the stack, innermost first

@@ -27,6 +27,10 @@ constinit FaultHandler s_handler = nullptr;
 // find the handler's calls.
 constinit KeptThread s_thread;
 
+// The first overflow, and the stack on which its thread waits.
+constinit std::atomic<EXCEPTION_POINTERS*> s_overflow{nullptr};
+alignas(16) constinit char s_stack[64 * 1024] = {};
+
 // Set before the first fault.
 constinit FaultFilter s_filter = nullptr;
 constinit LPTOP_LEVEL_EXCEPTION_FILTER s_previousFilter = nullptr;
@@ -53,13 +57,35 @@ LONG WINAPI FilterFault(EXCEPTION_POINTERS* pointers) {
     return s_filter(pointers);
 }
 
-// The filter isn't called after an overflow of the stack, as it doesn't fit on it.
+void HandleOverflow() {
+    EndFaultOfHandler();
+    s_filter(s_overflow);
+}
+
+// Calls a function that doesn't return on another stack.
+[[noreturn]] void SwitchStack(char* end, void (*function)()) noexcept {
+    constexpr std::size_t parameters = 32;
+#if defined(_WIN64)
+    asm volatile("movq %0, %%rsp\n\tcallq *%1" : : "r"(end - parameters), "r"(function) : "memory");
+#else
+    asm volatile("movl %0, %%esp\n\tcalll *%1" : : "r"(end - parameters), "r"(function) : "memory");
+#endif
+    __builtin_unreachable();
+}
+
+// The system doesn't call the filter of a fault after an overflow of the stack, and leaves less of
+// it than a wait needs.
 LONG WINAPI FilterOverflow(EXCEPTION_POINTERS* pointers) {
     if (pointers->ExceptionRecord->ExceptionCode != EXCEPTION_STACK_OVERFLOW) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
-    EndFaultOfHandler();
-    return s_filter(pointers);
+    EXCEPTION_POINTERS* none = nullptr;
+    if (s_overflow.compare_exchange_strong(none, pointers)) {
+        SwitchStack(s_stack + sizeof(s_stack), HandleOverflow);
+    }
+    for (;;) {
+        ::Sleep(INFINITE);
+    }
 }
 
 // Makes the context that of the caller.

@@ -2,28 +2,49 @@
 
 #include "zel/platform/windows/Handle.h"
 
-#include <sddl.h>
+#include <cstddef>
 
 namespace zel::platform {
 
 namespace {
 
-// Access rights of the owner only, which aren't those of the directory.
+// Access rights of this user only, which aren't those of the directory. Those of the directory if
+// the system refuses.
 class OwnerOnly {
 public:
     OwnerOnly() noexcept {
-        constexpr const char* rights = "D:P(A;;FA;;;OW)";
-        ::ConvertStringSecurityDescriptorToSecurityDescriptorA(
-            rights, SDDL_REVISION_1, &m_attributes.lpSecurityDescriptor, nullptr);
+        auto* const list = reinterpret_cast<ACL*>(m_list);
+        const bool isAllowed =
+            ReadUser() && ::InitializeAcl(list, sizeof(m_list), ACL_REVISION) != 0 &&
+            ::AddAccessAllowedAce(list, ACL_REVISION, FILE_ALL_ACCESS, GetUser()) != 0 &&
+            ::InitializeSecurityDescriptor(&m_descriptor, SECURITY_DESCRIPTOR_REVISION) != 0 &&
+            ::SetSecurityDescriptorDacl(&m_descriptor, TRUE, list, FALSE) != 0 &&
+            ::SetSecurityDescriptorControl(&m_descriptor, SE_DACL_PROTECTED, SE_DACL_PROTECTED) !=
+                0;
+        m_attributes.lpSecurityDescriptor = isAllowed ? &m_descriptor : nullptr;
     }
 
-    ~OwnerOnly() { ::LocalFree(m_attributes.lpSecurityDescriptor); }
     OwnerOnly(const OwnerOnly&) = delete;
     OwnerOnly& operator=(const OwnerOnly&) = delete;
 
     SECURITY_ATTRIBUTES* Get() noexcept { return &m_attributes; }
 
 private:
+    bool ReadUser() noexcept {
+        HANDLE token = nullptr;
+        DWORD size = 0;
+        const bool isRead =
+            ::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, &token) != 0 &&
+            ::GetTokenInformation(token, TokenUser, m_user, sizeof(m_user), &size) != 0;
+        ::CloseHandle(token);
+        return isRead;
+    }
+
+    PSID GetUser() noexcept { return reinterpret_cast<TOKEN_USER*>(m_user)->User.Sid; }
+
+    alignas(std::max_align_t) char m_user[256];
+    alignas(std::max_align_t) char m_list[256];
+    SECURITY_DESCRIPTOR m_descriptor = {};
     SECURITY_ATTRIBUTES m_attributes = {sizeof(m_attributes), nullptr, FALSE};
 };
 

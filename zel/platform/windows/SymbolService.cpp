@@ -1,7 +1,9 @@
 #include "zel/platform/windows/SymbolService.h"
 
 #include <atomic>
+#include <cstdio>
 #include <cstring>
+#include <psapi.h>
 #include <string_view>
 
 namespace zel::platform {
@@ -49,16 +51,43 @@ BOOL CALLBACK ReadForStep(HANDLE, DWORD64 address, void* buffer, DWORD size, DWO
     return isRead ? TRUE : FALSE;
 }
 
-// Modules may have been loaded after the list was read.
-void KnowModule(std::uint64_t address) noexcept {
-    if (::SymGetModuleBase64(s_process, address) == 0) {
-        ::SymRefreshModuleList(s_process);
-    }
-}
-
 template <std::size_t Size>
 void CopyText(char (&target)[Size], std::string_view text) noexcept {
     target[text.copy(target, Size - 1)] = '\0';
+}
+
+// The loader's list has the path as well, but under a lock.
+template <std::size_t Size>
+void ReadModulePath(std::uint64_t base, char (&path)[Size]) noexcept {
+    constexpr std::string_view local = "\\??\\";
+    constexpr std::string_view device = R"(\\?\GLOBALROOT)";
+    void* const memory = reinterpret_cast<void*>(static_cast<std::uintptr_t>(base));
+    char name[MAX_PATH + 1] = {};
+    ::GetMappedFileNameA(::GetCurrentProcess(), memory, name, MAX_PATH);
+    const bool isLocal = std::string_view(name).starts_with(local);
+    std::snprintf(path, Size, "%s%s", isLocal ? "" : device.data(),
+                  isLocal ? name + local.size() : name);
+}
+
+// Modules may have been loaded after the list was read.
+void KnowModule(std::uint64_t address) noexcept {
+    const std::uint64_t base = FindModule(address);
+    if (base != 0 && ::SymGetModuleBase64(s_process, address) == 0) {
+        char file[MAX_PATH + 32] = {};
+        ReadModulePath(base, file);
+        ::SymLoadModuleEx(s_process, nullptr, file, nullptr, base, 0, nullptr, 0);
+    }
+}
+
+// A step also looks up the function that it comes to.
+DWORD64 CALLBACK FindBase(HANDLE process, DWORD64 address) {
+    KnowModule(address);
+    return ::SymGetModuleBase64(process, address);
+}
+
+void* CALLBACK FindFunction(HANDLE process, DWORD64 address) {
+    KnowModule(address);
+    return ::SymFunctionTableAccess64(process, address);
 }
 
 }  // namespace
@@ -118,7 +147,7 @@ bool SymbolService::Start() noexcept {
 
 bool SymbolService::Step(DWORD machine, STACKFRAME64& frame, CONTEXT& context) noexcept {
     return ::StackWalk64(machine, s_process, ::GetCurrentThread(), &frame, &context, ReadForStep,
-                         SymFunctionTableAccess64, SymGetModuleBase64, nullptr) != 0;
+                         FindFunction, FindBase, nullptr) != 0;
 }
 
 void SymbolService::Find(std::uint64_t address, Symbol& symbol) noexcept {
