@@ -2,7 +2,7 @@
 
 set(ZEL_UNTESTED_MODULES
     gdb # The views are installed on Linux only.
-    soak) # Watches directories and crashes.
+    soak) # Reads the process file system of Linux.
 
 # The tests replace the program's allocator, which isn't that of a DLL.
 if(BUILD_SHARED_LIBS)

@@ -16,7 +16,8 @@ namespace zel {
 ///
 /// prints one line per function, such as `zel::Timer::Start() (Timer.h:23) server+0x1c2f`, with
 /// `???` for what is unknown. Line numbers need debug information, names need a symbol table. On
-/// Windows names lack namespaces and parameters, and docs/windows.md describes which are found.
+/// Windows names lack parameters and often namespaces, and docs/windows.md describes which are
+/// found.
 ///
 /// The walker can be used in a crash handler, from the machine context of the fault. On Linux such
 /// a walk allocates no memory and takes no lock but the loader's, which the crashed thread may
