@@ -90,7 +90,7 @@ public:
 
     /// Returns iterators over the rows, in order, for a range-based `for`.
     /// Requires: while they are in use, no row is appended, and a pointer holds this table. In
-    /// `for (... : *DataTable::Load(...))` none does: store the pointer first.
+    /// a loop over what `Load` returns none does: store the pointer first.
     ///@{
     const RCPtr<DataRow>* begin() const noexcept { return m_rows.data(); }
     const RCPtr<DataRow>* end() const noexcept { return m_rows.data() + m_rows.size(); }

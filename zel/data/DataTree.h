@@ -109,7 +109,7 @@ public:
 
     /// Returns iterators over all children, in order, for a range-based `for`.
     /// Requires: while they are in use, no child is appended or deleted, and a pointer holds this
-    /// node. In `for (... : *DataTree::Load(path))` none does: store the pointer first.
+    /// node. In a loop over what `Load` returns none does: store the pointer first.
     ///@{
     ChildIterator begin() const noexcept;
     ChildIterator end() const noexcept;
