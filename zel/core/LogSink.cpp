@@ -77,6 +77,8 @@ std::string FormatLogRecord(const LogRecord& record) {
 void StandardErrorLogSink::Write(const LogRecord& record) {
     const std::string text = FormatLogRecord(record) + '\n';
     std::fwrite(text.data(), 1, text.size(), stderr);
+    // Some systems buffer it, and a crash would lose the last lines.
+    std::fflush(stderr);
 }
 
 struct FileLogSink::File : platform::AppendFile {
