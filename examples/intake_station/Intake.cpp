@@ -27,7 +27,7 @@ Intake::Intake(const Settings& settings)
     // A file that is stored but still in the drop folder was left there by a killed program.
     const Source& last = m_store.GetLastSource();
     const fs::path left = fs::path(settings.dropFolder) / last.name;
-    if (fs::is_regular_file(left) && GetWriteTime(left) == last.writeTime) {
+    if (fs::is_regular_file(left) && GetWriteTime(left.string()) == last.writeTime) {
         MoveToDone(last);
         zel::Log(s_log, 4, last.name, " is already stored and only moved");
     }
