@@ -1,5 +1,4 @@
 #include "bench/crashd/CrashBenchProcess.h"
-#include "bench/support/Comparison.h"
 #include "tests/support/linux/FindOrphan.h"
 
 #include <fstream>
@@ -21,26 +20,12 @@ void ReportAverage(benchmark::State& state, const char* unit, double sum) {
     state.counters[unit] = benchmark::Counter(sum, benchmark::Counter::kAvgIterations);
 }
 
-// Measures from a fault to the end of all processes. Requires `expected` on standard error.
-void Die(benchmark::State& state, const char* expected, const Command& program) {
-    double sum = 0;
-    for (auto _ : state) {
-        Process victim(program);
-        victim.ReadUntil("r");
-        std::string errors;
-        sum += victim.MeasureCrash(errors);
-        Require(errors.find(expected) != std::string::npos,
-                "the victim's stack is reported: " + errors);
-    }
-    ReportAverage(state, "ms", sum);
-}
-
 void ReportedCrash(benchmark::State& state) {
-    Die(state, "Fault", Command{ZEL_BENCH_VICTIM, "0"});
+    MeasureCrashes(state, {ZEL_BENCH_VICTIM, "0"});
 }
 
 void WalkingCrash(benchmark::State& state) {
-    Die(state, "Fault", Command{ZEL_BENCH_VICTIM, "alone"});
+    MeasureCrashes(state, {ZEL_BENCH_VICTIM, "alone"});
 }
 
 const Comparison s_crash("a fault, to the end of its report",

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "bench/support/Comparison.h"
 #include "tests/support/ChildProcess.h"
 
 #include <chrono>
 #include <string>
 #include <sys/wait.h>
+#include <vector>
 
 namespace zel::bench {
 
@@ -30,5 +32,19 @@ public:
         return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
     }
 };
+
+// Measures from a fault in a program to the end of all its processes.
+inline void MeasureCrashes(benchmark::State& state, const std::vector<std::string>& program) {
+    double sum = 0;
+    for (auto _ : state) {
+        Process victim(program);
+        victim.ReadUntil("r");
+        std::string errors;
+        sum += victim.MeasureCrash(errors);
+        Require(errors.find("Fault") != std::string::npos,
+                "the victim's stack is reported: " + errors);
+    }
+    state.counters["ms"] = benchmark::Counter(sum, benchmark::Counter::kAvgIterations);
+}
 
 }  // namespace zel::bench

@@ -2,8 +2,11 @@
 #include "bench/support/Table.h"
 
 #include <iostream>
+#include <regex>
 #include <semaphore>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 namespace zel::bench {
 
@@ -52,6 +55,52 @@ std::vector<char*> WithDefaults(int argc, char** argv) {
     return arguments;
 }
 
+Sides SelectSides() {
+    const std::regex filter(benchmark::GetBenchmarkFilter());
+    Sides sides = GetSides();
+    std::erase_if(sides, [&](const auto& entry) {
+        return !std::regex_search(BenchmarkName(entry.first, entry.second.name), filter);
+    });
+    return sides;
+}
+
+Sides TakeComparison(Sides& sides) {
+    Sides comparison;
+    const std::string what = sides.front().first;
+    std::erase_if(sides, [&](const auto& entry) {
+        const bool isTaken = entry.first == what;
+        if (isTaken) {
+            comparison.push_back(entry);
+        }
+        return isTaken;
+    });
+    return comparison;
+}
+
+void Measure(const Sides& comparison) {
+    const SecondThread secondThread;
+    for (const auto& [what, side] : comparison) {
+        Register(what, side);
+    }
+    Table table;
+    benchmark::RunSpecifiedBenchmarks(&table);
+    table.Print(comparison, std::cout);
+    std::cout.flush();
+}
+
+// The blocks that one comparison leaves in the heap would slow the next.
+void MeasureInProcessOfItsOwn(const Sides& comparison) {
+    const pid_t child = ::fork();
+    Require(child != -1, "a process for a comparison");
+    if (child == 0) {
+        Measure(comparison);
+        std::exit(0);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    Require(status == 0, comparison.front().first);
+}
+
 int Run(int argc, char** argv) {
     std::vector<char*> arguments = WithDefaults(argc, argv);
     int count = static_cast<int>(arguments.size());
@@ -59,13 +108,14 @@ int Run(int argc, char** argv) {
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) {
         return 1;
     }
-    const SecondThread secondThread;
-    for (const auto& [what, side] : GetSides()) {
-        Register(what, side);
+    Sides sides = SelectSides();
+    if (!sides.empty()) {
+        Table::PrintHeader(std::cout);
+        std::cout.flush();
     }
-    Table table;
-    benchmark::RunSpecifiedBenchmarks(&table);
-    table.Print(GetSides(), std::cout);
+    while (!sides.empty()) {
+        MeasureInProcessOfItsOwn(TakeComparison(sides));
+    }
     return 0;
 }
 

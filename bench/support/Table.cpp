@@ -55,12 +55,12 @@ const Table::Figure* Table::Find(const std::string& what, const std::string& sid
     return found == m_figures.end() ? nullptr : &found->second;
 }
 
-void Table::Print(const Sides& sides, std::ostream& out) const {
-    if (m_figures.empty()) {
-        return;
-    }
+void Table::PrintHeader(std::ostream& out) {
     PrintRow(out, {"what", "unit", Side::OURS, "peer", "peer's", "ratio", "aim", "met"});
     PrintRow(out, {"---", "---", "---:", "---", "---:", "---:", "---:", "---"});
+}
+
+void Table::Print(const Sides& sides, std::ostream& out) const {
     for (const auto& [what, side] : sides) {
         if (side.name == Side::OURS && Find(what, side.name) != nullptr) {
             PrintPeers(what, sides, out);

@@ -6,11 +6,13 @@
 
 namespace zel::bench {
 
-// Collects the medians of all runs and prints them as a Markdown table with one row for each peer.
+// Collects the medians of all runs and prints them as rows of a Markdown table, one for each peer.
 class Table : public benchmark::BenchmarkReporter {
 public:
     bool ReportContext(const Context&) override { return true; }
     void ReportRuns(const std::vector<Run>& runs) override;
+
+    static void PrintHeader(std::ostream& out);
 
     // Prints our figure of each comparison that was run next to each measured peer.
     void Print(const Sides& sides, std::ostream& out) const;
