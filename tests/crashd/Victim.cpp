@@ -152,12 +152,19 @@ void Do(const std::string& name) {
     }
 }
 
+// Some shapes need a name that no test has which runs at the same time.
+std::string NameFor(const std::string& shape) {
+    return shape == "long name"           ? std::string(200, 'n')
+           : shape == "own number"        ? std::to_string(GetOwnNumber())
+           : shape.starts_with("alone, ") ? "alone"
+                                          : s_argv[0];
+}
+
 void SetUp(const std::string& shape) {
     const test::ScopedLogger log;
     log.logger->SetAreaLevel("CrashHandler", 4);
-    std::string name =
-        shape == "own number" ? std::to_string(GetOwnNumber()) : std::string(200, 'n');
-    s_argv[0] = shape == "long name" || shape == "own number" ? name.data() : s_argv[0];
+    static std::string s_name = NameFor(shape);
+    s_argv[0] = s_name.data();
     const RCPtr<DerivedReporter> reporter(new DerivedReporter);
     const CrashCallback callback =
         shape == "worker" ? BindMemFunc(reporter, &DerivedReporter::Report) : nullptr;

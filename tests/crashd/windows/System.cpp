@@ -11,7 +11,7 @@ namespace zel::crashtest {
 
 namespace {
 
-const std::string PIPE = "\\\\.\\pipe\\crashd_tests.exe_crash_data.fifo";
+const std::string PIPE = "\\\\.\\pipe\\alone_crash_data.fifo";
 
 struct Station {
     Station() { Describe(); }
@@ -31,7 +31,7 @@ void Raise() {
 }
 
 bool IsHelper() {
-    return std::getenv("crashd_tests.exe_SHOULD_START_DAEMON_") != nullptr;
+    return std::getenv("alone_SHOULD_START_DAEMON_") != nullptr;
 }
 
 // A helper process that opens the channel and doesn't read until its program has ended.
@@ -88,10 +88,10 @@ const Works SYSTEM_WORKS = {
     {"raise", Raise},
     {"error", [] { ::SetLastError(5), WriteToNowhere(); }},
     {"kill", [] { ::TerminateProcess(::GetCurrentProcess(), 3); }},
-    {"name taken", TakeName},
+    {"alone, name taken", TakeName},
     {"missing program", [] { std::strcpy(::GetCommandLineA(), "missing"); }},
-    {"helper ends", [] { IsHelper() ? std::_Exit(0) : void(); }},
-    {"silent helper", OpenChannelOnly},
+    {"alone, helper ends", [] { IsHelper() ? std::_Exit(0) : void(); }},
+    {"alone, silent helper", OpenChannelOnly},
     {"late endless symbols", [] { PatchSymbols("\xEB\xFE"); }},
     {"late broken symbols", [] { PatchSymbols("\x0F\x0B"); }},
     {"repair", [] { ::SetUnhandledExceptionFilter(Repair); }},
