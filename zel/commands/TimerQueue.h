@@ -34,7 +34,7 @@ public:
     Timers CollectDue(double now) const;
 
 private:
-    // The number tells a timer from one that was removed and had the same address.
+    // The number distinguishes a timer from a removed one that had the same address.
     struct Timer {
         RCPtr<TimerEventSource> source;
         std::uint64_t number;

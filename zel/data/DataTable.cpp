@@ -26,7 +26,7 @@ DataTableEx::DataTableEx(const std::string& message, const std::string& file, in
                          const std::string& info)
     : Exception("DataTableEx", message, file, line, info) {}
 
-// Gives up the references of many rows at once; only then are rows deleted.
+// Releases the references to many rows at once. Rows are deleted after that.
 DataTable::~DataTable() {
     constexpr std::ptrdiff_t atOnce = 64;
     DataRow* unreferenced[atOnce];

@@ -79,7 +79,7 @@ bool PrepareStackTrace(unsigned long processId, StackTraceSink& sink);
 bool PrepareCrashTrace(unsigned long processId) noexcept;
 
 /// Collects the calls from the function of `context` on, the machine context of a fault in this
-/// thread, or in one that stands still there; if that is null, from the call on that returns to
+/// thread, or in one that waits there; if that is null, from the call on that returns to
 /// `returnAddress`.
 void CollectStack(const void* context, const void* returnAddress, bool isOfCrash,
                   StackAddresses& stack);

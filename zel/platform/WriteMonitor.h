@@ -46,7 +46,7 @@ public:
 // Returns null if the system doesn't report how files are written.
 std::unique_ptr<WriteMonitor> OpenWriteMonitor();
 
-// Returns whether a program has the file open for writing; false if the system can't tell.
+// Returns whether a program has the file open for writing; false if the system doesn't report it.
 bool IsOpenForWriting(const std::string& path) noexcept;
 
 }  // namespace zel::platform

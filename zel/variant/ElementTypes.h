@@ -106,7 +106,7 @@ struct ValueTraits<std::vector<E>> {
 template <class T>
 concept VariantValue = VariantElement<typename ValueTraits<T>::Element>;
 
-/// The element type that stands for `T` where only width and sign count: the integer of the same
+/// The element type used for `T` where only width and sign count: the integer of the same
 /// width and sign for `long` and `unsigned long`, and so for `std::int64_t` and `std::size_t` on
 /// every host; `unsigned char` for `bool`; `T` itself for any other type.
 template <class T>

@@ -185,7 +185,7 @@ public:
         return MoveValue(value, throwOnError);
     }
 
-    /// Sets a numeric scalar if its type can represent `value` exactly, whatever the class and
+    /// Sets a numeric scalar if its type can represent `value` exactly, for any class and
     /// width of the two types: an `S32` takes 5ULL and 5.0, but neither 5.5 nor 2^31. `T` may also
     /// be a SubstitutedNumber. Any other variant rejects every number. Logs only if `throwOnError`.
     template <class T>

@@ -21,7 +21,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds DEGRADED_INTERVAL(2);
 
-// Listing a directory is faster than looking at so many of its entries.
+// Beyond this number a complete listing is faster than looking at single entries.
 constexpr std::size_t MAX_CHANGES = 10'000;
 
 // The directory at the path may be deleted, recreated, renamed or replaced, so each ancestor is

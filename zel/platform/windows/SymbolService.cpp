@@ -79,7 +79,7 @@ void KnowModule(std::uint64_t address) noexcept {
     }
 }
 
-// A step also looks up the function that it comes to.
+// A step also looks up the function that it reaches.
 DWORD64 CALLBACK FindBase(HANDLE process, DWORD64 address) {
     KnowModule(address);
     return ::SymGetModuleBase64(process, address);
